@@ -1,0 +1,21 @@
+#include "host/fp_environment.h"
+
+#if defined(__SSE__)
+#include <xmmintrin.h>
+#endif
+
+namespace veskaro {
+
+DefaultFpEnvironment::DefaultFpEnvironment() {
+  std::fegetenv(&host_);
+  std::fesetenv(FE_DFL_ENV);
+#if defined(__SSE__)
+  // Flush-to-zero and denormals-are-zero are not part of the C environment: clear them by name.
+  constexpr unsigned kDefaultControl = 0x1f80;
+  _mm_setcsr(kDefaultControl);
+#endif
+}
+
+DefaultFpEnvironment::~DefaultFpEnvironment() { std::fesetenv(&host_); }
+
+}  // namespace veskaro
