@@ -1,0 +1,19 @@
+#ifndef VESKARO_FILTERS_RECTANGLE_H
+#define VESKARO_FILTERS_RECTANGLE_H
+
+namespace veskaro {
+
+// Pixels that a filter writes; ends are exclusive.
+struct Rectangle {
+  int xStart, xEnd, yStart, yEnd;
+
+  // From the int[4] of the public interface.
+  static Rectangle fromCoordinates(const int* c) { return {c[0], c[1], c[2], c[3]}; }
+
+  // The row at which a loop over the rows stops.
+  int endRow() const { return yStart < yEnd ? yEnd : yStart; }
+};
+
+}  // namespace veskaro
+
+#endif  // VESKARO_FILTERS_RECTANGLE_H

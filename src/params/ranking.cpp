@@ -1,0 +1,75 @@
+#include "params/ranking.h"
+
+#include <cstddef>
+#include <cstdlib>
+
+#include "VeskaroNRLib.h"
+
+namespace veskaro {
+namespace {
+
+template <typename Key>
+struct Ranked {
+  Key key;
+  int index;
+};
+
+// Not a number compares equal to every key.
+template <typename Key>
+int compareKeys(Key a, Key b) {
+  return a > b ? 1 : (a < b ? -1 : 0);
+}
+
+template <typename Key>
+int compareRanked(const void* a, const void* b) {
+  const auto* left = static_cast<const Ranked<Key>*>(a);
+  const auto* right = static_cast<const Ranked<Key>*>(b);
+  const int byKey = compareKeys(left->key, right->key);
+  return byKey != 0 ? byKey : compareKeys(left->index, right->index);
+}
+
+template <typename Key>
+int rank(int count, const Key* keys, int* order) {
+  if (count < 1) return 0;
+  auto* pairs = static_cast<Ranked<Key>*>(std::malloc(static_cast<std::size_t>(count) * sizeof(Ranked<Key>)));
+  if (pairs == nullptr) {
+    for (int i = 0; i < count; ++i) order[i] = i;
+    return 0;
+  }
+  for (int i = 0; i < count; ++i) pairs[i] = {keys[i], i};
+  std::qsort(pairs, static_cast<std::size_t>(count), sizeof(Ranked<Key>), compareRanked<Key>);
+  for (int i = 0; i < count; ++i) order[i] = pairs[i].index;
+  std::free(pairs);
+  return count;
+}
+
+}  // namespace
+
+int rankInts(int count, const int* keys, int* order) {
+  return rank(count, keys, order);
+}
+int rankFloats(int count, const float* keys, int* order) {
+  return rank(count, keys, order);
+}
+
+}  // namespace veskaro
+
+extern "C" {
+
+int iclassement2(int kMax, int* moy, int* ordre) {
+  return veskaro::rankInts(kMax, moy, ordre);
+}
+
+float fClassementCroissant2(int kMax, float* moy, int* ordre) {
+  return static_cast<float>(veskaro::rankFloats(kMax, moy, ordre));
+}
+
+int int_cmp(const void* a, const void* b) {
+  return veskaro::compareKeys(*static_cast<const int*>(a), *static_cast<const int*>(b));
+}
+
+int float_cmp(const void* a, const void* b) {
+  return veskaro::compareKeys(*static_cast<const float*>(a), *static_cast<const float*>(b));
+}
+
+}  // extern "C"

@@ -1,0 +1,50 @@
+#ifndef VESKARO_PARAMS_TUNING_H
+#define VESKARO_PARAMS_TUNING_H
+
+namespace veskaro {
+
+// Snapshots of the process-wide tuning variables, taken once per call and handed down, so that no inner loop reads a
+// variable that a host may write.
+
+struct NoiseSettings {
+  float rolloff;         // similarity rolloff at black, > 0
+  float amount;          // share of the neighbour average that a fully supported pixel takes
+  float threshold;       // distance up to which a neighbour has full weight, at black
+  float highlightSlope;  // change of the noise model per unit of R + G + B
+};
+
+struct SharpenSettings {
+  float luma;
+  float chroma;
+};
+
+struct ReconstructSettings {
+  float threshold;
+  float rolloff;
+};
+
+struct BlendSettings {
+  float luma;
+  float chroma;
+  float highlightLow;
+  float highlightHigh;
+  float highlightSlope;
+  float highlightIntercept;
+  float highlightBelow;
+  float highlightAbove;
+};
+
+NoiseSettings noiseSettings(int level);
+SharpenSettings sharpenSettings(int level);
+ReconstructSettings reconstructSettings();
+BlendSettings blendSettings();
+
+// Change of the noise model per unit of R + G + B, at most 0.
+float highlightNoiseSlope();
+
+void setDefaultParams(float* params);
+void deriveTuning(const float* params);
+
+}  // namespace veskaro
+
+#endif  // VESKARO_PARAMS_TUNING_H

@@ -1,0 +1,150 @@
+// denoise2: profile the noise, derive the tuning, filter the tiles on a team, blend with the input.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
+#include "params/auto_profile.h"
+#include "params/tuning.h"
+#include "pyramid/lift.h"
+#include "tiled/recombine.h"
+#include "tiled/sample_io.h"
+#include "tiled/tile_geometry.h"
+#include "tiled/tile_pyramid.h"
+
+namespace veskaro {
+namespace {
+
+constexpr int kSmallestUnitTile = 56;           // the first tile's overlap stays inside the picture
+constexpr int kSmallestUnitTileOneThread = 48;  // one thread never shrinks the unit tile
+
+struct Call {
+  Pictures pictures;
+  TileGrid grid;
+  int threads;
+  float* params;
+};
+
+bool isRightFormat(const Pictures& p, int samplesPerPixel) {
+  constexpr int kMost = std::numeric_limits<int>::max();
+  return samplesPerPixel == kChannels && (p.bits == 8 || p.bits == 16) && p.in != nullptr && p.out != nullptr &&
+         p.width >= 1 && p.height >= 1 && p.rowStride / kChannels >= p.width && p.rowStride <= kMost / p.height;
+}
+
+bool isRightTiling(int baseUnitTile, int threads) {
+  return threads >= 1 && baseUnitTile >= (threads == 1 ? kSmallestUnitTileOneThread : kSmallestUnitTile);
+}
+
+// The 8-bit view of the input: the samples themselves, or the high-order (second) bytes of 16-bit ones.
+ProfileView profileView(const Pictures& p) {
+  const int sampleBytes = static_cast<int>(p.sampleBytes());
+  return {p.in + (sampleBytes - 1), p.rowStride, sampleBytes};
+}
+
+// Measures the noise, or falls back to the defaults times the host's strength factor, and derives the tuning.
+int setUpParams(const Call& call) {
+  const Pictures& p = call.pictures;
+  void* scratch = std::malloc(profileScratchSize(p.width, p.height));
+  if (scratch == nullptr) return NR_ERROR_MEMORY;
+  const int result = profileNoise(p.width, p.height, profileView(p), call.params, scratch);
+  std::free(scratch);
+  if (result == NR_ERROR_MEMORY) return result;
+  if (result < 0) {
+    const float strength = call.params[NR_NOISE_LEVEL];
+    setDefaultParams(call.params);
+    if (strength <= 1.5f && strength >= 0.5f) call.params[NR_NOISE_LEVEL] *= strength;
+  }
+  deriveTuning(call.params);
+  return NR_OK;
+}
+
+TileBuffers buffersOf(float* slice, const SliceLayout& layout) {
+  float* differences = slice + layout.pyramid;
+  float* reduced = differences + layout.pyramid;
+  return {slice, differences, reduced, reduced + layout.tile};
+}
+
+void processTile(const Call& call, int index, const SliceLayout& layout, const TileBuffers& buffers) {
+  const int perRow = static_cast<int>(call.grid.x.tiles);
+  const TileSpan x = tileSpan(call.grid.x, call.pictures.width, index % perRow);
+  const TileSpan y = tileSpan(call.grid.y, call.pictures.height, index / perRow);
+  std::memset(buffers.pyramid, 0, layout.pyramid * sizeof(float));
+  fillTile(call.pictures, x, y, buffers.pyramid);
+  const Rectangle mainArea = {x.tileMainStart, x.tileMainStart + x.mainSize, y.tileMainStart,
+                              y.tileMainStart + y.mainSize};
+  filterTile(x.tileSize, y.tileSize, mainArea, 1, buffers);
+  writeMainRegion(call.pictures, x, y, buffers.pyramid);
+}
+
+// Tiles write disjoint regions of the output, each from its thread's own slice of the work memory.
+void processTiles(const Call& call, int team, const SliceLayout& layout, float* work) {
+  const int tiles = static_cast<int>(call.grid.tiles());
+#pragma omp parallel num_threads(team)
+  {
+    const DefaultFpEnvironment environment;
+    float* slice = nullptr;
+#pragma omp critical(veskaro_take_slice)
+    {
+      slice = work;
+      work += layout.floats();
+    }
+    std::memset(slice, 0, layout.floats() * sizeof(float));
+    const TileBuffers buffers = buffersOf(slice, layout);
+#pragma omp for schedule(guided, 1)
+    for (int tile = 0; tile < tiles; ++tile) processTile(call, tile, layout, buffers);
+  }
+}
+
+void recombine(const Call& call, int team) {
+  const BlendSettings settings = blendSettings();
+#pragma omp parallel num_threads(team)
+  {
+    const DefaultFpEnvironment environment;
+#pragma omp for schedule(static)
+    for (int y = 0; y < call.pictures.height; ++y) recombineRow(call.pictures, y, settings);
+  }
+}
+
+bool isAligned(const void* work) {
+  return reinterpret_cast<std::uintptr_t>(work) % alignof(float) == 0;
+}
+
+// The whole call, its arguments known to be right.
+int denoise(const Call& call, unsigned char* hostWork) {
+  const SliceLayout layout = sliceLayout(call.grid);
+  const int result = setUpParams(call);
+  if (result < 0) return result;
+
+  // More threads than tiles would only wait.
+  const int team = call.grid.tiles() < call.threads ? static_cast<int>(call.grid.tiles()) : call.threads;
+  float* ownWork = nullptr;
+  if (hostWork == nullptr || !isAligned(hostWork)) {
+    const std::uint64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(float);
+    if (layout.floats() > most / static_cast<unsigned>(team)) return NR_ERROR_MEMORY;
+    ownWork = static_cast<float*>(std::malloc(layout.floats() * static_cast<unsigned>(team) * sizeof(float)));
+    if (ownWork == nullptr) return NR_ERROR_MEMORY;
+  }
+  processTiles(call, team, layout, ownWork != nullptr ? ownWork : reinterpret_cast<float*>(hostWork));
+  std::free(ownWork);
+  recombine(call, call.threads < call.pictures.height ? call.threads : call.pictures.height);
+  return NR_OK;
+}
+
+}  // namespace
+}  // namespace veskaro
+
+extern "C" int denoise2(const int wOrig, const int hOrig, int sppIn, int rowStride, int bps, const int BaseUnitTile,
+                        int nbProc, float* nrParams, unsigned char* work, unsigned char* inImage,
+                        unsigned char* outImage) {
+  using namespace veskaro;
+  Call call = {{inImage, outImage, wOrig, hOrig, rowStride, bps}, {}, nbProc, nrParams};
+  if (nrParams == nullptr || !isRightFormat(call.pictures, sppIn) || !isRightTiling(BaseUnitTile, nbProc)) {
+    return NR_ERROR_ARGUMENT;
+  }
+  tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, kPadding, kOverlap, &call.grid);
+  if (work != nullptr && workMemoryBytes(sliceLayout(call.grid), nbProc) < 0) return NR_ERROR_MEMORY;
+  const DefaultFpEnvironment environment;
+  return denoise(call, work);
+}

@@ -1,0 +1,118 @@
+// The tile grid: how a picture is cut, and how much memory its tiles take.
+#include "tiled/tile_geometry.h"
+
+#include <limits>
+
+#include "VeskaroNRLib.h"
+#include "pyramid/lift.h"
+
+namespace veskaro {
+namespace {
+
+GridAxis gridAxis(int picture, int baseUnitTile, int threads, int padding, int overlap) {
+  GridAxis axis;
+  axis.extended = std::int64_t{picture} + 2 * std::int64_t{padding};
+  axis.unit = axis.extended < baseUnitTile ? axis.extended : baseUnitTile;
+  if (axis.unit < 1) return {0, 0, 0, 0};
+  axis.tiles = axis.extended / axis.unit;
+  // A wide leftover makes the last tile so much bigger that a team would wait for it: even the tiles out.
+  const std::int64_t leftover = picture - axis.tiles * axis.unit;
+  if (threads > 1 && axis.tiles > 1 && static_cast<double>(leftover) > static_cast<double>(axis.unit) * 0.25) {
+    ++axis.tiles;
+    axis.unit = axis.extended / axis.tiles;
+  }
+  if (axis.tiles == 1) {
+    axis.largest = axis.extended;
+  } else {
+    const std::int64_t last = std::int64_t{picture} + padding + overlap - (axis.tiles - 1) * axis.unit;
+    const std::int64_t middle = axis.unit + 2 * std::int64_t{overlap};
+    axis.largest = last > middle ? last : middle;
+  }
+  return axis;
+}
+
+}  // namespace
+
+bool tileGrid(int width, int height, int baseUnitTile, int threads, int padding, int overlap, TileGrid* grid) {
+  grid->x = gridAxis(width, baseUnitTile, threads, padding, overlap);
+  grid->y = gridAxis(height, baseUnitTile, threads, padding, overlap);
+  return grid->x.tiles > 0 && grid->y.tiles > 0;
+}
+
+TileSpan tileSpan(const GridAxis& axis, int picture, int index) {
+  const int unit = static_cast<int>(axis.unit);
+  const bool isFirst = index == 0;
+  const bool isLast = index == axis.tiles - 1;
+  TileSpan s;
+  s.mainStart = index * unit;
+  s.mainSize = isLast ? picture - s.mainStart : unit;
+  s.readStart = isFirst ? 0 : s.mainStart - kOverlap;
+  s.readEnd = isLast ? picture : s.mainStart + unit + kOverlap;
+  s.tileSize = s.readEnd - s.readStart + (isFirst ? kPadding : 0) + (isLast ? kPadding : 0);
+  s.tileStart = isFirst ? kPadding : 0;
+  s.tileMainStart = s.tileStart + (isFirst ? 0 : kOverlap);
+  return s;
+}
+
+std::uint64_t pyramidPixels(int coarseLevels, std::int64_t width, std::int64_t height) {
+  std::uint64_t pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+  for (int level = 0; level < coarseLevels; ++level) {
+    width = (width + 1) / 2;
+    height = (height + 1) / 2;
+    pixels += static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+  }
+  return pixels;
+}
+
+SliceLayout sliceLayout(const TileGrid& grid) {
+  const std::uint64_t pyramid = pyramidPixels(kCoarseLevels, grid.x.largest, grid.y.largest);
+  const std::uint64_t tile = static_cast<std::uint64_t>(grid.x.largest) * static_cast<std::uint64_t>(grid.y.largest);
+  return {kChannels * pyramid, kChannels * tile};
+}
+
+int workMemoryBytes(const SliceLayout& slice, int threads) {
+  constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
+  const std::uint64_t sliceBytes = slice.floats() * sizeof(float);
+  if (sliceBytes > kMost / static_cast<unsigned>(threads)) return NR_ERROR_MEMORY;
+  return static_cast<int>(sliceBytes * static_cast<unsigned>(threads));
+}
+
+namespace {
+
+void store(int* to, std::int64_t value) {
+  if (to != nullptr) *to = static_cast<int>(value);
+}
+
+}  // namespace
+}  // namespace veskaro
+
+extern "C" {
+
+void getDenoiseTileInfo(int wOrig, int hOrig, int BaseUnitTile, int nbProc, int Padding, int Overlap, int* outNumTileX,
+                        int* outNumTileY, int* outUnitTileX, int* outUnitTileY, int* outLargestTileX,
+                        int* outLargestTileY, int* outExtendedWImage, int* outExtendedHImage) {
+  using veskaro::store;
+  veskaro::TileGrid grid;
+  if (!veskaro::tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, Padding, Overlap, &grid)) grid = {};
+  store(outNumTileX, grid.x.tiles);
+  store(outNumTileY, grid.y.tiles);
+  store(outUnitTileX, grid.x.unit);
+  store(outUnitTileY, grid.y.unit);
+  store(outLargestTileX, grid.x.largest);
+  store(outLargestTileY, grid.y.largest);
+  store(outExtendedWImage, grid.x.extended);
+  store(outExtendedHImage, grid.y.extended);
+}
+
+int len_pyram(int LevelMax, int wTile, int hTile) {
+  return static_cast<int>(veskaro::pyramidPixels(LevelMax, wTile, hTile));
+}
+
+int mem4denoise(int wOrig, int hOrig, int BaseUnitTile, int nbProc) {
+  if (wOrig < 1 || hOrig < 1 || BaseUnitTile < 1 || nbProc < 1) return NR_ERROR_ARGUMENT;
+  veskaro::TileGrid grid;
+  veskaro::tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, veskaro::kPadding, veskaro::kOverlap, &grid);
+  return veskaro::workMemoryBytes(veskaro::sliceLayout(grid), nbProc);
+}
+
+}  // extern "C"

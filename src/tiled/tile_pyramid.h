@@ -1,0 +1,22 @@
+#ifndef VESKARO_TILED_TILE_PYRAMID_H
+#define VESKARO_TILED_TILE_PYRAMID_H
+
+#include "filters/rectangle.h"
+
+namespace veskaro {
+
+// The buffers of one tile: two pyramids (levels one after the other) and two scratch images of the tile's size.
+struct TileBuffers {
+  float* pyramid;      // level 0 is the tile
+  float* differences;  // same levels
+  float* reduced;
+  float* prediction;
+};
+
+// Filters a tile through the pyramid. mainArea is filtered at level 0; coarser levels but for a two-pixel border.
+// Returns the area filtered at the coarsest level.
+Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const TileBuffers& buffers);
+
+}  // namespace veskaro
+
+#endif  // VESKARO_TILED_TILE_PYRAMID_H
