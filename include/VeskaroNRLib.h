@@ -384,13 +384,13 @@ VESKARONR_API int denoise1(int denoisingStrength, const int iMax, const int jMax
  * saturation level, luminance shadows level, median and 99th percentile, and the luminance threshold (99th percentile
  * - median) * 2 * initialSeuil * range. denoisingProc, rowStride, spp and bpsImage are not used. Thread-safe.
  *
- * @return NR_OK; NR_ERROR_STATISTICS when there are no rows, no spread, or values beyond the float range;
- *     NR_ERROR_MEMORY. hdrStats is written on success only. */
+ * @return NR_OK; NR_ERROR_STATISTICS when there are no pixels, no spread, or values beyond the float range;
+ *     NR_ERROR_ARGUMENT for null pointers or 2^31 pixels; NR_ERROR_MEMORY. hdrStats is written on success only. */
 VESKARONR_API int hdr_stats(int denoisingProc, int iMax, int jMax, int rowStride, int spp, int bpsImage,
                             float initialSeuil, unsigned char* pImage, float* hdrStats);
 
-/** The first bin at which the running sum of histo (histoLen bins) exceeds perc * imageSize, or histoLen when none
- * does; 0 when histoLen < 1. Thread-safe. */
+/** The first bin at which the running sum of histo (histoLen bins) exceeds perc * imageSize truncated, or histoLen when
+ * none does (or perc is not a number); 0 when histoLen < 1. A negative perc acts as 0. Thread-safe. */
 VESKARONR_API int percentileD(float perc, size_t imageSize, int histoLen, int* histo);
 
 /** Full-range YCbCr (JFIF, BT.601 weights, no offset) of one pixel, three floats each. Returns 1. Thread-safe. */
@@ -401,7 +401,10 @@ VESKARONR_API int ybr2rgb(float* ybr, float* rgb);
 
 /** Smooths the chromaticity of a picture; the first stage of denoise1. Thread-safe on distinct buffers.
  *
- * @param reductionStrength 0: only pixels below shadowsLevel change; otherwise those up to satLevel fade out
+ * A pixel whose colour sum or result is beyond the float range keeps its bytes and does not reach its neighbours.
+ *
+ * @param reductionStrength above 0: pixels between shadowsLevel and satLevel are blended with their own colour;
+ *     otherwise only pixels below shadowsLevel change
  * @param seuil threshold scale, 0.2 to 1
  * @param iMax,jMax pixels per row and rows, >= 1
  * @param rowStride,spp not used
@@ -409,17 +412,23 @@ VESKARONR_API int ybr2rgb(float* ybr, float* rgb);
  * @param shadowsLevel,satLevel linear colour sums R + G + B
  * @param work 5 * iMax * jMax floats of scratch, any alignment
  * @param pImage,resImage picture and result; resImage may start at any byte
- * @return jMax; 0 when bpsImage is not 32, nothing read or written; NR_ERROR_MEMORY, resImage untouched. */
+ * @return jMax; 0 when bpsImage is not 32, nothing read or written; NR_ERROR_ARGUMENT for a size below 1 or a null
+ *     pointer; NR_ERROR_MEMORY, resImage untouched. */
 VESKARONR_API int denoise_chroma(int reductionStrength, float seuil, int iMax, int jMax, int rowStride, int spp,
                                  int bpsImage, float shadowsLevel, float satLevel, unsigned char* work,
                                  unsigned char* pImage, unsigned char* resImage);
 
 /** Filters the line base[0], base[st], ... of size samples with the kernel [1, 2, 1] whose outer taps are sc samples
  * away, mirrored at the ends, into temp[0 .. size - 1]. The result is four times the mean (a trous algorithm,
- * Holschneider et al., 1989). size < 1 does nothing. temp must not overlap base. Thread-safe. */
+ * Holschneider et al., 1989). A line shorter than 2 * sc is mirrored as often as it takes; size < 1 does nothing. temp
+ * must not overlap base. Thread-safe. */
 VESKARONR_API void smooth_line(float* temp, float* base, int st, int size, int sc);
 
 /** Smooths the log luminance of a picture; the second stage of denoise1. Thread-safe on distinct buffers.
+ *
+ * Details above satY are widened, not shrunk: the threshold's line goes on below 0 there. Where two levels coincide, the
+ * line between them has no slope and its one point takes the threshold of its lower end; from satY on it is 0. A pixel
+ * whose result is beyond the float range keeps its bytes.
  *
  * @param reductionStrength 0: shadows only; otherwise fading to nothing at satY
  * @param iMax,jMax pixels per row and rows, >= 1
@@ -429,8 +438,8 @@ VESKARONR_API void smooth_line(float* temp, float* base, int st, int size, int s
  * @param seuil threshold of the details of the log luminance
  * @param work 3 * iMax * jMax floats of scratch, any alignment
  * @param pImage,resImage picture and result; resImage may start at any byte
- * @return jMax; NR_ERROR_ARGUMENT when bpsImage is not 32, nothing read or written; NR_ERROR_MEMORY, resImage
- *     untouched. */
+ * @return jMax; NR_ERROR_ARGUMENT when bpsImage is not 32, for a size below 1 or a null pointer, nothing read or
+ *     written; NR_ERROR_MEMORY, resImage untouched. */
 VESKARONR_API int denoise_lumin(int reductionStrength, int iMax, int jMax, int rowStride, int spp, int bpsImage,
                                 float shadowsLevel, float medY, float satY, float seuil, unsigned char* work,
                                 unsigned char* pImage, unsigned char* resImage);

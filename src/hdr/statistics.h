@@ -1,0 +1,28 @@
+// Percentiles of the log colour sum and the log luminance of a picture, and the six levels derived from them.
+#ifndef VESKARO_HDR_STATISTICS_H
+#define VESKARO_HDR_STATISTICS_H
+
+#include "hdr/planes.h"
+
+namespace veskaro {
+
+struct HdrStatistics {
+  float sumShadows;        // a quarter of the way from the median of the log colour sum down to its 1st percentile
+  float sumSaturation;     // half way from the median up to the 99th percentile
+  float luminanceShadows;  // mean of the 1st percentile and the median of the log luminance
+  float luminanceMedian;
+  float luminance99;
+  float luminanceThreshold;
+};
+
+// Returns NR_OK, NR_ERROR_STATISTICS for a picture without spread or with values beyond the float range, or
+// NR_ERROR_MEMORY; statistics is written on success only.
+int MeasurePicture(const PictureSize& size, const unsigned char* picture, float initialThreshold,
+                   HdrStatistics* statistics);
+
+// The first bin at which the running sum of the histogram exceeds perc * imageSize, or histoLen.
+int PercentileBin(float perc, std::size_t imageSize, int histoLen, const int* histo);
+
+}  // namespace veskaro
+
+#endif  // VESKARO_HDR_STATISTICS_H
