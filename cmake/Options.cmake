@@ -1,0 +1,42 @@
+# The optional pieces. Each is on where what it needs is there, and says so where it isn't.
+find_package(PkgConfig QUIET)
+
+# veskaro_option(NAME default description missing): an option that turns itself off with a word when `missing` names
+# what is not there.
+function(veskaro_option name default description missing)
+  option(${name} "${description}" ${default})
+  if(${name} AND missing)
+    message(STATUS "${name}: off, ${missing} not found")
+    set(${name} OFF PARENT_SCOPE)
+  endif()
+endfunction()
+
+set(missing "")
+if(VESKARO_BUILD_TOOLS OR NOT DEFINED VESKARO_BUILD_TOOLS)
+  if(NOT EXISTS ${PROJECT_SOURCE_DIR}/tools/CMakeLists.txt)
+    list(APPEND missing tools)
+  endif()
+  if(PkgConfig_FOUND)
+    pkg_check_modules(VIPS QUIET IMPORTED_TARGET vips)
+  endif()
+  if(NOT VIPS_FOUND)
+    list(APPEND missing libvips)
+  endif()
+  foreach(package CLI11 fmt)
+    find_package(${package} QUIET)
+    if(NOT ${package}_FOUND)
+      list(APPEND missing ${package})
+    endif()
+  endforeach()
+endif()
+veskaro_option(VESKARO_BUILD_TOOLS ON "Build the command-line companion veskaro-nr" "${missing}")
+
+set(missing "")
+find_package(GTest QUIET)
+if(NOT GTest_FOUND)
+  set(missing GoogleTest)
+endif()
+veskaro_option(VESKARO_BUILD_TESTS ${PROJECT_IS_TOP_LEVEL} "Build the tests" "${missing}")
+
+option(VESKARO_BUILD_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
+option(VESKARO_INSTALL_PYTHON "Install the Python module veskaronr" ON)
