@@ -426,9 +426,9 @@ VESKARONR_API void smooth_line(float* temp, float* base, int st, int size, int s
 
 /** Smooths the log luminance of a picture; the second stage of denoise1. Thread-safe on distinct buffers.
  *
- * Details above satY are widened, not shrunk: the threshold's line goes on below 0 there. Where two levels coincide, the
- * line between them has no slope and its one point takes the threshold of its lower end; from satY on it is 0. A pixel
- * whose result is beyond the float range keeps its bytes.
+ * Details above satY are widened, not shrunk: the threshold's line goes on below 0 there. Where two levels coincide,
+ * the line between them is one point, which takes the threshold of its lower end; above a satY that equals medY the
+ * threshold is 0. A pixel whose result is beyond the float range keeps its bytes.
  *
  * @param reductionStrength 0: shadows only; otherwise fading to nothing at satY
  * @param iMax,jMax pixels per row and rows, >= 1

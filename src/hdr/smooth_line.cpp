@@ -20,7 +20,7 @@ void SmoothLine(float* temp, const PlaneSample* base, std::ptrdiff_t step, int s
   std::ptrdiff_t i = 0;
   const std::ptrdiff_t interior = sc < 0 ? n : sc;
   for (; i < n && i < interior; ++i) temp[i] = mirrored(i);
-  for (; i + sc < n; ++i) temp[i] = (x(i - sc) + x(i + sc)) + (x(i) + x(i));
+  for (; i < n && i + sc < n; ++i) temp[i] = (x(i - sc) + x(i + sc)) + (x(i) + x(i));
   for (; i < n; ++i) temp[i] = mirrored(i);
 }
 

@@ -1,0 +1,125 @@
+#include "hdr/statistics.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "VeskaroNRLib.h"
+#include "hdr/rgbe_pictures.h"
+#include "support/injected_failures.h"
+
+namespace {
+
+using veskaro::test::FailAllocation;
+using veskaro::test::MakePicture;
+using veskaro::test::RgbePicture;
+
+constexpr float kUntouched = -77.0f;
+
+struct Measured {
+  int result;
+  float values[6];
+};
+
+Measured Measure(RgbePicture picture, float initialSeuil = 0.0013333334f) {
+  Measured m;
+  for (float& v : m.values) v = kUntouched;
+  m.result = hdr_stats(0, picture.width, picture.height, -1, 99, 7, initialSeuil, picture.Data(), m.values);
+  return m;
+}
+
+TEST(Percentile, CountsPastTheShare) {
+  int histo[] = {0, 1, 0, 98, 1};
+  EXPECT_EQ(percentileD(0.0f, 100, 5, histo), 1);
+  EXPECT_EQ(percentileD(0.01f, 100, 5, histo), 3) << "the second-lowest value: the sum must exceed 1";
+  EXPECT_EQ(percentileD(0.99f, 100, 5, histo), 4);
+  EXPECT_EQ(percentileD(1.0f, 100, 5, histo), 5) << "never exceeded";
+  EXPECT_EQ(percentileD(0.5f, 100, 0, histo), 0);
+  EXPECT_EQ(percentileD(0.5f, 100, -1, histo), 0);
+  EXPECT_EQ(percentileD(-3.0f, 100, 5, histo), 1);
+  EXPECT_EQ(percentileD(NAN, 100, 5, histo), 5);
+  EXPECT_EQ(percentileD(INFINITY, 100, 5, histo), 5);
+  EXPECT_EQ(percentileD(3e38f, SIZE_MAX, 5, histo), 5);
+  int pair[] = {2147483647, 2147483647};
+  EXPECT_EQ(percentileD(1.0f, 4000000000u, 2, pair), 1) << "the sum goes past an int";
+}
+
+TEST(Statistics, RefusesWhatHasNoSpread) {
+  EXPECT_EQ(Measure(RgbePicture(40, 40)).result, NR_ERROR_STATISTICS);
+  EXPECT_EQ(Measure(MakePicture(40, 40,
+                                [](int, int) {
+                                  return veskaro::test::Colour{1, 2, 3};
+                                }))
+                .result,
+            NR_ERROR_STATISTICS);
+  EXPECT_EQ(Measure(RgbePicture(40, 0)).result, NR_ERROR_STATISTICS);
+  EXPECT_EQ(Measure(RgbePicture(0, 40)).result, NR_ERROR_STATISTICS);
+  RgbePicture endless(40, 40);
+  endless.SetPixel(3, 3, {255, 255, 255, 255});
+  const Measured m = Measure(endless);
+  EXPECT_EQ(m.result, NR_ERROR_STATISTICS) << "the sum of this pixel is beyond the float range";
+  EXPECT_EQ(m.values[0], kUntouched);
+}
+
+TEST(Statistics, UniformBelowOneHasItsOwnLevel) {
+  RgbePicture picture(33, 34);
+  for (int j = 0; j < 34; ++j) {
+    for (int i = 0; i < 33; ++i) picture.SetPixel(i, j, {64, 32, 32, 136 - 8});  // sum 0.5
+  }
+  const Measured m = Measure(picture);
+  EXPECT_EQ(m.result, NR_OK);
+  EXPECT_EQ(m.values[0], std::log(0.5f));
+  EXPECT_EQ(m.values[1], std::log(0.5f));
+  EXPECT_EQ(m.values[5], 0.0f);
+}
+
+// 100 grey columns whose log values are evenly spaced: the percentiles are read off directly.
+TEST(Statistics, EvenlySpacedGreys) {
+  const auto grey = [](int i) { return std::ldexp(128.0 + i, -5); };
+  const Measured m = Measure(MakePicture(100, 50, [&](int i, int) {
+    return veskaro::test::Colour{grey(i), grey(i), grey(i)};
+  }));
+  const double bin = (std::log(grey(99)) - std::log(grey(0))) / 65535;
+  const double p01 = std::log(grey(1)), median = std::log(grey(50)), p99 = std::log(grey(99));
+  ASSERT_EQ(m.result, NR_OK);
+  // The minimum of the logs is above 0, where the maximum starts; a bin and the 65535/65536 of the way back remain.
+  EXPECT_NEAR(m.values[0], std::log(3) + median + 0.25 * (p01 - median), 2 * bin);
+  EXPECT_NEAR(m.values[1], std::log(3) + median + 0.5 * (p99 - median), 2 * bin);
+  EXPECT_NEAR(m.values[2], (p01 + median) / 2, 2 * bin);
+  EXPECT_NEAR(m.values[3], median, 2 * bin);
+  EXPECT_NEAR(m.values[4], p99, 2 * bin);
+  EXPECT_NEAR(m.values[5], (p99 - median) * 2 * 0.0013333334 * (bin * 65535), 1e-7);
+}
+
+// One percentile of black pixels is enough to bring the lowest percentile to 0, the log of 1.
+TEST(Statistics, BlackCountsAsOne) {
+  RgbePicture picture = MakePicture(100, 100, [](int i, int) {
+    return veskaro::test::Colour{8.0 + i, 8.0 + i, 8.0 + i};
+  });
+  for (int j = 0; j < 100; ++j) picture.SetPixel(7, j, {200, 200, 200, 0});
+  const Measured one = Measure(picture);
+  picture.SetPixel(8, 0, {1, 2, 3, 0});
+  const Measured more = Measure(picture);
+  EXPECT_GT(one.values[2], (std::log(8.0) + std::log(57.0)) / 2) << "the percentile must be exceeded, not reached";
+  EXPECT_NEAR(more.values[2], std::log(57.0) / 2, 0.02);
+}
+
+TEST(Statistics, MemoryRunsOut) {
+  RgbePicture picture = RandomPicture(64, 64, veskaro::test::Kind::kOrdinary, 1);
+  float values[6] = {kUntouched};
+  for (int which = 0;; ++which) {
+    FailAllocation failure(which);
+    const int result = hdr_stats(0, 64, 64, 0, 0, 32, 0.001f, picture.Data(), values);
+    if (!failure.Happened()) {
+      EXPECT_GT(which, 0);
+      break;
+    }
+    ASSERT_EQ(result, NR_ERROR_MEMORY);
+    ASSERT_EQ(values[0], kUntouched);
+  }
+  EXPECT_EQ(hdr_stats(0, 64, 64, 0, 0, 32, 0.001f, nullptr, values), NR_ERROR_ARGUMENT);
+}
+
+}  // namespace
