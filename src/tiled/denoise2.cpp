@@ -6,6 +6,7 @@
 
 #include "VeskaroNRLib.h"
 #include "host/fp_environment.h"
+#include "host/team.h"
 #include "params/auto_profile.h"
 #include "params/tuning.h"
 #include "pyramid/lift.h"
@@ -25,6 +26,7 @@ struct Call {
   TileGrid grid;
   int threads;
   float* params;
+  unsigned char* hostWork;
 };
 
 bool isRightFormat(const Pictures& p, int samplesPerPixel) {
@@ -112,23 +114,23 @@ bool isAligned(const void* work) {
 }
 
 // The whole call, its arguments known to be right.
-int denoise(const Call& call, unsigned char* hostWork) {
+int denoise(const Call& call) {
   const SliceLayout layout = sliceLayout(call.grid);
   const int result = setUpParams(call);
   if (result < 0) return result;
 
   // More threads than tiles would only wait.
-  const int team = call.grid.tiles() < call.threads ? static_cast<int>(call.grid.tiles()) : call.threads;
+  const int team = grantedTeam(call.grid.tiles() < call.threads ? static_cast<int>(call.grid.tiles()) : call.threads);
   float* ownWork = nullptr;
-  if (hostWork == nullptr || !isAligned(hostWork)) {
+  if (call.hostWork == nullptr || !isAligned(call.hostWork)) {
     const std::uint64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(float);
     if (layout.floats() > most / static_cast<unsigned>(team)) return NR_ERROR_MEMORY;
     ownWork = static_cast<float*>(std::malloc(layout.floats() * static_cast<unsigned>(team) * sizeof(float)));
     if (ownWork == nullptr) return NR_ERROR_MEMORY;
   }
-  processTiles(call, team, layout, ownWork != nullptr ? ownWork : reinterpret_cast<float*>(hostWork));
+  processTiles(call, team, layout, ownWork != nullptr ? ownWork : reinterpret_cast<float*>(call.hostWork));
   std::free(ownWork);
-  recombine(call, call.threads < call.pictures.height ? call.threads : call.pictures.height);
+  recombine(call, team);
   return NR_OK;
 }
 
@@ -139,12 +141,14 @@ extern "C" int denoise2(const int wOrig, const int hOrig, int sppIn, int rowStri
                         int nbProc, float* nrParams, unsigned char* work, unsigned char* inImage,
                         unsigned char* outImage) {
   using namespace veskaro;
-  Call call = {{inImage, outImage, wOrig, hOrig, rowStride, bps}, {}, nbProc, nrParams};
+  Call call = {{inImage, outImage, wOrig, hOrig, rowStride, bps}, {}, nbProc, nrParams, work};
   if (nrParams == nullptr || !isRightFormat(call.pictures, sppIn) || !isRightTiling(BaseUnitTile, nbProc)) {
     return NR_ERROR_ARGUMENT;
   }
   tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, kPadding, kOverlap, &call.grid);
   if (work != nullptr && workMemoryBytes(sliceLayout(call.grid), nbProc) < 0) return NR_ERROR_MEMORY;
   const DefaultFpEnvironment environment;
-  return denoise(call, work);
+  int result = NR_OK;
+  runWhereTeamsStart([&] { result = denoise(call); });
+  return result;
 }
