@@ -34,7 +34,7 @@ def direct(image, strength=1.0, threads=2, params=None, tile=256):
     vector = (params or Params()).to_vector()
     vector[0] = strength
     height, width = image.shape[:2]
-    code = veskaronr.library().denoise2(
+    code = veskaronr.c_library().denoise2(
         width, height, 3, 3 * width, 8 * image.itemsize, tile, threads, vector, None, source.ctypes.data, result.ctypes.data
     )
     assert code == 1
@@ -105,7 +105,7 @@ class Photographs(unittest.TestCase):
 
     def test_parameters(self):
         vector = (ctypes.c_float * 21)()
-        veskaronr.library().nr_def(vector)
+        veskaronr.c_library().nr_def(vector)
         self.assertEqual(list(vector), list(Params().to_vector()))
         image = scene(100, 120)
         own = Params(luma_keep=0.0, sharpening=0.0)
@@ -210,7 +210,7 @@ class Radiance(unittest.TestCase):
 class Loading(unittest.TestCase):
     def test_a_missing_library_is_named(self):
         environment = dict(os.environ, VESKARONR_LIBRARY="/nowhere/VeskaroNRLib.so.1")
-        code = f"import sys; sys.path.insert(0, {sys.path[0]!r}); import veskaronr; veskaronr.library()"
+        code = f"import sys; sys.path.insert(0, {sys.path[0]!r}); import veskaronr; veskaronr.c_library()"
         run = subprocess.run([sys.executable, "-c", code], env=environment, capture_output=True, text=True)
         self.assertIn("ImportError", run.stderr)
         self.assertIn("/nowhere", run.stderr)

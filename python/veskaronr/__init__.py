@@ -15,7 +15,7 @@ from ._library import (
     Error,
     LibraryMemoryError,
     StatisticsError,
-    library,
+    c_library,
 )
 from ._params import PARAM_COUNT, Params, Profile
 from ._rgbe import denoise_rgbe
@@ -32,6 +32,6 @@ __all__ = [
     "StatisticsError",
     "denoise",
     "denoise_rgbe",
-    "library",
+    "c_library",
     "profile",
 ]

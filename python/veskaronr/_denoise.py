@@ -9,7 +9,7 @@ from typing import Any, Literal, TypeVar, Union, overload
 import numpy as np
 from numpy.typing import NDArray
 
-from ._library import check, library
+from ._library import c_library, check
 from ._params import PARAM_COUNT, Params, Profile
 
 Sample = TypeVar("Sample", np.uint8, np.uint16)
@@ -72,7 +72,7 @@ def _run(image: Image, out: Image, stride: int, strength: float, threads: int, p
     vector[0] = strength
     height, width = image.shape[:2]
     with _one_at_a_time:
-        result = library().denoise2(
+        result = c_library().denoise2(
             width, height, 3, stride, 8 * image.itemsize, tile, threads, vector, None, image.ctypes.data, out.ctypes.data
         )
     check("denoise2", result)
@@ -207,7 +207,7 @@ def profile(image: Any, strength: float = 1.0) -> Profile:
     vector = Params().to_vector()
     vector[0] = _strength(strength)
     scratch = np.empty(48 * (width // 32) * (height // 32) + 4 * 320, np.uint8)
-    result = library().auto_profile(width, height, stride, vector, scratch.ctypes.data, eight.ctypes.data)
+    result = c_library().auto_profile(width, height, stride, vector, scratch.ctypes.data, eight.ctypes.data)
     check("auto_profile", result, _NO_PROFILE)
     assert len(vector) == PARAM_COUNT
     return Profile(vector[0], vector[7], vector[17], vector[18])

@@ -81,7 +81,7 @@ def _candidates() -> Iterator[str]:
 
 
 @lru_cache(maxsize=None)
-def library() -> ctypes.CDLL:
+def c_library() -> ctypes.CDLL:
     """The loaded library, for calls that this module does not wrap."""
     failures = []
     for name in _candidates():

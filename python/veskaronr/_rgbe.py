@@ -7,7 +7,7 @@ from typing import Any
 import numpy as np
 from numpy.typing import NDArray
 
-from ._library import check, library
+from ._library import c_library, check
 
 _REASONS = {
     -2: "both sides must be at least 32 pixels, and the picture below 2^28 pixels",
@@ -41,6 +41,6 @@ def denoise_rgbe(
         source = source.copy(order="C")
     result = np.empty_like(source)
     height, _, width = source.shape
-    code = library().denoise1(int(strength), width, height, 4 * width, 4, 32, source.ctypes.data, result.ctypes.data)
+    code = c_library().denoise1(int(strength), width, height, 4 * width, 4, 32, source.ctypes.data, result.ctypes.data)
     check("denoise1", code, _REASONS)
     return result if planar else np.ascontiguousarray(result.transpose(0, 2, 1))

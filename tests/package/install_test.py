@@ -103,7 +103,7 @@ class Installed(unittest.TestCase):
         environment = {k: v for k, v in os.environ.items() if k not in ("VESKARONR_LIBRARY", "LD_LIBRARY_PATH")}
         environment["PYTHONPATH"] = str(found[0].parents[1])
         said = run(
-            "/usr/bin/python3", "-c", "import veskaronr; print(veskaronr.library()._name)", env=environment, cwd=self.top
+            "/usr/bin/python3", "-c", "import veskaronr; print(veskaronr.c_library()._name)", env=environment, cwd=self.top
         )
         self.assertEqual(pathlib.Path(said.strip()).resolve(), (self.lib / "VeskaroNRLib.so.1").resolve())
 
