@@ -1,5 +1,6 @@
 #include "params/ranking.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 
@@ -20,12 +21,11 @@ int compareKeys(Key a, Key b) {
   return a > b ? 1 : (a < b ? -1 : 0);
 }
 
+// Ranks equal keys by index.
 template <typename Key>
-int compareRanked(const void* a, const void* b) {
-  const auto* left = static_cast<const Ranked<Key>*>(a);
-  const auto* right = static_cast<const Ranked<Key>*>(b);
-  const int byKey = compareKeys(left->key, right->key);
-  return byKey != 0 ? byKey : compareKeys(left->index, right->index);
+bool isBefore(const Ranked<Key>& left, const Ranked<Key>& right) {
+  const int byKey = compareKeys(left.key, right.key);
+  return byKey != 0 ? byKey < 0 : left.index < right.index;
 }
 
 template <typename Key>
@@ -37,7 +37,9 @@ int rank(int count, const Key* keys, int* order) {
     return 0;
   }
   for (int i = 0; i < count; ++i) pairs[i] = {keys[i], i};
-  std::qsort(pairs, static_cast<std::size_t>(count), sizeof(Ranked<Key>), compareRanked<Key>);
+  // Keys that are not numbers have no order. A heap sort stays inside the array all the same, and takes no memory.
+  std::make_heap(pairs, pairs + count, isBefore<Key>);
+  std::sort_heap(pairs, pairs + count, isBefore<Key>);
   for (int i = 0; i < count; ++i) order[i] = pairs[i].index;
   std::free(pairs);
   return count;
