@@ -9,6 +9,7 @@
 
 #include "VeskaroNRLib.h"
 #include "filters/colour_difference.h"
+#include "filters/level_filter_kernel.h"
 #include "filters/noise_reduce.h"
 #include "filters/sharpen.h"
 #include "host/fp_environment.h"
@@ -110,8 +111,10 @@ int filterLevel(int level, int w, int h, const Rectangle& area, int workers, con
   toComparisonImage(samples, b.level, b.comparison);
   if (samples > 0) std::memcpy(b.reduced, b.level, static_cast<std::size_t>(samples) * sizeof(float));
   if (workers > 1) return filterOnWorkers(level, w, h, area, workers, b);
-  reduceNoise(w, area, b.level, b.comparison, b.records, b.reduced, noiseSettings(level));
-  sharpen(w, area, b.reduced, b.records, b.level, sharpenSettings(level));
+  if (!vectors::filterLevel(w, area, b, noiseSettings(level), sharpenSettings(level))) {
+    plain::reduceNoise(w, area, b.level, b.comparison, b.records, b.reduced, noiseSettings(level));
+    plain::sharpen(w, area, b.reduced, b.records, b.level, sharpenSettings(level));
+  }
   return area.endRow();
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
+#include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
 #include "pyramid/lift.h"
 
@@ -101,8 +102,8 @@ void reducePixel(const Pixel& p, const NoiseSettings& s) {
 
 }  // namespace
 
-void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const NoiseSettings& settings) {
+void plain::reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
+                        float* dest, const NoiseSettings& settings) {
   const std::ptrdiff_t row = levelSamples(width, 1);
   for (int y = area.yStart; y < area.yEnd; ++y) {
     for (int x = area.xStart; x < area.xEnd; ++x) {
@@ -110,6 +111,12 @@ void reduceNoise(int width, const Rectangle& area, const float* level, const flo
       reducePixel({level + at, comparison + at, records + at, dest + at, row}, settings);
     }
   }
+}
+
+void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
+                 float* dest, const NoiseSettings& settings) {
+  if (vectors::reduceNoise(width, area, level, comparison, records, dest, settings)) return;
+  plain::reduceNoise(width, area, level, comparison, records, dest, settings);
 }
 
 }  // namespace veskaro

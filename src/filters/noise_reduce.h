@@ -15,6 +15,11 @@ enum NoiseRecord { kMixFraction = 0, kThreshold = 1, kRolloff = 2 };
 void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
                  float* dest, const NoiseSettings& settings);
 
+namespace plain {
+void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
+                 float* dest, const NoiseSettings& settings);
+}  // namespace plain
+
 }  // namespace veskaro
 
 #endif  // VESKARO_FILTERS_NOISE_REDUCE_H

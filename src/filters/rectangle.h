@@ -10,6 +10,8 @@ struct Rectangle {
   // From the int[4] of the public interface.
   static Rectangle fromCoordinates(const int* c) { return {c[0], c[1], c[2], c[3]}; }
 
+  bool isEmpty() const { return xStart >= xEnd || yStart >= yEnd; }
+
   // The row at which a loop over the rows stops.
   int endRow() const { return yStart < yEnd ? yEnd : yStart; }
 };

@@ -6,6 +6,7 @@
 
 #include "VeskaroNRLib.h"
 #include "filters/colour_difference.h"
+#include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
 #include "filters/noise_reduce.h"
 #include "pyramid/lift.h"
@@ -72,8 +73,8 @@ Rgb sharpenPixel(const float* centre, std::ptrdiff_t row, const float* record, c
 
 }  // namespace
 
-void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
-             const SharpenSettings& settings) {
+void plain::sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+                    const SharpenSettings& settings) {
   const std::ptrdiff_t row = levelSamples(width, 1);
   for (int y = area.yStart; y < area.yEnd; ++y) {
     for (int x = area.xStart; x < area.xEnd; ++x) {
@@ -84,6 +85,12 @@ void sharpen(int width, const Rectangle& area, const float* reduced, const float
       dest[at + 2] = sharpened.b;
     }
   }
+}
+
+void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+             const SharpenSettings& settings) {
+  if (vectors::sharpen(width, area, reduced, records, dest, settings)) return;
+  plain::sharpen(width, area, reduced, records, dest, settings);
 }
 
 }  // namespace veskaro

@@ -10,6 +10,11 @@ namespace veskaro {
 void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
              const SharpenSettings& settings);
 
+namespace plain {
+void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+             const SharpenSettings& settings);
+}  // namespace plain
+
 }  // namespace veskaro
 
 #endif  // VESKARO_FILTERS_SHARPEN_H

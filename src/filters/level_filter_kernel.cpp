@@ -1,0 +1,160 @@
+// The vector forms of the level filters for hosts' interleaved levels, compiled once for every instruction set.
+#include "filters/level_filter_kernel.h"
+
+#include <cstdlib>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filters/level_filter_kernel.cpp"
+#include <hwy/foreach_target.h>
+
+#include "filters/level_stream-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+// Zeroed scratch for a stream over the rectangle, or null.
+template <class Stream>
+float* takeScratch(const Rectangle& area) {
+  Arena measure(nullptr);
+  const Stream stream(&measure, area);
+  return static_cast<float*>(std::calloc(static_cast<std::size_t>(measure.used()), sizeof(float)));
+}
+
+template <class Stream, class Run>
+bool runStream(const Rectangle& area, Run run) {
+  if (area.isEmpty()) return true;
+  float* scratch = takeScratch<Stream>(area);
+  if (scratch == nullptr) return false;
+  Arena arena(scratch);
+  Stream stream(&arena, area);
+  run(stream);
+  std::free(scratch);
+  return true;
+}
+
+InterleavedImage imageOf(float* samples, int width) {
+  return {samples, std::ptrdiff_t{3} * width};
+}
+
+bool filterLevel(int width, const Rectangle& area, const LevelBuffers& b, const NoiseSettings& noise,
+                 const SharpenSettings& sharpening) {
+  using Stream = LevelStream<InterleavedImage>;
+  const InterleavedImage reduced = imageOf(b.reduced, width);
+  const InterleavedImage records = imageOf(b.records, width);
+  return runStream<Stream>(area, [&](Stream& s) {
+    s.run(imageOf(b.level, width), noise, sharpening, {&reduced, &records});
+  });
+}
+
+// One filter alone. Strips need no margins here: what they read is not what they write.
+struct NoiseStream {
+  NoiseStream(Arena* arena, const Rectangle& area)
+      : noise(arena, stripRowFloats(area.xEnd - area.xStart)),
+        rows(arena, 3, stripRowFloats(area.xEnd - area.xStart)) {}
+  NoiseStage noise;
+  RowRing rows;  // own, reduced, records
+};
+
+bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
+                 float* dest, const NoiseSettings& settings) {
+  const InterleavedImage levelImage = imageOf(const_cast<float*>(level), width);
+  const InterleavedImage comparisonImage = imageOf(const_cast<float*>(comparison), width);
+  const InterleavedImage destImage = imageOf(dest, width);
+  const InterleavedImage recordImage = imageOf(records, width);
+  return runStream<NoiseStream>(area, [&](NoiseStream& s) {
+    for (int x = area.xStart; x < area.xEnd; x += kStripColumns) {
+      const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
+      for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
+        const int loaded = area.yStart - kReach + t;
+        levelImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.level(t) + -kReach);
+        comparisonImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.comparison(t) + -kReach);
+        s.noise.rowLoaded(t, -kReach, columns + kReach);
+        if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
+        if (t < 2 * kReach) continue;
+        const int y = t - kReach;
+        destImage.load(x, loaded - kReach, columns, s.rows.at(0));
+        s.noise.reduce(y, 0, columns, s.rows.at(0), s.rows.at(1), s.rows.at(2), settings);
+        destImage.store(s.rows.at(1), x, loaded - kReach, columns);
+        recordImage.store(s.rows.at(2), x, loaded - kReach, columns);
+      }
+    }
+  });
+}
+
+struct SharpenStream {
+  SharpenStream(Arena* arena, const Rectangle& area)
+      : sharpen(arena, stripRowFloats(area.xEnd - area.xStart)),
+        records(arena, 1, stripRowFloats(area.xEnd - area.xStart)) {}
+  SharpenStage sharpen;
+  RowRing records;
+};
+
+bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+             const SharpenSettings& settings) {
+  const InterleavedImage reducedImage = imageOf(const_cast<float*>(reduced), width);
+  const InterleavedImage recordImage = imageOf(const_cast<float*>(records), width);
+  const InterleavedImage destImage = imageOf(dest, width);
+  return runStream<SharpenStream>(area, [&](SharpenStream& s) {
+    for (int x = area.xStart; x < area.xEnd; x += kStripColumns) {
+      const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
+      for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
+        const int loaded = area.yStart - kReach + t;
+        reducedImage.load(x - kReach, loaded, columns + 2 * kReach, s.sharpen.reduced(t) + -kReach);
+        s.sharpen.rowLoaded(t, -kReach, columns + kReach);
+        if (t >= kReach) s.sharpen.computeDistances(t - kReach, 0, columns);
+        if (t < 2 * kReach) continue;
+        recordImage.load(x, loaded - kReach, columns, s.records.at(0));
+        s.sharpen.sharpen(t - kReach, 0, columns, s.records.at(0), settings);
+        destImage.store(s.sharpen.sharpened(), x, loaded - kReach, columns);
+      }
+    }
+  });
+}
+
+#else
+
+bool filterLevel(int, const Rectangle&, const LevelBuffers&, const NoiseSettings&, const SharpenSettings&) {
+  return false;
+}
+bool reduceNoise(int, const Rectangle&, const float*, const float*, float*, float*, const NoiseSettings&) {
+  return false;
+}
+bool sharpen(int, const Rectangle&, const float*, const float*, float*, const SharpenSettings&) {
+  return false;
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace veskaro {
+namespace {
+HWY_EXPORT(filterLevel);
+HWY_EXPORT(reduceNoise);
+HWY_EXPORT(sharpen);
+}  // namespace
+
+namespace vectors {
+
+bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const NoiseSettings& noise,
+                 const SharpenSettings& sharpening) {
+  return HWY_DYNAMIC_DISPATCH(filterLevel)(width, area, buffers, noise, sharpening);
+}
+
+bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
+                 float* dest, const NoiseSettings& settings) {
+  return HWY_DYNAMIC_DISPATCH(reduceNoise)(width, area, level, comparison, records, dest, settings);
+}
+
+bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+             const SharpenSettings& settings) {
+  return HWY_DYNAMIC_DISPATCH(sharpen)(width, area, reduced, records, dest, settings);
+}
+
+}  // namespace vectors
+}  // namespace veskaro
+#endif  // HWY_ONCE

@@ -1,0 +1,26 @@
+#ifndef VESKARO_FILTERS_LEVEL_FILTER_KERNEL_H
+#define VESKARO_FILTERS_LEVEL_FILTER_KERNEL_H
+
+#include "filters/level_filter.h"
+#include "params/tuning.h"
+
+namespace veskaro {
+namespace vectors {
+
+// The vector forms of the level filters: the same bytes as the plain ones. Each returns false, with nothing written,
+// when the plain form has to do it: the processor has no vectors, or no scratch is to be had.
+
+// Both filters; reduced holds a copy of the level on entry, the comparison image is not touched.
+bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const NoiseSettings& noise,
+                 const SharpenSettings& sharpening);
+
+bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
+                 float* dest, const NoiseSettings& settings);
+
+bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+             const SharpenSettings& settings);
+
+}  // namespace vectors
+}  // namespace veskaro
+
+#endif  // VESKARO_FILTERS_LEVEL_FILTER_KERNEL_H

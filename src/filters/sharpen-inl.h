@@ -1,0 +1,92 @@
+// Per-target: the sharpening filter on one row, a lane a pixel. The steps and their order are those of sharpen.cpp.
+#if defined(VESKARO_FILTERS_SHARPEN_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VESKARO_FILTERS_SHARPEN_INL_H
+#undef VESKARO_FILTERS_SHARPEN_INL_H
+#else
+#define VESKARO_FILTERS_SHARPEN_INL_H
+#endif
+
+#include "filters/colour_difference-inl.h"
+#include "filters/noise_reduce-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+struct SharpenRow {
+  Rows reduced[5];              // the rows from two above to two below
+  const float* distance[5][5];  // of each pixel to its neighbour, by dy + 2 and dx + 2
+  Rows records;                 // of the noise filter
+  Rows sharpened;               // result
+};
+
+struct VectorBand {
+  V threshold, cut, perThreshold, perRolloff;
+};
+
+HWY_INLINE VectorBand bandAt(const Rows& records, int x) {
+  const Floats d;
+  const V one = hn::Set(d, 1.0f);
+  const V threshold = hn::LoadU(d, records.plane[2] + x);
+  const V rolloff = hn::Mul(hn::Set(d, 0.25f), threshold);
+  return {threshold, hn::Add(threshold, rolloff), hn::Div(one, threshold), hn::Div(one, rolloff)};
+}
+
+template <bool kOrdinary>
+HWY_INLINE void addSharpeningNeighbour(const SharpenRow& row, int dx, int dy, int x, const VectorBand& band,
+                                       VectorSum& sum) {
+  const Floats d;
+  const float weight = kNeighbourWeight[dy + kReach][dx + kReach];
+  const V distance = hn::LoadU(d, row.distance[dy + kReach][dx + kReach] + x);
+  const V risingSlope = hn::Mul(hn::Set(d, weight), band.perThreshold);
+  const V fallingSlope = hn::Mul(hn::Set(d, sharpeningSlopeWeight(dx, dy)), band.perRolloff);
+  const Mask isBelow = hn::Le(distance, band.threshold);
+  const V rising = hn::Mul(risingSlope, distance);
+  const V falling = hn::Add(hn::Mul(hn::Sub(band.threshold, distance), fallingSlope), hn::Set(d, weight));
+  const Mask counts = hn::Or(isBelow, hn::Not(hn::Ge(distance, band.cut)));
+  addWeighted<kOrdinary>(row.reduced[dy + kReach], x + dx, hn::IfThenElse(isBelow, rising, falling), counts, sum);
+}
+
+// Pushes luma and colour differences away from the average.
+HWY_INLINE VectorRgb pushAway(const VectorRgb& own, const VectorSum& sum, V mixFraction, const SharpenSettings& s) {
+  const Floats d;
+  const V inverseWeight = hn::Div(hn::Set(d, 1.0f), sum.weight);
+  const VectorYcc average =
+      toYcc({hn::Mul(sum.r, inverseWeight), hn::Mul(sum.g, inverseWeight), hn::Mul(sum.b, inverseWeight)});
+  const VectorYcc centre = toYcc(own);
+  const V amount = hn::IfThenElseZero(hn::Gt(mixFraction, hn::Zero(d)), mixFraction);
+  const V chromaMix = hn::Mul(hn::Mul(sum.weight, hn::Set(d, s.chroma)), amount);
+  const V push = hn::Mul(hn::Mul(hn::Mul(hn::Sub(centre.y, average.y), sum.weight), hn::Set(d, s.luma)), amount);
+  return toRgb({hn::Add(centre.y, push),
+                hn::Add(hn::Mul(hn::Sub(centre.bMinusY, average.bMinusY), chromaMix), centre.bMinusY),
+                hn::Add(hn::Mul(hn::Sub(centre.rMinusY, average.rMinusY), chromaMix), centre.rMinusY)});
+}
+
+template <bool kOrdinary>
+HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
+  const Floats d;
+  for (int x = xStart; x < xEnd; x += lanes()) {
+    const VectorBand band = bandAt(row.records, x);
+    VectorSum sum = emptySum();
+    HWY_UNROLL(5) for (int dy = -kReach; dy <= kReach; ++dy) {
+      HWY_UNROLL(5) for (int dx = -kReach; dx <= kReach; ++dx) {
+        if (dx == 0 && dy == 0) continue;
+        addSharpeningNeighbour<kOrdinary>(row, dx, dy, x, band, sum);
+      }
+    }
+    const VectorRgb own = loadRgb(row.reduced[kReach], x);
+    const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.records.plane[0] + x), s);
+    const Mask isFlat = hn::Eq(sum.weight, hn::Zero(d));
+    storeRgb({hn::IfThenElse(isFlat, own.r, pushed.r), hn::IfThenElse(isFlat, own.g, pushed.g),
+              hn::IfThenElse(isFlat, own.b, pushed.b)},
+             row.sharpened, x);
+  }
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

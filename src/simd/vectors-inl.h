@@ -1,0 +1,94 @@
+// Per-target: what the kernels share. Included once for every instruction set.
+#if defined(VESKARO_SIMD_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VESKARO_SIMD_VECTORS_INL_H
+#undef VESKARO_SIMD_VECTORS_INL_H
+#else
+#define VESKARO_SIMD_VECTORS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+using Floats = hn::ScalableTag<float>;
+using HalfFloats = hn::Half<Floats>;
+using Doubles = hn::RepartitionToWide<Floats>;
+using V = hn::Vec<Floats>;
+using Mask = hn::Mask<Floats>;
+using VD = hn::Vec<Doubles>;
+
+HWY_INLINE constexpr int lanes() {
+  return static_cast<int>(HWY_LANES(float));
+}
+
+// A float vector as two double vectors.
+struct Widened {
+  VD low, high;
+};
+
+HWY_INLINE Widened widen(V v) {
+  const Doubles d;
+  return {hn::PromoteTo(d, hn::LowerHalf(HalfFloats(), v)), hn::PromoteTo(d, hn::UpperHalf(HalfFloats(), v))};
+}
+
+// Each double rounded once to float.
+HWY_INLINE V narrow(VD low, VD high) {
+  const HalfFloats half;
+  return hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+}
+
+// (a + b) + c formed in double and rounded once; right for every value.
+HWY_INLINE V sumInDouble(V a, V b, V c) {
+  const Widened wa = widen(a);
+  const Widened wb = widen(b);
+  const Widened wc = widen(c);
+  return narrow(hn::Add(hn::Add(wa.low, wb.low), wc.low), hn::Add(hn::Add(wa.high, wb.high), wc.high));
+}
+
+// The same for a, b, c >= 0 without leaving float: the error terms of two exact additions (Fast2Sum, Dekker 1971) are
+// put back at the end. Right when the sum of the errors is itself a float, which isOrdinary ensures.
+HWY_INLINE V sumOfOrdinary(V a, V b, V c) {
+  const V larger = hn::Max(a, b);
+  const V smaller = hn::Min(a, b);
+  const V first = hn::Add(larger, smaller);
+  const V firstError = hn::Sub(smaller, hn::Sub(first, larger));
+  const V upper = hn::Max(first, c);
+  const V lower = hn::Min(first, c);
+  const V second = hn::Add(upper, lower);
+  const V secondError = hn::Sub(lower, hn::Sub(second, upper));
+  return hn::Add(second, hn::Add(firstError, secondError));
+}
+
+// Whether samples are 0 or within [2^-12, 2^9) in magnitude. They are then multiples of 2^-35, the terms of every
+// distance are multiples of 2^-36, and every distance stays below 2^12: the errors of summing it, at most 2^-13 and
+// 2^-14, add up to a multiple of 2^-36 below 2^-12, which is a float.
+HWY_INLINE Mask isOrdinary(V v) {
+  const Floats d;
+  const V magnitude = hn::Abs(v);
+  const Mask inRange = hn::And(hn::Ge(magnitude, hn::Set(d, 0.000244140625f)), hn::Lt(magnitude, hn::Set(d, 512.0f)));
+  return hn::Or(inRange, hn::Eq(v, hn::Zero(d)));
+}
+
+// Whether all samples of some planes over [xStart, xEnd) are.
+template <int kPlanes>
+HWY_INLINE bool areOrdinary(const float* const (&planes)[kPlanes], int xStart, int xEnd) {
+  const Floats d;
+  Mask all = hn::Eq(hn::Zero(d), hn::Zero(d));
+  for (int x = xStart; x < xEnd; x += lanes()) {
+    for (const float* plane : planes) all = hn::And(all, isOrdinary(hn::LoadU(d, plane + x)));
+  }
+  return hn::AllTrue(d, all);
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard
