@@ -1,0 +1,143 @@
+"""Pictures of every kind through veskaro-nr: pixels, layout, names, errors."""
+
+import os
+import unittest
+
+import numpy
+
+from support import SAMPLE, SAMPLE_HDR, ToolTest, command, header, noisy, pixels, save, vips
+
+
+class Photographs(ToolTest):
+    def test_noise_falls_and_layout_stays(self):
+        layouts = [(bands, bits, suffix) for suffix in ("png", "tif") for bits in (8, 16) for bands in (1, 2, 3, 4)]
+        layouts += [(1, 8, "jpg"), (3, 8, "jpg"), (3, 8, "webp"), (4, 8, "webp")]
+        for bands, bits, suffix in layouts:
+            with self.subTest(bands=bands, bits=bits, suffix=suffix):
+                before = noisy(131, 173, bands, bits)
+                source = save(before, self.folder / f"in{bands}{bits}.{suffix}", *(["Q=100"] if suffix == "jpg" else ["lossless"] if suffix == "webp" else []))
+                result = self.folder / f"out{bands}{bits}.{suffix}"
+                line = self.denoise(source, result)
+                self.assertRegex(line, rf"173 x 131 {bits}-bit {'grey' if bands < 3 else 'RGB'}.*noise level \d+\.\d.*MP/s\n\Z")
+                after = pixels(result)
+                self.assertEqual((after.shape, after.dtype), (before.shape, before.dtype))
+                colour = bands - (1 - bands % 2)
+                flat = (slice(4, 60), slice(4, -4), slice(0, colour))
+                spread = [numpy.diff(p[flat].astype(float), axis=0).std() for p in (before, after)]
+                self.assertLess(spread[1], 0.8 * spread[0])
+                if bands % 2 == 0:
+                    numpy.testing.assert_array_equal(after[:, :, -1], before[:, :, -1])
+
+    def test_strength_and_settings_act(self):
+        source = save(noisy(96, 96), self.folder / "in.png")
+        change = {}
+        for name, options in {"weak": ["--strength", "50"], "nominal": [], "strong": ["--strength", "150"],
+                              "off": [f"--set=level{k}-amount=0" for k in range(4)] + ["--set", "sharpening=0", "--set", "NR_CHROMA_SHARPENING=0"]}.items():
+            result = self.folder / f"{name}.png"
+            said = self.denoise(source, result, "-v", *options)
+            change[name] = numpy.abs(pixels(result).astype(int) - pixels(source)).mean()
+        self.assertIn("nothing changed: noise reduction and sharpening were set to 0", said)
+        self.assertLess(change["weak"], change["nominal"])
+        self.assertLess(change["nominal"], change["strong"])
+        self.assertLess(change["off"], 0.1)
+
+    def test_chroma_only_leaves_grey_alone(self):
+        source = save(noisy(64, 64, 1), self.folder / "in.png")
+        said = self.denoise(source, self.folder / "out.png", "--chroma-only", "-v")
+        self.assertIn("nothing changed: a grey picture has no chroma", said)
+        self.assertLessEqual(numpy.abs(pixels(self.folder / "out.png").astype(int) - pixels(source)).max(), 1)
+
+    def test_threads_from_two_up_agree(self):
+        source = save(noisy(300, 400), self.folder / "in.png")
+        for threads in (2, 3, 5):
+            self.denoise(source, self.folder / f"{threads}.png", "--threads", threads, "--tile", "64")
+        two = pixels(self.folder / "2.png")
+        for threads in (3, 5):
+            numpy.testing.assert_array_equal(pixels(self.folder / f"{threads}.png"), two)
+
+
+class HighDynamicRange(ToolTest):
+    def test_header_is_kept_and_pixels_change(self):
+        text = b"#?RADIANCE\n# a comment\nVIEW= -vtv -vh 90\nEXPOSURE=2.5\nFORMAT=32-bit_rle_rgbe\nOWNER=someone\n\n+Y 48 -X 80\n"
+        random = numpy.random.default_rng(2)
+        rgbe = numpy.concatenate([random.integers(128, 256, (48, 80, 3)), random.integers(126, 131, (48, 80, 1))], axis=2)
+        flat = self.folder / "in.hdr"
+        flat.write_bytes(text + rgbe.astype("uint8").tobytes())
+        for strength, mode in (("100", "full"), ("70", "chroma only")):
+            result = self.folder / f"out{strength}.hdr"
+            self.assertIn(mode, self.denoise(flat, result, "--strength", strength))
+            self.assertTrue(result.read_bytes().startswith(text))
+            after = pixels(result)
+            self.assertEqual(after.shape, (48, 80, 4))
+            self.assertGreater((after != rgbe).any(axis=2).mean(), 0.3)
+        # Chroma only keeps the sum of the channels within a step of the encoding.
+        level = lambda p: (p[:, :, :3].astype(float) * 2.0 ** (p[:, :, 3:].astype(float) - 136)).sum(axis=2)
+        self.assertLess(numpy.abs(level(after) / level(rgbe) - 1).max(), 0.05)
+
+    def test_statistics_and_sample(self):
+        said = self.denoise(SAMPLE_HDR, self.folder / "night.hdr", "--verbose")
+        self.assertEqual(sum("log " in line or "luminance threshold" in line for line in said.splitlines()), 6)
+
+    def test_what_cannot_be_done(self):
+        black = self.folder / "black.hdr"
+        black.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 40 +X 40\n" + bytes(4 * 1600))
+        self.assertIn("no range of brightness", self.fails(1, black, self.folder / "o.hdr"))
+        small = self.folder / "small.hdr"
+        small.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 31 +X 40\n" + bytes(range(124)) * 40)
+        self.assertIn("at least 32 x 32", self.fails(1, small, self.folder / "o.hdr"))
+        self.assertIn("choose .hdr", self.fails(1, SAMPLE_HDR, self.folder / "o.png"))
+        self.assertEqual(self.names(), ["black.hdr", "small.hdr"])
+
+
+class Failures(ToolTest):
+    def test_one_line_and_no_file(self):
+        source = save(noisy(64, 64, 3, 16), self.folder / "in.png")
+        (self.folder / "text.png").write_text("no picture at all")
+        (self.folder / "empty.png").write_bytes(b"")
+        vips("black", self.folder / "cmyk.v", 64, 64, "--bands", 4)
+        vips("copy", self.folder / "cmyk.v", self.folder / "cmyk.tif", "--interpretation", "cmyk")
+        os.remove(self.folder / "cmyk.v")
+        out = self.folder / "out.png"
+        before = self.names()
+        for arguments, words in [([self.folder / "none.png", out], "No such file"),
+                                 ([self.folder / "text.png", out], "not a PNG"),
+                                 ([self.folder / "empty.png", out], "empty"),
+                                 ([self.folder / "cmyk.tif", out], "cmyk"),
+                                 ([source, self.folder / "no/such/out.png"], "No such file"),
+                                 ([source, self.folder / "out.jpg"], "8 bits"),
+                                 ([source, self.folder / "out.exr"], "OpenEXR"),
+                                 ([source, self.folder / "out.xyz"], "--format"),
+                                 ([source, self.folder / "out.hdr"], "high dynamic range"),
+                                 ([source, source], "--force")]:
+            self.assertIn(words, self.fails(1, *arguments))
+        self.assertEqual(self.names(), before)
+
+    def test_usage(self):
+        source = save(noisy(64, 64), self.folder / "in.png")
+        for arguments in [[], [source, "o.png", "--strength", "49"], [source, "o.png", "--nonsense"], [source, "o.png", "--preset", "x"],
+                          [source, "o.png", "--set", "noise-level=3"], [source, "o.png", "--set", "sharpening=much"],
+                          [source, "o.png", "--set", "nothing=1"], [source, "o.png", "--tile", "50", "--threads", "2"],
+                          [source, "--format", "exr"], [source, self.folder]]:
+            self.fails(2, *arguments)
+        self.assertIn("measured", self.fails(2, source, "o.png", "--set", "NR_CHROMA_KEEP=1"))
+        self.assertEqual(self.names(), ["in.png"])
+
+    def test_replacing(self):
+        source = save(noisy(64, 64), self.folder / "in.png")
+        out = self.folder / "out.png"
+        out.write_text("precious")
+        os.chmod(out, 0o640)
+        self.fails(1, source, out)
+        self.assertEqual(out.read_text(), "precious")
+        self.denoise(source, out, "--force")
+        self.assertEqual((header(out, "width"), out.stat().st_mode & 0o777), ("64", 0o640))
+        # In place, through a link, which stays a link.
+        link = self.folder / "link.png"
+        link.symlink_to(source)
+        self.denoise(link, link, "--force")
+        self.assertTrue(link.is_symlink())
+        self.assertEqual(self.names(), ["in.png", "link.png", "out.png"])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,20 @@
+// Whole files in and out. A result appears under its name only when it is complete.
+#pragma once
+
+#include <string>
+
+#include "formats.h"
+
+namespace tool {
+
+// The file's bytes; "-" reads standard input. Throws Failure.
+Bytes readWhole(const std::string& path);
+
+// Writes bytes to a new file in path's folder and renames it to path; "-" writes to standard output. An existing
+// file is replaced only when overwrite is set. Throws Failure, and leaves nothing behind then.
+void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t size, bool overwrite);
+
+// From here on a signal that ends the process first removes the file that writeWhole is working on.
+void removeUnfinishedFileOnSignals();
+
+}  // namespace tool

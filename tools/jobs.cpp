@@ -1,0 +1,108 @@
+#include "jobs.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "failure.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool endsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// Where the result of a file found in a folder goes, relative to the folder; the same tree under --output-dir.
+std::string placeUnder(const Options& options, const fs::path& folder, const fs::path& file) {
+  return options.outputDir ? (fs::path(*options.outputDir) / file.lexically_relative(folder).parent_path()).string()
+                           : "";
+}
+
+struct Found {
+  fs::path path;
+  std::uintmax_t size;
+};
+
+std::vector<Found> picturesIn(const fs::path& folder, const Options& options) {
+  std::vector<Found> found;
+  const bool besideInputs = !options.outputDir && !options.output;
+  const fs::path results = options.outputDir ? fs::weakly_canonical(*options.outputDir) : fs::path();
+  for (auto entry = fs::recursive_directory_iterator(folder); entry != fs::recursive_directory_iterator(); ++entry) {
+    const fs::path& path = entry->path();
+    const bool hidden = path.filename().string()[0] == '.';
+    if (entry->is_directory()) {
+      // A result folder inside the input folder must not feed the next run.
+      if (hidden || (!results.empty() && fs::weakly_canonical(path) == results)) entry.disable_recursion_pending();
+      continue;
+    }
+    if (hidden || !entry->is_regular_file() || !formatOfExtension(path.extension().string())) continue;
+    if (besideInputs && !options.suffix.empty() && endsWith(path.stem().string(), options.suffix)) continue;
+    found.push_back({path, entry->file_size()});
+  }
+  std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return a.path < b.path; });
+  return found;
+}
+
+}  // namespace
+
+std::vector<Job> planJobs(const Options& options) {
+  std::vector<Job> jobs;
+  for (const std::string& input : options.inputs) {
+    std::error_code error;
+    if (input == "-" || !fs::is_directory(input, error)) {
+      Job job{input, options.output.value_or(""), "", 0};
+      if (input == "-" && !options.output) job.output = "-";
+      const std::uintmax_t size = input == "-" ? 0 : fs::file_size(input, error);
+      if (!error) job.size = size;
+      jobs.push_back(job);
+      continue;
+    }
+    try {
+      const std::vector<Found> found = picturesIn(input, options);
+      if (found.empty())
+        jobs.push_back({input, "", "cannot read " + input + ": there are no pictures in the folder", 0});
+      for (const Found& file : found) {
+        Job job{file.path.string(), "", "", file.size};
+        const std::string place = placeUnder(options, input, file.path);
+        if (!place.empty()) job.output = place + "/";
+        jobs.push_back(job);
+      }
+    } catch (const fs::filesystem_error& failed) {
+      jobs.push_back({input, "", "cannot read " + input + ": " + failed.code().message(), 0});
+    }
+  }
+  return jobs;
+}
+
+std::string outputFor(const Job& job, const Options& options, Format inputFormat) {
+  if (!job.output.empty() && job.output.back() != '/') return job.output;
+  const fs::path input(job.input);
+  const Format format = options.format.value_or(inputFormat);
+  // The extension stays as the user spells it when it says the right thing.
+  const auto spelled = formatOfExtension(input.extension().string());
+  const std::string extension =
+      spelled == format && *spelled != Format::kOpenExr ? input.extension().string() : extensionFor(format);
+  const bool elsewhere = !job.output.empty() || options.outputDir;
+  const std::string folder = !job.output.empty() ? job.output
+                             : options.outputDir ? *options.outputDir
+                                                 : input.parent_path().string();
+  // In another folder the name stays, unless a suffix was asked for.
+  const std::string suffix = elsewhere && !options.suffixGiven ? "" : options.suffix;
+  return (fs::path(folder) / (input.stem().string() + suffix + extension)).string();
+}
+
+Format outputFormat(const std::string& output, const Options& options, Format inputFormat) {
+  if (options.format) return *options.format;
+  const Format natural = inputFormat == Format::kOpenExr ? Format::kRadiance : inputFormat;
+  const std::string extension = fs::path(output).extension().string();
+  if (output == "-" || output.compare(0, 5, "/dev/") == 0) return natural;
+  const auto named = formatOfExtension(extension);
+  if (!named) throw Failure("cannot write " + output + ": its name says no format (--format does)");
+  if (*named == Format::kOpenExr)
+    throw Failure("cannot write " + output + ": OpenEXR is read, not written; results are Radiance (.hdr)");
+  return *named;
+}
+
+}  // namespace tool

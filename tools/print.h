@@ -1,0 +1,18 @@
+// What the user reads about a file: a line, more lines, or JSON.
+#pragma once
+
+#include <string>
+
+#include "process.h"
+
+namespace tool {
+
+// "in.jpg -> out.jpg: 1600 x 1200, ..."; ends without a new line.
+std::string lineOf(const Outcome& outcome, const Options& options);
+
+// Further lines for --verbose, each ended.
+std::string detailsOf(const Outcome& outcome, const Options& options);
+
+std::string jsonOf(const Outcome& outcome, const Options& options);
+
+}  // namespace tool

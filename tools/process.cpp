@@ -1,0 +1,135 @@
+#include "process.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <new>
+
+#include "display.h"
+#include "failure.h"
+#include "file_io.h"
+#include "timer.h"
+
+namespace tool {
+namespace {
+
+// Before the work is done rather than after it.
+void requireWritable(const std::string& output, const Options& options) {
+  if (output == "-") {
+    if (isatty(STDOUT_FILENO) != 0) throw Failure("a picture on a terminal helps nobody; redirect standard output");
+    return;
+  }
+  struct stat status;
+  if (stat(output.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) throw Failure("cannot write " + output + ": it is a folder");
+    if (S_ISREG(status.st_mode) && !options.force) throw Failure(output + " exists already (--force replaces it)");
+    return;
+  }
+  const std::filesystem::path folder = std::filesystem::path(output).parent_path();
+  if (options.outputDir) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+  }
+  if (access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {
+    throw Failure("cannot write " + output + ": " + std::strerror(errno));
+  }
+}
+
+void denoisePhotoFile(const Bytes& file, const Options& options, Outcome& outcome) {
+  Timer timer;
+  const Photo photo = decodePhoto(file, outcome.inputFormat);
+  outcome.seconds.decode = timer.lap();
+  requireFits(photo, outcome.outputFormat);
+  outcome.width = photo.width;
+  outcome.height = photo.height;
+  outcome.bits = photo.bits;
+  outcome.grey = photo.grey;
+  outcome.channels = (photo.grey ? 1 : 3) + photo.extraBands;
+  if (photo.pages > 1)
+    outcome.note = fmt::format("only the first of the file's {} pictures is denoised and written", photo.pages);
+  outcome.photo = denoisePhoto(photo, options.settings);
+  PhotoResult& result = *outcome.photo;
+  outcome.change = changeOf(photo, result.rgb);
+  outcome.whyUnchanged = whyUnchanged(photo, result, outcome.change);
+  if (options.compare) writeComparison(*options.compare, displayPair(photo, result.rgb), options.force);
+  timer.lap();
+  const Bytes encoded = encodePhoto(photo, result.rgb, outcome.outputFormat, {options.quality});
+  outcome.seconds.encode = timer.lap();
+  writeWhole(outcome.output, encoded.data(), encoded.size(), options.force);
+  outcome.seconds.write = timer.lap();
+  result.rgb = Bytes();
+}
+
+void denoiseHdrFile(const Bytes& file, const Options& options, Outcome& outcome) {
+  if (outcome.outputFormat != Format::kRadiance) {
+    throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr",
+                              formatName(outcome.outputFormat)));
+  }
+  Timer timer;
+  HdrPicture picture = decodeHdr(file, outcome.inputFormat);
+  const Bytes before = picture.planar;
+  outcome.seconds.decode = timer.lap();
+  outcome.width = picture.width;
+  outcome.height = picture.height;
+  outcome.channels = 4;
+  if (outcome.inputFormat == Format::kOpenExr) outcome.note = "OpenEXR goes through RGBE: 8 bits of mantissa, no alpha";
+  outcome.hdr = denoiseHdr(picture, options.settings);
+  outcome.change = changeOf(picture, before, outcome.hdr->planar);
+  if (options.compare)
+    writeComparison(*options.compare, displayPair(picture, before, outcome.hdr->planar), options.force);
+  timer.lap();
+  const Bytes encoded = encodeHdr(picture, outcome.hdr->planar);
+  outcome.seconds.encode = timer.lap();
+  writeWhole(outcome.output, encoded.data(), encoded.size(), options.force);
+  outcome.seconds.write = timer.lap();
+  outcome.hdr->planar = Bytes();
+}
+
+void process(const Job& job, const Options& options, Outcome& outcome) {
+  if (!job.problem.empty()) throw Failure(job.problem);
+  const Timer total;
+  const Bytes file = readWhole(job.input);
+  outcome.seconds.read = total.seconds();
+  const std::optional<Format> format = sniffFormat(file);
+  if (!format) {
+    throw Failure(file.empty() ? "the file is empty" : "not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
+  }
+  outcome.inputFormat = *format;
+  outcome.output = outputFor(job, options, *format);
+  outcome.outputFormat = outputFormat(outcome.output, options, *format);
+  requireWritable(outcome.output, options);
+  if (isHdr(*format)) {
+    denoiseHdrFile(file, options, outcome);
+  } else {
+    denoisePhotoFile(file, options, outcome);
+  }
+  outcome.seconds.total = total.seconds();
+}
+
+}  // namespace
+
+Outcome processFile(const Job& job, const Options& options) {
+  Outcome outcome;
+  outcome.input = job.input;
+  try {
+    process(job, options, outcome);
+  } catch (const Failure& failure) {
+    outcome.error = failure.what();
+  } catch (const std::bad_alloc&) {
+    outcome.error = "memory exhausted";
+  } catch (const std::exception& unexpected) {
+    outcome.error = unexpected.what();
+  }
+  // Messages that name no file get the name of the one that was read.
+  if (!outcome.error.empty() && outcome.error.find(job.input) == std::string::npos &&
+      (outcome.output.empty() || outcome.error.find(outcome.output) == std::string::npos)) {
+    outcome.error = (job.input == "-" ? "standard input" : job.input) + ": " + outcome.error;
+  }
+  return outcome;
+}
+
+}  // namespace tool

@@ -1,0 +1,163 @@
+#include "radiance.h"
+
+#include <fmt/format.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <climits>
+#include <vips/vips8>
+
+#include "failure.h"
+#include "memory_limit.h"
+#include "photo.h"
+
+namespace tool {
+namespace {
+
+using vips::VImage;
+
+// OpenEXR is read by file name only, and the bytes may have come from a pipe.
+class FileInMemory {
+ public:
+  explicit FileInMemory(const Bytes& bytes) : fd_(memfd_create("picture", MFD_CLOEXEC)) {
+    if (fd_ < 0 || write(fd_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+      if (fd_ >= 0) close(fd_);
+      throw Failure("memory exhausted");
+    }
+  }
+  ~FileInMemory() { close(fd_); }
+  FileInMemory(const FileInMemory&) = delete;
+  FileInMemory& operator=(const FileInMemory&) = delete;
+  std::string path() const { return fmt::format("/proc/self/fd/{}", fd_); }
+
+ private:
+  int fd_;
+};
+
+// Length of the header: lines of text, an empty line, the resolution line.
+std::size_t headerLength(const Bytes& file) {
+  std::size_t lineStart = 0;
+  bool afterEmptyLine = false;
+  for (std::size_t i = 0; i < file.size(); ++i) {
+    if (file[i] != '\n') continue;
+    if (afterEmptyLine) return i + 1;
+    afterEmptyLine = i == lineStart;
+    lineStart = i + 1;
+  }
+  throw Failure("the file ends within its header");
+}
+
+void requireUsableSize(int width, int height) {
+  if (width < 32 || height < 32) {
+    throw Failure(
+        fmt::format("{} x {} pixels are too few (a high-dynamic-range picture has at least 32 x 32)", width, height));
+  }
+  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  if (pixels * 8 > INT_MAX) {
+    throw Failure(fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
+  }
+  requireMemory(pixels * (20 + 4 * 4));
+}
+
+VImage loadRadiance(const Bytes& file) {
+  VipsBlob* blob = vips_blob_new(nullptr, file.data(), file.size());
+  VImage image;
+  try {
+    image = VImage::radload_buffer(
+        blob, VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_ERROR));
+  } catch (...) {
+    vips_area_unref(VIPS_AREA(blob));
+    throw;
+  }
+  vips_area_unref(VIPS_AREA(blob));
+  return image;
+}
+
+// Negative values and NaN have no place in RGBE and count as black; infinities as very bright.
+VImage toRgbe(VImage image) {
+  if (image.bands() > 3) image = image.extract_band(0, VImage::option()->set("n", 3));
+  if (image.bands() < 3) image = image.extract_band(0).bandjoin({image.extract_band(0), image.extract_band(0)});
+  constexpr double kBrightest = 1e30;
+  image = (image > 0).ifthenelse(image, 0);
+  image = (image < kBrightest).ifthenelse(image, kBrightest);
+  return image.cast(VIPS_FORMAT_FLOAT).float2rad();
+}
+
+}  // namespace
+
+Bytes toPlanar(const std::uint8_t* pixels, int width, int height) {
+  const std::size_t w = static_cast<std::size_t>(width), h = static_cast<std::size_t>(height);
+  Bytes planar(4 * w * h);
+  for (std::size_t y = 0; y < h; ++y) {
+    const std::uint8_t* from = pixels + 4 * w * y;
+    std::uint8_t* to = planar.data() + 4 * w * y;
+    for (std::size_t x = 0; x < w; ++x) {
+      for (std::size_t channel = 0; channel < 4; ++channel) to[channel * w + x] = from[4 * x + channel];
+    }
+  }
+  return planar;
+}
+
+Bytes fromPlanar(const Bytes& planar, int width, int height) {
+  const std::size_t w = static_cast<std::size_t>(width), h = static_cast<std::size_t>(height);
+  Bytes pixels(4 * w * h);
+  for (std::size_t y = 0; y < h; ++y) {
+    const std::uint8_t* from = planar.data() + 4 * w * y;
+    std::uint8_t* to = pixels.data() + 4 * w * y;
+    for (std::size_t x = 0; x < w; ++x) {
+      for (std::size_t channel = 0; channel < 4; ++channel) to[4 * x + channel] = from[channel * w + x];
+    }
+  }
+  return pixels;
+}
+
+HdrPicture decodeHdr(const Bytes& file, Format format) try {
+  HdrPicture picture;
+  picture.format = format;
+  std::size_t size = 0;
+  void* pixels = nullptr;
+  const auto read = [&](const VImage& image) {
+    picture.width = image.width();
+    picture.height = image.height();
+    requireUsableSize(picture.width, picture.height);
+    pixels = image.write_to_memory(&size);
+  };
+  if (format == Format::kRadiance) {
+    picture.header.assign(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(headerLength(file)));
+    if (picture.header.find("32-bit_rle_xyze") != std::string::npos) {
+      throw Failure("the picture is in XYZ colour (XYZE); only RGBE is supported");
+    }
+    read(loadRadiance(file));
+  } else {
+    const FileInMemory named(file);
+    read(toRgbe(VImage::openexrload(named.path().c_str(), VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR))));
+  }
+  picture.planar = toPlanar(static_cast<const std::uint8_t*>(pixels), picture.width, picture.height);
+  g_free(pixels);
+  return picture;
+} catch (const vips::VError& error) {
+  throw Failure(vipsReason(error));
+}
+
+Bytes encodeHdr(const HdrPicture& picture, const Bytes& planar) try {
+  Bytes pixels = fromPlanar(planar, picture.width, picture.height);
+  const VImage image =
+      VImage::new_from_memory(pixels.data(), pixels.size(), picture.width, picture.height, 4, VIPS_FORMAT_UCHAR)
+          .copy(VImage::option()->set("coding", VIPS_CODING_RAD)->set("interpretation", VIPS_INTERPRETATION_scRGB));
+  VipsBlob* blob = image.radsave_buffer();
+  const std::uint8_t* data = static_cast<const std::uint8_t*>(VIPS_AREA(blob)->data);
+  Bytes file(data, data + VIPS_AREA(blob)->length);
+  vips_area_unref(VIPS_AREA(blob));
+  if (!picture.header.empty()) {
+    // The scanlines are as long and as many as before, so the picture's own header fits in front of them: comments,
+    // exposure, view and the order of the scanlines stay what they were.
+    const std::ptrdiff_t own = static_cast<std::ptrdiff_t>(headerLength(file));
+    file.erase(file.begin(), file.begin() + own);
+    file.insert(file.begin(), picture.header.begin(), picture.header.end());
+  }
+  return file;
+} catch (const vips::VError& error) {
+  throw Failure(vipsReason(error));
+}
+
+}  // namespace tool
