@@ -1,0 +1,165 @@
+#include <vector>
+
+#include "VeskaroNRLib.h"
+#include "support/compare.h"
+#include "support/guarded.h"
+#include "support/pictures.h"
+#include "support/plain_reading.h"
+#include "support/targets.h"
+#include "support/tuning.h"
+
+namespace veskaro::test {
+namespace {
+
+// What noiseReduce_set leaves behind, from buffers that cannot be left at either end.
+struct Result {
+  int returned;
+  std::vector<float> level, reduced, comparison, records;
+};
+
+Result runSet(int rang, const Level& level, const plain::Area& area, int workers, Against edge = Against::kEnd) {
+  int rectangle[4] = {area.xStart, area.xEnd, area.yStart, area.yEnd};
+  Guarded<float> image(level.samples, edge);
+  Guarded<float> reduced(level.samples.size(), edge);
+  Guarded<float> comparison(level.samples.size(), edge);
+  Guarded<float> records(std::vector<float>(level.samples.size(), -7.0f), edge);
+  const int returned = noiseReduce_set(rang, level.w, level.h, rectangle, 3, workers, workers % 2, records.data(),
+                                       reduced.data(), comparison.data(), image.data());
+  return {returned, image.copy(), reduced.copy(), comparison.copy(), records.copy()};
+}
+
+void expectSame(const plain::FilteredLevel& expected, const Result& actual) {
+  EXPECT_TRUE(sameBits(expected.comparison.samples, actual.comparison)) << "comparison image";
+  EXPECT_TRUE(sameBits(expected.records.samples, actual.records)) << "records";
+  EXPECT_TRUE(sameBits(expected.reduced.samples, actual.reduced)) << "noise-reduced level";
+  EXPECT_TRUE(sameBits(expected.result.samples, actual.level)) << "sharpened level";
+}
+
+void expectPlainReading(int rang, const Level& level, const plain::Area& area) {
+  SCOPED_TRACE(testing::Message() << level.w << " x " << level.h << ", level " << rang);
+  const plain::FilteredLevel expected = plain::filterLevel(rang, level, area, -7.0f);
+  forEachTarget([&](const char*) {
+    for (const Against edge : {Against::kStart, Against::kEnd})
+      expectSame(expected, runSet(rang, level, area, 1, edge));
+  });
+}
+
+plain::Area inside(const Level& level, int margin = 2) {
+  return {margin, level.w - margin, margin, level.h - margin};
+}
+
+// Each level has settings of its own, so that a mixed-up level shows.
+const ParamChanges kLevelsApart = {
+    {NR_LEVEL0_NOISE, 0.3f},      {NR_LEVEL1_NOISE, 0.9f},  {NR_LEVEL2_NOISE, 1.7f},      {NR_LEVEL3_NOISE, 3.1f},
+    {NR_LEVEL0_AMOUNT, 0.8f},     {NR_LEVEL1_AMOUNT, 1.1f}, {NR_LEVEL2_AMOUNT, 0.6f},     {NR_LEVEL3_AMOUNT, 1.3f},
+    {NR_LEVEL0_SHARPENING, 2.0f}, {NR_SHARPENING, 0.7f},    {NR_CHROMA_SHARPENING, 1.1f}, {NR_LEVEL2_SHARPENING, 0.4f}};
+
+TEST(LevelFilter, IsThePlainReadingOfEveryKindOfLevel) {
+  tune(kLevelsApart);
+  unsigned seed = 1;
+  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWild, Kind::kHostile}) {
+    for (int rang = -1; rang <= 4; ++rang) {
+      const Level level = makeLevel(61, 23, kind, seed++);
+      SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(kind));
+      expectPlainReading(rang, level, inside(level));
+    }
+  }
+}
+
+TEST(LevelFilter, IsThePlainReadingAtEveryWidth) {
+  tune();
+  for (int w = 5; w <= 40; ++w) {
+    const Level level = makeLevel(w, 7, w % 2 == 0 ? Kind::kFlatNoise : Kind::kScene, static_cast<unsigned>(w));
+    expectPlainReading(0, level, inside(level));
+  }
+  const Level level = makeLevel(48, 40, Kind::kScene, 9);
+  expectPlainReading(0, level, {13, 41, 8, 31});
+  expectPlainReading(0, level, {20, 21, 30, 31});
+}
+
+// Distances that fall exactly on the ends of the tolerance, and settings that turn a step off or past its range.
+TEST(LevelFilter, IsThePlainReadingAtTheEndsOfItsSettings) {
+  Level steps(40, 9, 50.0f);
+  for (int i = 0; i < 40 * 9; ++i) steps.samples[static_cast<std::size_t>(3 * i + i % 3)] += static_cast<float>(i % 11);
+  const Level scene = makeLevel(40, 9, Kind::kScene, 4);
+  const std::vector<ParamChanges> settings = {
+      {{NR_HIGHLIGHT_NOISE, 1.0f}, {NR_NOISE_LEVEL, 4.0f}},   // rolloff 6, whole distances, no highlight slope
+      {{NR_HIGHLIGHT_NOISE, -3.0f}, {NR_NOISE_LEVEL, 8.0f}},  // the steepest slope
+      {{NR_NOISE_LEVEL, -1.0f}},                              // the smallest rolloff
+      {{NR_LEVEL0_NOISE, -2.0f}},                             // the floor of the level's own
+      {{NR_LEVEL0_AMOUNT, 0.0f}},
+      {{NR_LEVEL0_AMOUNT, 1.8f}},
+      {{NR_LEVEL0_AMOUNT, -0.5f}, {NR_SHARPENING, 3.0f}},  // a negative share sharpens nothing
+      {{NR_SHARPENING, 0.0f}, {NR_CHROMA_SHARPENING, 0.0f}},
+      {{NR_NOISE_LEVEL, 400.0f}, {NR_SHARPENING, -1.0f}},
+  };
+  for (std::size_t i = 0; i < settings.size(); ++i) {
+    SCOPED_TRACE(testing::Message() << "settings " << i);
+    tune(settings[i]);
+    expectPlainReading(0, steps, inside(steps));
+    expectPlainReading(0, scene, inside(scene));
+  }
+}
+
+TEST(LevelFilter, EveryWorkerCountGivesTheSame) {
+  tune();
+  const Level level = makeLevel(50, 47, Kind::kScene, 3);
+  const plain::Area area = {5, 44, 3, 41};
+  const plain::FilteredLevel expected = plain::filterLevel(0, level, area, -7.0f);
+  for (const int workers : {-4, 0, 1, 2, 3, 7, 31, 32, 33, 1000}) {
+    SCOPED_TRACE(testing::Message() << workers << " workers");
+    const Result result = runSet(0, level, area, workers);
+    expectSame(expected, result);
+    // The last band ends with the rows that are left over, in its own count of rows.
+    const int bands = workers < 2 ? 1 : (workers > 32 ? 32 : workers);
+    EXPECT_EQ(result.returned, 3 + 38 - 38 / bands * (bands - 1));
+  }
+}
+
+TEST(LevelFilter, ARectangleWithoutPixelsWritesNothing) {
+  tune();
+  for (const auto& [w, h] : {std::pair{4, 9}, {9, 4}, {3, 3}, {1, 1}}) {
+    const Level level = makeLevel(w, h, Kind::kScene, 8);
+    const Result result = runSet(1, level, inside(level), 1);
+    EXPECT_TRUE(sameBits(level.samples, result.level));
+    EXPECT_TRUE(sameBits(level.samples, result.reduced));
+    EXPECT_TRUE(sameBits(std::vector<float>(level.samples.size(), -7.0f), result.records));
+    EXPECT_EQ(runSet(1, level, inside(level), 5).level, level.samples);
+  }
+}
+
+// The exported halves of the filter, each on its own.
+TEST(LevelFilter, TheTwoFiltersAloneAreThePlainReading) {
+  tune(kLevelsApart);
+  const Level level = makeLevel(70, 15, Kind::kScene, 12);
+  const plain::Area area = {3, 66, 2, 12};
+  int rectangle[4] = {area.xStart, area.xEnd, area.yStart, area.yEnd};
+  const plain::FilteredLevel expected = plain::filterLevel(2, level, area, 0.0f);
+  // A destination that is not the copy asked for: each pixel's own share must come from there.
+  const Level other = makeLevel(70, 15, Kind::kWild, 13);
+  Level records(70, 15);
+  Level reduced = other;
+  plain::reduceNoise(2, level, expected.comparison, area, &records, &reduced);
+  Level sharpened = other;
+  plain::sharpen(2, expected.reduced, expected.records, area, &sharpened);
+  forEachTarget([&](const char*) {
+    Level in = level;
+    Level comparison = expected.comparison;
+    Level gotRecords(70, 15);
+    Level gotReduced = other;
+    EXPECT_EQ(noiseReduce_orig(2, 70, 15, rectangle, 3, 0, in.samples.data(), comparison.samples.data(),
+                               gotRecords.samples.data(), gotReduced.samples.data()),
+              12);
+    EXPECT_TRUE(sameBits(records.samples, gotRecords.samples));
+    EXPECT_TRUE(sameBits(reduced.samples, gotReduced.samples));
+    Level source = expected.reduced;
+    Level gotSharpened = other;
+    EXPECT_EQ(sharpen_orig(2, 70, 15, rectangle, 3, source.samples.data(), gotRecords.samples.data(),
+                           gotSharpened.samples.data()),
+              12);
+    EXPECT_TRUE(sameBits(sharpened.samples, gotSharpened.samples));
+  });
+}
+
+}  // namespace
+}  // namespace veskaro::test

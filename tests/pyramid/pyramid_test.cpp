@@ -1,0 +1,127 @@
+#include <vector>
+
+#include "VeskaroNRLib.h"
+#include "support/compare.h"
+#include "support/guarded.h"
+#include "support/pictures.h"
+#include "support/plain_reading.h"
+#include "support/targets.h"
+#include "support/tuning.h"
+
+namespace veskaro::test {
+namespace {
+
+void expectPlainReconstruction(const Level& coarse, const Level& guide) {
+  SCOPED_TRACE(testing::Message() << guide.w << " x " << guide.h);
+  Level expected(guide.w, guide.h, -3.0f);  // the frame must stay as it is
+  plain::reconstruct(coarse, guide, &expected);
+  forEachTarget([&](const char*) {
+    for (const Against edge : {Against::kStart, Against::kEnd}) {
+      Guarded<float> lifted(coarse.samples, edge);
+      Guarded<float> original(guide.samples, edge);
+      Guarded<float> recon(std::vector<float>(guide.samples.size(), -3.0f), edge);
+      similarityReconstruct(guide.w, guide.h, lifted.data(), original.data(), recon.data());
+      EXPECT_TRUE(sameBits(expected.samples, recon.copy()));
+      EXPECT_TRUE(sameBits(guide.samples, original.copy()));
+    }
+  });
+}
+
+Level coarseFor(const Level& guide, Kind kind, unsigned seed) {
+  return makeLevel((guide.w + 1) / 2, (guide.h + 1) / 2, kind, seed);
+}
+
+TEST(Reconstruct, IsThePlainReadingOfEveryKindOfLevel) {
+  tune();
+  unsigned seed = 1;
+  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWild, Kind::kHostile}) {
+    for (const auto& [threshold, rolloff] : {std::pair{10.0f, 50.0f}, {0.0f, 3.0f}, {30.0f, 0.0f}, {-5.0f, 100.0f}}) {
+      reconSimilarityThreshold = threshold;
+      reconSimilarityRolloff = rolloff;
+      const Level guide = makeLevel(75, 22, kind, ++seed);
+      expectPlainReconstruction(coarseFor(guide, kind, seed + 100), guide);
+    }
+  }
+}
+
+TEST(Reconstruct, IsThePlainReadingAtEverySize) {
+  tune();
+  for (int w = 1; w <= 42; ++w) {
+    for (const int h : {1, 2, 3, 4, 5, 8}) {
+      const Level guide = makeLevel(w, h, Kind::kScene, static_cast<unsigned>(50 * h + w));
+      expectPlainReconstruction(coarseFor(guide, Kind::kWild, 1), guide);
+    }
+  }
+}
+
+TEST(Reconstruct, TakesFromItsOwnSideOfAnEdge) {
+  tune();
+  // Left half 0, right half 200: the pixel before the edge has one like neighbour, whose weight the floor of 0.01 of
+  // the other one takes next to nothing from.
+  Level guide(7, 5);
+  for (int y = 0; y < 5; ++y) {
+    for (int k = 0; k < 3 * 3; ++k) guide.at(4, y)[k] = 200.0f;
+  }
+  Level coarse(4, 3, 1.0f);
+  for (int y = 0; y < 3; ++y) {
+    for (int k = 0; k < 3 * 2; ++k) coarse.at(2, y)[k] = 2.0f;
+  }
+  Level recon(7, 5);
+  similarityReconstruct(7, 5, coarse.samples.data(), guide.samples.data(), recon.samples.data());
+  EXPECT_FLOAT_EQ(recon.at(3, 2)[0], (1.0f + 0.01f * 2.0f) / 1.01f);  // horizontal
+  EXPECT_EQ(recon.at(3, 1)[0], 1.0f);                                 // diagonal
+  EXPECT_EQ(recon.at(2, 1)[0], 1.0f);                                 // vertical
+  EXPECT_EQ(recon.at(4, 2)[0], 2.0f);                                 // copy
+}
+
+TEST(Reconstruct, SimilarityFallsOverTheRolloff) {
+  tune();
+  const auto at = [](float distance) { return reconDistanceSimilarity(5.0f, 5.0f, 5.0f, 5.0f, 5.0f + distance, 5.0f); };
+  EXPECT_EQ(at(0.0f), 1.0f);
+  EXPECT_EQ(at(10.0f), 1.0f);
+  EXPECT_EQ(at(-35.0f), 0.5f);
+  EXPECT_EQ(at(60.0f), 0.0f);
+  EXPECT_EQ(at(61.0f), 0.0f);
+  float pixels[6] = {1.0f, 2.0f, 4.0f, 9.0f, -2.0f, 0.5f};
+  EXPECT_EQ(getDistance(0, 3, pixels), 15.5f);
+}
+
+TEST(Lift, KeepsEvenRowsAndColumns) {
+  for (const auto& [w, h] : {std::pair{5, 3}, {6, 4}, {1, 1}, {17, 2}}) {
+    const Level fine = makeLevel(w, h, Kind::kWild, 6);
+    const int wCoarse = (w + 1) / 2;
+    const int hCoarse = (h + 1) / 2;
+    Guarded<float> in(fine.samples, Against::kEnd);
+    Guarded<float> out(static_cast<std::size_t>(3 * wCoarse * hCoarse), Against::kEnd);
+    EXPECT_EQ(similarityLift(w, h, wCoarse, hCoarse, in.data(), out.data()), hCoarse);
+    for (int i = 0; i < 3 * wCoarse * hCoarse; ++i) {
+      EXPECT_EQ(out.data()[i], fine.at(i / 3 % wCoarse * 2, i / 3 / wCoarse * 2)[i % 3]);
+    }
+    EXPECT_EQ(similarityLift(w, h, wCoarse, 0, in.data(), nullptr), 0);
+  }
+}
+
+TEST(Difference, IsTakenAndGivenBack) {
+  for (const int w : {1, 5, 23}) {
+    const Level level = makeLevel(w, 3, Kind::kHostile, 2);
+    const Level prediction = makeLevel(w, 3, Kind::kScene, 3);
+    std::vector<float> expected(level.samples.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) expected[i] = prediction.samples[i] - level.samples[i];
+    forEachTarget([&](const char*) {
+      Guarded<float> original(level.samples, Against::kEnd);
+      Guarded<float> recon(prediction.samples, Against::kStart);
+      EXPECT_EQ(differencePass(w, 3, original.data(), recon.data(), original.data()), 3 * w);  // in place
+      EXPECT_TRUE(sameBits(expected, original.copy()));
+      std::vector<float> back(expected.size());
+      EXPECT_EQ(unDifferencePass(w, 3, recon.data(), original.data(), back.data()), 3 * w);
+      for (std::size_t i = 0; i < back.size(); ++i) {
+        EXPECT_TRUE(isSame(back[i], prediction.samples[i] - expected[i])) << i;
+      }
+    });
+  }
+  EXPECT_EQ(differencePass(0, 3, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(unDifferencePass(4, -3, nullptr, nullptr, nullptr), 0);
+}
+
+}  // namespace
+}  // namespace veskaro::test
