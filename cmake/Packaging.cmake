@@ -32,23 +32,20 @@ foreach(component IN LISTS components)
   endif()
 endforeach()
 
-# The manual and the shells' completion, where the companion has them.
+# The manuals and the shells' completion, where the companion has them.
 if(TARGET veskaro-nr)
-  set(manual ${PROJECT_SOURCE_DIR}/tools/veskaro-nr.1)
-  if(EXISTS ${manual})
-    veskaro_compressed(${manual} ${PROJECT_BINARY_DIR}/man/veskaro-nr.1.gz)
-    install(FILES ${PROJECT_BINARY_DIR}/man/veskaro-nr.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
-  endif()
+  veskaro_compressed(${PROJECT_SOURCE_DIR}/docs/veskaro-nr.1 ${PROJECT_BINARY_DIR}/man/veskaro-nr.1.gz)
+  install(FILES ${PROJECT_BINARY_DIR}/man/veskaro-nr.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Tools)
   set(completion ${PROJECT_SOURCE_DIR}/tools/completion)
   set(zsh_dir site-functions)
   if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND EXISTS /etc/debian_version)
     set(zsh_dir vendor-completions)
   endif()
-  install(FILES ${completion}/veskaro-nr.bash RENAME veskaro-nr OPTIONAL
+  install(FILES ${completion}/veskaro-nr.bash RENAME veskaro-nr
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT Tools)
-  install(FILES ${completion}/_veskaro-nr OPTIONAL
+  install(FILES ${completion}/_veskaro-nr
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${zsh_dir} COMPONENT Tools)
-  install(FILES ${completion}/veskaro-nr.fish OPTIONAL
+  install(FILES ${completion}/veskaro-nr.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT Tools)
 endif()
 veskaro_compressed(${PROJECT_SOURCE_DIR}/docs/VeskaroNRLib.3 ${PROJECT_BINARY_DIR}/man/VeskaroNRLib.3.gz)

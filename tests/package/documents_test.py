@@ -6,7 +6,7 @@ import subprocess
 import tempfile
 import unittest
 
-from support import SOURCE
+from support import BUILD, SOURCE, run
 
 
 class Documents(unittest.TestCase):
@@ -25,6 +25,22 @@ class Documents(unittest.TestCase):
                 target = "".join(target)
                 if "://" not in target:
                     self.assertTrue((text.parent / target).exists(), f"{text.name} points to {target}")
+
+    def test_every_option_of_the_companion_is_in_manual_and_completion(self):
+        tool = BUILD / "veskaro-nr"
+        if not tool.exists():
+            self.skipTest("built without the companion")
+        options = set(re.findall(r"(--[a-z][a-z-]+)", run(tool, "--help")))
+        self.assertIn("--strength", options)
+        shells = SOURCE / "tools/completion"
+        texts = {
+            "manual": (SOURCE / "docs/veskaro-nr.1").read_text().replace("\\-", "-"),
+            "bash": (shells / "veskaro-nr.bash").read_text(),
+            "zsh": (shells / "_veskaro-nr").read_text(),
+            "fish": re.sub(r"-l ", "--", (shells / "veskaro-nr.fish").read_text()),
+        }
+        for name, text in texts.items():
+            self.assertEqual({option for option in options if option not in text}, set(), f"missing in {name}")
 
 
 if __name__ == "__main__":
