@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""Makes the pictures of docs/parameters.md: a crop of the sample photograph, filtered with one entry of the parameter
-vector changed at a time. Noise is added first, fine grain and blotches, and contrast afterwards, so that it shows.
+"""Makes docs/before-after.jpg and the pictures of docs/parameters.md: crops of the sample photograph, filtered with one
+entry of the parameter vector changed at a time. Noise is added first, fine grain and blotches, and in the latter
+contrast afterwards, so that it shows.
 
     VESKARONR_LIBRARY=build/release/VeskaroNRLib.so.1 docs/parameters/make_crops.py
 
@@ -125,7 +126,9 @@ def strip(crops):
 
 def main():
     photograph = noisy(np.asarray(Image.open(TOP / "samples/indoor-iso382.jpg").convert("RGB")))
-    measured = veskaronr.denoise(photograph, return_params=True)[1]
+    whole, measured = veskaronr.denoise(photograph, return_params=True)
+    sides = [picture[680:800, 1160:1320].repeat(ZOOM, 0).repeat(ZOOM, 1) for picture in (photograph, whole)]
+    Image.fromarray(np.hstack(sides)).save(TOP / "docs/before-after.jpg", quality=88)
 
     # The way through the building blocks is the library's own: denoise2 gives the same but for a rounding here or there.
     image = around(photograph, SIGN)

@@ -1,8 +1,12 @@
 """The documents: the reference is complete, and what the texts point to is there."""
 
+import importlib.util
+import os
 import pathlib
 import re
+import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -25,6 +29,19 @@ class Documents(unittest.TestCase):
                 target = "".join(target)
                 if "://" not in target:
                     self.assertTrue((text.parent / target).exists(), f"{text.name} points to {target}")
+
+    def test_what_the_readme_shows_works(self):
+        text = (SOURCE / "README.md").read_text()
+        blocks = dict(re.findall(r"^```(c|python)\n(.*?)^```", text, re.S | re.M))
+        with tempfile.TemporaryDirectory() as folder:
+            folder = pathlib.Path(folder)
+            (folder / "shown.c").write_text(blocks["c"])
+            run("cc", "-std=c99", "-Wall", "-Wextra", "-Werror", f"-I{SOURCE}/include", "-c", "shown.c", cwd=folder)
+            if importlib.util.find_spec("PIL"):
+                shutil.copy(SOURCE / "samples/indoor-iso382.jpg", folder / "photo.jpg")
+                environment = {**os.environ, "PYTHONPATH": str(SOURCE / "python"), "PYTHONDONTWRITEBYTECODE": "1"}
+                self.assertIn("noise level", run(sys.executable, "-c", blocks["python"], cwd=folder, env=environment))
+                self.assertTrue((folder / "clean.png").exists())
 
     def test_every_option_of_the_companion_is_in_manual_and_completion(self):
         tool = BUILD / "veskaro-nr"
