@@ -70,7 +70,7 @@ bool reduceNoise(int width, const Rectangle& area, const float* level, const flo
         const int loaded = area.yStart - kReach + t;
         levelImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.level(t) + -kReach);
         comparisonImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.comparison(t) + -kReach);
-        s.noise.rowLoaded(t, -kReach, columns + kReach);
+        s.noise.rowsLoaded(t, -kReach, columns + kReach);
         if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
         if (t < 2 * kReach) continue;
         const int y = t - kReach;

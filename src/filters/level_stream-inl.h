@@ -78,10 +78,18 @@ class NoiseStage {
   Rows level(int y) const { return rings_.row(y); }
   Rows comparison(int y) const { return comparison_.at(y); }
 
-  // Takes row y, whose level and comparison rows have been filled over [xStart, xEnd).
+  // Takes row y, whose level row has been filled over [xStart, xEnd), and computes its comparison row. Differences of
+  // ordinary samples need no look of their own.
   void rowLoaded(int y, int xStart, int xEnd) {
-    const float* const planes[4] = {level(y).plane[0], level(y).plane[1], level(y).plane[2], comparison(y).plane[0]};
+    const Rows rgb = level(y);
+    toComparisonRow(rgb, xStart, xEnd, comparison(y));
+    const float* const planes[4] = {rgb.plane[0], rgb.plane[1], rgb.plane[2], comparison(y).plane[0]};
     rings_.setOrdinary(y, areOrdinary(planes, xStart, xEnd));
+  }
+
+  // The same with a comparison row that the host has filled, with whatever it likes.
+  void rowsLoaded(int y, int xStart, int xEnd) {
+    rings_.setOrdinary(y, areOrdinary(level(y).plane, xStart, xEnd) && areOrdinary(comparison(y).plane, xStart, xEnd));
   }
 
   void computeDistances(int y, int xStart, int xEnd) const {
@@ -183,7 +191,6 @@ class LevelStream {
     const int last = column(strip_.readEnd);
     image.load(strip_.readStart, levelRow(y), last - first, level + first);
     if (margin_ != nullptr) exchangeMargin(y, level);
-    toComparisonRow(level, first, last, noise_.comparison(y));
     noise_.rowLoaded(y, first, last);
   }
 

@@ -8,6 +8,7 @@
 
 #include "VeskaroNRLib.h"
 #include "pyramid/lift.h"
+#include "pyramid/reconstruct_kernel.h"
 #include "pyramid/similarity.h"
 
 namespace veskaro {
@@ -92,7 +93,8 @@ void interpolateDiagonally(const FineRow& row, int x) {
 
 }  // namespace
 
-void reconstruct(int w, int h, const float* coarse, const float* guide, float* result, const ReconstructSettings& s) {
+void plain::reconstruct(int w, int h, const float* coarse, const float* guide, float* result,
+                        const ReconstructSettings& s) {
   const std::ptrdiff_t fineRow = levelSamples(w, 1);
   const std::ptrdiff_t coarseRow = levelSamples(coarseSize(w), 1);
   for (int y = 1; y < h - 1; ++y) {
@@ -103,6 +105,10 @@ void reconstruct(int w, int h, const float* coarse, const float* guide, float* r
     for (int x = 2; x < w - 1; x += 2) isEven ? copyPixel(row, x) : interpolateVertically(row, x);
     for (int x = 1; x < w - 1; x += 2) isEven ? interpolateHorizontally(row, x) : interpolateDiagonally(row, x);
   }
+}
+
+void reconstruct(int w, int h, const float* coarse, const float* guide, float* result, const ReconstructSettings& s) {
+  if (!vectors::reconstruct(w, h, coarse, guide, result, s)) plain::reconstruct(w, h, coarse, guide, result, s);
 }
 
 }  // namespace veskaro

@@ -9,6 +9,10 @@ namespace veskaro {
 // frame of the result is not written. The result must not overlap the inputs.
 void reconstruct(int w, int h, const float* coarse, const float* guide, float* result, const ReconstructSettings& s);
 
+namespace plain {
+void reconstruct(int w, int h, const float* coarse, const float* guide, float* result, const ReconstructSettings& s);
+}  // namespace plain
+
 }  // namespace veskaro
 
 #endif  // VESKARO_PYRAMID_RECONSTRUCT_H

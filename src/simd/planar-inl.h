@@ -6,6 +6,7 @@
 #define VESKARO_SIMD_PLANAR_INL_H
 #endif
 
+#include <cstdint>
 #include <cstring>
 
 #include "simd/rows.h"
@@ -16,51 +17,72 @@ namespace veskaro {
 namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
-// Whole blocks of this many pixels are (de)interleaved at once; the last, partial one goes through a block of its own.
+// Pixels are (de)interleaved in whole vectors; the last, partial one goes through a block of its own. Hosts' samples
+// may lie at any address, so memory is read and written as bytes.
 template <typename T>
 using BlockTag = hn::ScalableTag<T>;
 
 template <typename T>
-HWY_INLINE void deinterleaveBlock(const T* from, const RowsOf<T>& to, std::ptrdiff_t x) {
+constexpr int blockPixels() {
+  return static_cast<int>(HWY_LANES(T));
+}
+
+template <typename T>
+HWY_INLINE void deinterleaveBlock(const unsigned char* from, const RowsOf<T>& to, int x) {
+  constexpr int kPixels = blockPixels<T>();
   const BlockTag<T> d;
+  HWY_ALIGN T block[3 * kPixels];
+  const hn::ScalableTag<std::uint8_t> bytes;
+  for (int k = 0; k < 3; ++k) {
+    const auto part = hn::BitCast(d, hn::LoadU(bytes, from + k * sizeof(T) * kPixels));
+    hn::Store(part, d, block + k * kPixels);
+  }
   hn::Vec<BlockTag<T>> a, b, c;
-  hn::LoadInterleaved3(d, from, a, b, c);
+  hn::LoadInterleaved3(d, block, a, b, c);
   hn::StoreU(a, d, to.plane[0] + x);
   hn::StoreU(b, d, to.plane[1] + x);
   hn::StoreU(c, d, to.plane[2] + x);
 }
 
 template <typename T>
-HWY_INLINE void interleaveBlock(const RowsOf<T>& from, std::ptrdiff_t x, T* to) {
+HWY_INLINE void interleaveBlock(const RowsOf<T>& from, int x, unsigned char* to) {
+  constexpr int kPixels = blockPixels<T>();
   const BlockTag<T> d;
+  HWY_ALIGN T block[3 * kPixels];
   hn::StoreInterleaved3(hn::LoadU(d, from.plane[0] + x), hn::LoadU(d, from.plane[1] + x),
-                        hn::LoadU(d, from.plane[2] + x), d, to);
-}
-
-// The planes have room for whole blocks; from may lie at any address.
-template <typename T>
-HWY_INLINE void deinterleaveRow(const unsigned char* from, int pixels, const RowsOf<T>& to) {
-  constexpr int kBlock = static_cast<int>(HWY_LANES(T));
-  T block[3 * kBlock];
-  for (int x = 0; x < pixels; x += kBlock) {
-    const int count = pixels - x < kBlock ? pixels - x : kBlock;
-    if (count < kBlock) std::memset(block, 0, sizeof(block));
-    std::memcpy(block, from + 3 * sizeof(T) * static_cast<std::size_t>(x),
-                3 * sizeof(T) * static_cast<std::size_t>(count));
-    deinterleaveBlock(block, to, x);
+                        hn::LoadU(d, from.plane[2] + x), d, block);
+  const hn::ScalableTag<std::uint8_t> bytes;
+  for (int k = 0; k < 3; ++k) {
+    hn::StoreU(hn::BitCast(bytes, hn::Load(d, block + k * kPixels)), bytes, to + k * sizeof(T) * kPixels);
   }
 }
 
+// The planes have room for whole vectors.
 template <typename T>
-HWY_INLINE void interleaveRow(const RowsOf<T>& from, int pixels, unsigned char* to) {
-  constexpr int kBlock = static_cast<int>(HWY_LANES(T));
-  T block[3 * kBlock];
-  for (int x = 0; x < pixels; x += kBlock) {
-    const int count = pixels - x < kBlock ? pixels - x : kBlock;
-    interleaveBlock(from, x, block);
-    std::memcpy(to + 3 * sizeof(T) * static_cast<std::size_t>(x), block,
-                3 * sizeof(T) * static_cast<std::size_t>(count));
+HWY_NOINLINE void deinterleaveRow(const unsigned char* from, int pixels, const RowsOf<T>& to) {
+  constexpr std::size_t kPixelBytes = 3 * sizeof(T);
+  int x = 0;
+  for (; x + blockPixels<T>() <= pixels; x += blockPixels<T>()) {
+    deinterleaveBlock(from + kPixelBytes * static_cast<std::size_t>(x), to, x);
   }
+  if (x == pixels) return;
+  unsigned char rest[kPixelBytes * blockPixels<T>()] = {};
+  std::memcpy(rest, from + kPixelBytes * static_cast<std::size_t>(x),
+              kPixelBytes * static_cast<std::size_t>(pixels - x));
+  deinterleaveBlock(rest, to, x);
+}
+
+template <typename T>
+HWY_NOINLINE void interleaveRow(const RowsOf<T>& from, int pixels, unsigned char* to) {
+  constexpr std::size_t kPixelBytes = 3 * sizeof(T);
+  int x = 0;
+  for (; x + blockPixels<T>() <= pixels; x += blockPixels<T>()) {
+    interleaveBlock(from, x, to + kPixelBytes * static_cast<std::size_t>(x));
+  }
+  if (x == pixels) return;
+  unsigned char rest[kPixelBytes * blockPixels<T>()];
+  interleaveBlock(from, x, rest);
+  std::memcpy(to + kPixelBytes * static_cast<std::size_t>(x), rest, kPixelBytes * static_cast<std::size_t>(pixels - x));
 }
 
 // A level of interleaved pixels, the host's form.

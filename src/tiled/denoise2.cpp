@@ -13,6 +13,7 @@
 #include "tiled/recombine.h"
 #include "tiled/sample_io.h"
 #include "tiled/tile_geometry.h"
+#include "tiled/tile_kernel.h"
 #include "tiled/tile_pyramid.h"
 
 namespace veskaro {
@@ -62,16 +63,27 @@ int setUpParams(const Call& call) {
   return NR_OK;
 }
 
+// One thread's share of the work memory.
+struct Slice {
+  std::uint64_t floats;
+  bool isForVectors;
+};
+
+Slice sliceOf(const TileGrid& grid) {
+  const auto vectorFloats = vectors::tileFloats(static_cast<int>(grid.x.largest), static_cast<int>(grid.y.largest));
+  if (vectorFloats != 0) return {vectorFloats, true};
+  return {sliceLayout(grid).floats(), false};
+}
+
 TileBuffers buffersOf(float* slice, const SliceLayout& layout) {
   float* differences = slice + layout.pyramid;
   float* reduced = differences + layout.pyramid;
   return {slice, differences, reduced, reduced + layout.tile};
 }
 
-void processTile(const Call& call, int index, const SliceLayout& layout, const TileBuffers& buffers) {
-  const int perRow = static_cast<int>(call.grid.x.tiles);
-  const TileSpan x = tileSpan(call.grid.x, call.pictures.width, index % perRow);
-  const TileSpan y = tileSpan(call.grid.y, call.pictures.height, index / perRow);
+void processTilePlainly(const Call& call, const TileSpan& x, const TileSpan& y, float* slice) {
+  const SliceLayout layout = sliceLayout(call.grid);
+  const TileBuffers buffers = buffersOf(slice, layout);
   std::memset(buffers.pyramid, 0, layout.pyramid * sizeof(float));
   fillTile(call.pictures, x, y, buffers.pyramid);
   const Rectangle mainArea = {x.tileMainStart, x.tileMainStart + x.mainSize, y.tileMainStart,
@@ -81,21 +93,30 @@ void processTile(const Call& call, int index, const SliceLayout& layout, const T
 }
 
 // Tiles write disjoint regions of the output, each from its thread's own slice of the work memory.
-void processTiles(const Call& call, int team, const SliceLayout& layout, float* work) {
+void processTiles(const Call& call, int team, const Slice& slice, float* work) {
+  const TileSettings settings = TileSettings::current();
+  const int perRow = static_cast<int>(call.grid.x.tiles);
   const int tiles = static_cast<int>(call.grid.tiles());
 #pragma omp parallel num_threads(team)
   {
     const DefaultFpEnvironment environment;
-    float* slice = nullptr;
+    float* own = nullptr;
 #pragma omp critical(veskaro_take_slice)
     {
-      slice = work;
-      work += layout.floats();
+      own = work;
+      work += slice.floats;
     }
-    std::memset(slice, 0, layout.floats() * sizeof(float));
-    const TileBuffers buffers = buffersOf(slice, layout);
+    std::memset(own, 0, slice.floats * sizeof(float));
 #pragma omp for schedule(guided, 1)
-    for (int tile = 0; tile < tiles; ++tile) processTile(call, tile, layout, buffers);
+    for (int tile = 0; tile < tiles; ++tile) {
+      const TileSpan x = tileSpan(call.grid.x, call.pictures.width, tile % perRow);
+      const TileSpan y = tileSpan(call.grid.y, call.pictures.height, tile / perRow);
+      if (slice.isForVectors) {
+        vectors::processTile(call.pictures, x, y, settings, own);
+      } else {
+        processTilePlainly(call, x, y, own);
+      }
+    }
   }
 }
 
@@ -113,24 +134,34 @@ bool isAligned(const void* work) {
   return reinterpret_cast<std::uintptr_t>(work) % alignof(float) == 0;
 }
 
+// The host's work memory, if it serves: floats can lie there, and its slices are as large as this processor's tiles
+// take. They are not for the smallest tiles, whose padded rows take more than the tile.
+float* hostWork(const Call& call, const Slice& slice) {
+  if (call.hostWork == nullptr || !isAligned(call.hostWork)) return nullptr;
+  if (slice.floats > sliceLayout(call.grid).floats()) return nullptr;
+  return reinterpret_cast<float*>(call.hostWork);
+}
+
+float* takeWork(const Slice& slice, int team) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(float);
+  if (slice.floats > kMost / static_cast<unsigned>(team)) return nullptr;
+  return static_cast<float*>(std::malloc(slice.floats * static_cast<unsigned>(team) * sizeof(float)));
+}
+
 // The whole call, its arguments known to be right.
 int denoise(const Call& call) {
-  const SliceLayout layout = sliceLayout(call.grid);
   const int result = setUpParams(call);
   if (result < 0) return result;
 
   // More threads than tiles would only wait.
   const int team = grantedTeam(call.grid.tiles() < call.threads ? static_cast<int>(call.grid.tiles()) : call.threads);
-  float* ownWork = nullptr;
-  if (call.hostWork == nullptr || !isAligned(call.hostWork)) {
-    const std::uint64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(float);
-    if (layout.floats() > most / static_cast<unsigned>(team)) return NR_ERROR_MEMORY;
-    ownWork = static_cast<float*>(std::malloc(layout.floats() * static_cast<unsigned>(team) * sizeof(float)));
-    if (ownWork == nullptr) return NR_ERROR_MEMORY;
-  }
-  processTiles(call, team, layout, ownWork != nullptr ? ownWork : reinterpret_cast<float*>(call.hostWork));
+  const Slice slice = sliceOf(call.grid);
+  float* const work = hostWork(call, slice);
+  float* const ownWork = work == nullptr ? takeWork(slice, team) : nullptr;
+  if (work == nullptr && ownWork == nullptr) return NR_ERROR_MEMORY;
+  processTiles(call, team, slice, work != nullptr ? work : ownWork);
   std::free(ownWork);
-  recombine(call, team);
+  if (!slice.isForVectors) recombine(call, team);
   return NR_OK;
 }
 
