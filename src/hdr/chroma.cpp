@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "VeskaroNRLib.h"
+#include "hdr/chroma_kernel.h"
 #include "hdr/detail_levels.h"
 #include "hdr/rgbe.h"
 #include "host/fp_environment.h"
@@ -12,18 +13,8 @@ namespace veskaro {
 
 namespace {
 
-float ColorSum(const Rgb& colour) {
+float colorSum(const Rgb& colour) {
   return (colour.g + colour.r) + colour.b;
-}
-
-// Each channel's share of the colour sum. Black, and a sum beyond the float range, have none: they enter the smoothing
-// as 0 and so spread nothing but their absence.
-Rgb Chromaticity(const Rgb& colour) {
-  const float sum = ColorSum(colour);
-  if (!(sum > 0.0f) || std::isinf(sum)) return {0.0f, 0.0f, 0.0f};
-  const float inverse = 1.0f / sum;
-  if (std::isinf(inverse)) return {colour.r / sum, colour.g / sum, colour.b / sum};
-  return {colour.r * inverse, colour.g * inverse, colour.b * inverse};
 }
 
 struct RatioPlanes {
@@ -32,12 +23,12 @@ struct RatioPlanes {
   PlaneSample* b;
 };
 
-void FillRatioPlanes(const ChromaJob& job, const ExponentTable& table, const RatioPlanes& ratios) {
+void fillRatioPlanes(const ChromaJob& job, const ExponentTable& table, const RatioPlanes& ratios) {
   std::size_t k = 0;
   for (int j = 0; j < job.size.height; ++j) {
-    const ConstRgbeRow row = RowOf(job.in, job.size.width, j);
+    const ConstRgbeRow row = rowOf(job.in, job.size.width, j);
     for (int i = 0; i < job.size.width; ++i, ++k) {
-      const Rgb ratio = Chromaticity(Decode(row, i, table));
+      const Rgb ratio = chromaticity(decode(row, i, table));
       ratios.r[k] = ratio.r;
       ratios.g[k] = ratio.g;
       ratios.b[k] = ratio.b;
@@ -46,67 +37,80 @@ void FillRatioPlanes(const ChromaJob& job, const ExponentTable& table, const Rat
 }
 
 // The result's memory serves as the plane being shrunk until the picture is written into it.
-void SmoothRatioPlane(const ChromaJob& job, PlaneSample* ratio, float* line) {
-  const std::size_t pixels = job.size.Pixels();
+void smoothRatioPlane(const ChromaJob& job, PlaneSample* ratio, float* line) {
+  const std::size_t pixels = job.size.pixels();
   PlaneSample* const levels = reinterpret_cast<PlaneSample*>(job.work);
   PlaneSample* const base = reinterpret_cast<PlaneSample*>(job.out);
   std::copy(ratio, ratio + pixels, base);
-  ShrinkDetails({job.size, base, {levels, levels + pixels}, line}, [&job](int level) {
-    const float threshold = NoiseCoefficient(level) * job.thresholdScale;
+  shrinkDetails({job.size, base, {levels, levels + pixels}, line}, [&job](int level) {
+    const float threshold = noiseCoefficient(level) * job.thresholdScale;
     return [threshold](float) { return threshold; };
   });
   std::copy(base, base + pixels, ratio);
 }
 
 // One channel between the shadows and the saturation level: weight 1 takes the smoothed value, 0 the pixel's own.
-float Blend(float own, float smoothed, float weight) {
+float blend(float own, float smoothed, float weight) {
   return static_cast<float>(own * (1.0 - weight) + static_cast<double>(smoothed * weight));
 }
 
 // The colour that a pixel takes, given its smoothed chromaticity.
-Rgb RebuiltColour(const ChromaJob& job, const Rgb& own, const Rgb& ratio) {
-  const float sum = ColorSum(own);
+Rgb rebuiltColour(const ChromaJob& job, const Rgb& own, const Rgb& ratio) {
+  const float sum = colorSum(own);
   if (!(sum > 0.0f)) return own;
   const Rgb smoothed = {ratio.r * sum, ratio.g * sum, ratio.b * sum};
   if (sum < job.shadowsLevel) return smoothed;
   if (!(sum < job.satLevel && job.fadeIntoMidTones)) return own;
   const float inverse = 1.0f / (job.satLevel - job.shadowsLevel);
   const float weight = (job.satLevel - sum) * inverse;
-  return {Blend(own.r, smoothed.r, weight), Blend(own.g, smoothed.g, weight), Blend(own.b, smoothed.b, weight)};
+  return {blend(own.r, smoothed.r, weight), blend(own.g, smoothed.g, weight), blend(own.b, smoothed.b, weight)};
 }
 
-// A pixel whose colour sum or result is beyond the float range keeps its bytes.
-void WritePicture(const ChromaJob& job, const ExponentTable& table, const RatioPlanes& ratios) {
+void writePicture(const ChromaJob& job, const ExponentTable& table, const RatioPlanes& ratios) {
   std::size_t k = 0;
   for (int j = 0; j < job.size.height; ++j) {
-    const ConstRgbeRow in = RowOf(job.in, job.size.width, j);
-    const RgbeRow out = RowOf(job.out, job.size.width, j);
+    const ConstRgbeRow in = rowOf(job.in, job.size.width, j);
+    const RgbeRow out = rowOf(job.out, job.size.width, j);
     for (int i = 0; i < job.size.width; ++i, ++k) {
-      const Rgb own = Decode(in, i, table);
-      const Rgb colour = RebuiltColour(job, own, {ratios.r[k], ratios.g[k], ratios.b[k]});
-      if (std::isinf(ColorSum(own)) || !Encodable(colour)) {
-        CopyPixel(in, out, i);
-      } else {
-        Encode(colour, out, i);
-      }
+      writePixel(job, table, in, i, {ratios.r[k], ratios.g[k], ratios.b[k]}, out);
     }
   }
 }
 
 }  // namespace
 
-int DenoiseChroma(const ChromaJob& job) {
+Rgb chromaticity(const Rgb& colour) {
+  const float sum = colorSum(colour);
+  if (!(sum > 0.0f) || std::isinf(sum)) return {0.0f, 0.0f, 0.0f};
+  const float inverse = 1.0f / sum;
+  if (std::isinf(inverse)) return {colour.r / sum, colour.g / sum, colour.b / sum};
+  return {colour.r * inverse, colour.g * inverse, colour.b * inverse};
+}
+
+void writePixel(const ChromaJob& job, const ExponentTable& table, const ConstRgbeRow& in, int i, const Rgb& ratio,
+                const RgbeRow& out) {
+  const Rgb own = decode(in, i, table);
+  const Rgb colour = rebuiltColour(job, own, ratio);
+  if (std::isinf(colorSum(own)) || !isEncodable(colour)) {
+    copyPixel(in, out, i);
+  } else {
+    encode(colour, out, i);
+  }
+}
+
+int denoiseChroma(const ChromaJob& job) {
+  if (const int result = vectors::denoiseChroma(job); result != vectors::kNotTaken) return result;
   const ExponentTable table;
-  const std::size_t pixels = job.size.Pixels();
+  const std::size_t pixels = job.size.pixels();
   PlaneSample* const planes = reinterpret_cast<PlaneSample*>(job.work);
   const RatioPlanes ratios = {planes + 2 * pixels, planes + 3 * pixels, planes + 4 * pixels};
-  FillRatioPlanes(job, table, ratios);
+  fillRatioPlanes(job, table, ratios);
   {
-    ZeroedArray<float> line(static_cast<std::size_t>(std::max(job.size.width, job.size.height)));
+    HeapArray<float> line(static_cast<std::size_t>(std::max(job.size.width, job.size.height)), Fill::kNothing);
     if (!line) return NR_ERROR_MEMORY;
-    for (PlaneSample* ratio : {ratios.r, ratios.g, ratios.b}) SmoothRatioPlane(job, ratio, line.data());
+    for (PlaneSample* ratio : {ratios.r, ratios.g, ratios.b}) smoothRatioPlane(job, ratio, line.data());
   }
-  WritePicture(job, table, ratios);
+  writePicture(job, table, ratios);
   return job.size.height;
 }
 
@@ -117,7 +121,7 @@ extern "C" int denoise_chroma(int reductionStrength, float seuil, int iMax, int 
                               unsigned char* pImage, unsigned char* resImage) {
   if (bpsImage != 32) return NR_REFUSED;
   const veskaro::PictureSize size = {iMax, jMax};
-  if (size.Empty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
+  if (size.isEmpty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
-  return veskaro::DenoiseChroma({size, reductionStrength > 0, seuil, shadowsLevel, satLevel, work, pImage, resImage});
+  return veskaro::denoiseChroma({size, reductionStrength > 0, seuil, shadowsLevel, satLevel, work, pImage, resImage});
 }

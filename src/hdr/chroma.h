@@ -3,6 +3,7 @@
 #define VESKARO_HDR_CHROMA_H
 
 #include "hdr/planes.h"
+#include "hdr/rgbe.h"
 
 namespace veskaro {
 
@@ -17,8 +18,17 @@ struct ChromaJob {
   unsigned char* out;
 };
 
+// Each channel's share of the colour sum. Black, and a sum beyond the float range, have none: they enter the smoothing
+// as 0 and so spread nothing but their absence.
+Rgb chromaticity(const Rgb& colour);
+
+// Writes pixel i of a row, given its smoothed chromaticity. One whose colour sum or result is beyond the float range
+// keeps its bytes.
+void writePixel(const ChromaJob& job, const ExponentTable& table, const ConstRgbeRow& in, int i, const Rgb& ratio,
+                const RgbeRow& out);
+
 // Returns the rows written, or NR_ERROR_MEMORY with out untouched.
-int DenoiseChroma(const ChromaJob& job);
+int denoiseChroma(const ChromaJob& job);
 
 }  // namespace veskaro
 

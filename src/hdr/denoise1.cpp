@@ -18,14 +18,14 @@ constexpr int kNominalStrength = 100;
 constexpr int kSmallestSide = 32;  // a line holds both taps of the coarsest level
 constexpr int kWorkPlanes = 5;
 
-bool SizeAccepted(const PictureSize& size) {
+bool sizeAccepted(const PictureSize& size) {
   if (size.width < kSmallestSide || size.height < kSmallestSide) return false;
   return std::int64_t{size.width} * size.height < (std::int64_t{1} << 31) / 8;
 }
 
 }  // namespace
 
-HdrSettings SettingsOfStrength(int strength) {
+HdrSettings settingsOfStrength(int strength) {
   const bool inRange = strength >= 50 && strength <= 150;
   const int s = inRange ? strength : kNominalStrength;
   const double perStep = s > kNominalStrength ? 0.012 : 0.004;
@@ -37,22 +37,23 @@ HdrSettings SettingsOfStrength(int strength) {
   return settings;
 }
 
-int DenoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned char* picture, unsigned char* result) {
-  ZeroedArray<float> workMemory(kWorkPlanes * size.Pixels());
+int denoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned char* picture, unsigned char* result) {
+  // The vector forms never touch it, so that it takes up no memory then; the plain ones fill before they read.
+  HeapArray<float> workMemory(kWorkPlanes * size.pixels(), Fill::kNothing);
   if (!workMemory) return NR_ERROR_MEMORY;
   unsigned char* const work = reinterpret_cast<unsigned char*>(workMemory.data());
 
   HdrStatistics levels;
-  const int measured = MeasurePicture(size, picture, settings.luminanceThreshold, &levels);
+  const int measured = measurePicture(size, picture, settings.luminanceThreshold, &levels);
   if (measured < 0) return measured;
 
-  const int written = DenoiseChroma({size, settings.strong, settings.chromaThreshold, std::exp(levels.sumShadows),
+  const int written = denoiseChroma({size, settings.strong, settings.chromaThreshold, std::exp(levels.sumShadows),
                                      std::exp(levels.sumSaturation), work, picture, result});
   if (settings.chromaOnly || written < 0) return written;
 
-  std::memcpy(picture, result, 4 * size.Pixels());
-  std::memset(result, 0, 4 * size.Pixels());
-  return DenoiseLuminance({size, settings.strong, levels.luminanceShadows, levels.luminanceMedian, levels.luminance99,
+  std::memcpy(picture, result, 4 * size.pixels());
+  std::memset(result, 0, 4 * size.pixels());
+  return denoiseLuminance({size, settings.strong, levels.luminanceShadows, levels.luminanceMedian, levels.luminance99,
                            levels.luminanceThreshold, work, picture, result});
 }
 
@@ -61,9 +62,9 @@ int DenoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned ch
 extern "C" int denoise1(int denoisingStrength, const int iMax, const int jMax, const int /*rowStride*/,
                         const int /*spp*/, const int bpsImage, unsigned char* pImage, unsigned char* resBuf) {
   const veskaro::PictureSize size = {iMax, jMax};
-  if (!pImage || !resBuf || !veskaro::SizeAccepted(size)) return NR_ERROR_ARGUMENT;
-  const veskaro::HdrSettings settings = veskaro::SettingsOfStrength(denoisingStrength);
+  if (!pImage || !resBuf || !veskaro::sizeAccepted(size)) return NR_ERROR_ARGUMENT;
+  const veskaro::HdrSettings settings = veskaro::settingsOfStrength(denoisingStrength);
   if (bpsImage != 32) return settings.chromaOnly ? NR_REFUSED : NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
-  return veskaro::DenoiseHdr(settings, size, pImage, resBuf);
+  return veskaro::denoiseHdr(settings, size, pImage, resBuf);
 }

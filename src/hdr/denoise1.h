@@ -13,11 +13,11 @@ struct HdrSettings {
   float luminanceThreshold;  // per unit of the log luminance's range
 };
 
-HdrSettings SettingsOfStrength(int strength);
+HdrSettings settingsOfStrength(int strength);
 
 // picture receives the chroma-denoised picture unless the settings ask for chroma only. Returns the rows written or a
 // negative nr_result.
-int DenoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned char* picture, unsigned char* result);
+int denoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned char* picture, unsigned char* result);
 
 }  // namespace veskaro
 

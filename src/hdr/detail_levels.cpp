@@ -9,27 +9,27 @@ namespace veskaro {
 namespace {
 
 // Smooths one line of a plane and stores the means, with the same step on both sides.
-void SmoothLineOfPlane(const PlaneSample* from, PlaneSample* to, std::ptrdiff_t step, int size, int spacing,
+void smoothLineOfPlane(const PlaneSample* from, PlaneSample* to, std::ptrdiff_t step, int size, int spacing,
                        float* line) {
-  SmoothLine(line, from, step, size, spacing);
+  smoothLine(line, from, step, size, spacing);
   for (int i = 0; i < size; ++i) to[i * step] = 0.25f * line[i];
 }
 
 }  // namespace
 
-float NoiseCoefficient(int level) {
+float noiseCoefficient(int level) {
   const double factor = level == 0 ? 1.0 : std::exp(2.6 - 2.6 * std::sqrt(level + 1.0));
   return static_cast<float>(0.8002 * factor);
 }
 
-void SmoothPlane(const LevelPlanes& planes, const PlaneSample* from, PlaneSample* to, int spacing) {
+void smoothPlane(const LevelPlanes& planes, const PlaneSample* from, PlaneSample* to, int spacing) {
   const std::ptrdiff_t width = planes.size.width;
   const int height = planes.size.height;
   for (std::ptrdiff_t j = 0; j < height; ++j) {
-    SmoothLineOfPlane(from + j * width, to + j * width, 1, planes.size.width, spacing, planes.line);
+    smoothLineOfPlane(from + j * width, to + j * width, 1, planes.size.width, spacing, planes.line);
   }
   for (std::ptrdiff_t i = 0; i < width; ++i) {
-    SmoothLineOfPlane(to + i, to + i, width, height, spacing, planes.line);
+    smoothLineOfPlane(to + i, to + i, width, height, spacing, planes.line);
   }
 }
 

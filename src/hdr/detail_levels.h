@@ -11,15 +11,15 @@ namespace veskaro {
 
 constexpr int kDetailLevels = 5;
 
-constexpr int LevelSpacing(int level) {
+constexpr int levelSpacing(int level) {
   return 1 << level;
 }
 
 // The threshold of a level's details in units of the stage's scale: 0.8002 * exp(2.6 - 2.6 sqrt(level + 1)).
-float NoiseCoefficient(int level);
+float noiseCoefficient(int level);
 
 // The order of the tests matters: a threshold may be negative, and then widens every detail.
-inline float SoftThreshold(float detail, float threshold) {
+inline float softThreshold(float detail, float threshold) {
   if (-threshold > detail) return detail + threshold;
   if (detail > threshold) return detail - threshold;
   return 0.0f;
@@ -33,21 +33,21 @@ struct LevelPlanes {
 };
 
 // to = from smoothed along rows, then along columns, with taps spacing apart. from and to may be the same.
-void SmoothPlane(const LevelPlanes& planes, const PlaneSample* from, PlaneSample* to, int spacing);
+void smoothPlane(const LevelPlanes& planes, const PlaneSample* from, PlaneSample* to, int spacing);
 
 // base = smoothed image of the last level + the shrunk details of all levels. curveOfLevel(level) gives a function from
 // the smoothed value at a pixel to the threshold of its detail.
 template <class CurveOfLevel>
-void ShrinkDetails(const LevelPlanes& planes, CurveOfLevel&& curveOfLevel) {
-  const std::size_t pixels = planes.size.Pixels();
+void shrinkDetails(const LevelPlanes& planes, CurveOfLevel&& curveOfLevel) {
+  const std::size_t pixels = planes.size.pixels();
   PlaneSample* const base = planes.base;
   PlaneSample* finer = base;
   for (int level = 0; level < kDetailLevels; ++level) {
     PlaneSample* const smooth = planes.levels[level % 2];
-    SmoothPlane(planes, finer, smooth, LevelSpacing(level));
+    smoothPlane(planes, finer, smooth, levelSpacing(level));
     const auto thresholdAt = curveOfLevel(level);
     for (std::size_t k = 0; k < pixels; ++k) {
-      const float detail = SoftThreshold(finer[k] - smooth[k], thresholdAt(smooth[k]));
+      const float detail = softThreshold(finer[k] - smooth[k], thresholdAt(smooth[k]));
       base[k] = level == 0 ? detail : base[k] + detail;
     }
     finer = smooth;

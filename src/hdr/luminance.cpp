@@ -6,6 +6,7 @@
 
 #include "VeskaroNRLib.h"
 #include "hdr/detail_levels.h"
+#include "hdr/luminance_kernel.h"
 #include "hdr/rgbe.h"
 #include "hdr/ybr.h"
 #include "host/fp_environment.h"
@@ -16,41 +17,27 @@ namespace {
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// A black pixel enters the smoothing as luminance 1.
-void FillLogLuminance(const LuminanceJob& job, const ExponentTable& table, PlaneSample* luminBuf) {
+void fillLogLuminance(const LuminanceJob& job, const ExponentTable& table, PlaneSample* luminBuf) {
   std::size_t k = 0;
   for (int j = 0; j < job.size.height; ++j) {
-    const ConstRgbeRow row = RowOf(job.in, job.size.width, j);
-    for (int i = 0; i < job.size.width; ++i, ++k) {
-      const float y = Luminance(Decode(row, i, table));
-      luminBuf[k] = y > 0.0f ? std::log(y) : 0.0f;
-    }
+    const ConstRgbeRow row = rowOf(job.in, job.size.width, j);
+    for (int i = 0; i < job.size.width; ++i, ++k) luminBuf[k] = logLuminance(decode(row, i, table));
   }
 }
 
-// A pixel whose new luminance or colour is beyond the float range keeps its bytes.
-void WritePicture(const LuminanceJob& job, const ExponentTable& table, const PlaneSample* luminBuf) {
+void writePicture(const LuminanceJob& job, const ExponentTable& table, const PlaneSample* luminBuf) {
   std::size_t k = 0;
   for (int j = 0; j < job.size.height; ++j) {
-    const ConstRgbeRow in = RowOf(job.in, job.size.width, j);
-    const RgbeRow out = RowOf(job.out, job.size.width, j);
-    for (int i = 0; i < job.size.width; ++i, ++k) {
-      Ybr ybr = ToYbr(Decode(in, i, table));
-      ybr.y = std::exp(static_cast<float>(luminBuf[k]));
-      const Rgb colour = ToRgb(ybr);
-      if (!std::isfinite(luminBuf[k]) || !std::isfinite(ybr.y) || !Encodable(colour)) {
-        CopyPixel(in, out, i);
-      } else {
-        Encode(colour, out, i);
-      }
-    }
+    const ConstRgbeRow in = rowOf(job.in, job.size.width, j);
+    const RgbeRow out = rowOf(job.out, job.size.width, j);
+    for (int i = 0; i < job.size.width; ++i, ++k) writePixel(table, in, i, luminBuf[k], out);
   }
 }
 
 }  // namespace
 
 ThresholdCurve::ThresholdCurve(const LuminanceJob& job, int level) {
-  const float tholdSH = NoiseCoefficient(level) * job.threshold;
+  const float tholdSH = noiseCoefficient(level) * job.threshold;
   const float tholdHL = job.includeMidTones ? static_cast<float>(0.1 * tholdSH) : 0.0f;
   const float low = job.shadowsLevel, high = job.satY;
   const float mid = job.includeMidTones ? job.medY : low;
@@ -75,18 +62,35 @@ ThresholdCurve::ThresholdCurve(const LuminanceJob& job, int level) {
   }
 }
 
-int DenoiseLuminance(const LuminanceJob& job) {
+float logLuminance(const Rgb& colour) {
+  const float y = luminance(colour);
+  return y > 0.0f ? std::log(y) : 0.0f;
+}
+
+void writePixel(const ExponentTable& table, const ConstRgbeRow& in, int i, float logLuma, const RgbeRow& out) {
+  Ybr ybr = toYbr(decode(in, i, table));
+  ybr.y = std::exp(logLuma);
+  const Rgb colour = toRgb(ybr);
+  if (!std::isfinite(logLuma) || !std::isfinite(ybr.y) || !isEncodable(colour)) {
+    copyPixel(in, out, i);
+  } else {
+    encode(colour, out, i);
+  }
+}
+
+int denoiseLuminance(const LuminanceJob& job) {
+  if (const int result = vectors::denoiseLuminance(job); result != vectors::kNotTaken) return result;
   const ExponentTable table;
-  const std::size_t pixels = job.size.Pixels();
+  const std::size_t pixels = job.size.pixels();
   PlaneSample* const luminBuf = reinterpret_cast<PlaneSample*>(job.work);
-  FillLogLuminance(job, table, luminBuf);
+  fillLogLuminance(job, table, luminBuf);
   {
-    ZeroedArray<float> line(static_cast<std::size_t>(std::max(job.size.width, job.size.height)));
+    HeapArray<float> line(static_cast<std::size_t>(std::max(job.size.width, job.size.height)), Fill::kNothing);
     if (!line) return NR_ERROR_MEMORY;
-    ShrinkDetails({job.size, luminBuf, {luminBuf + pixels, luminBuf + 2 * pixels}, line.data()},
+    shrinkDetails({job.size, luminBuf, {luminBuf + pixels, luminBuf + 2 * pixels}, line.data()},
                   [&job](int level) { return ThresholdCurve(job, level); });
   }
-  WritePicture(job, table, luminBuf);
+  writePicture(job, table, luminBuf);
   return job.size.height;
 }
 
@@ -97,8 +101,8 @@ extern "C" int denoise_lumin(int reductionStrength, int iMax, int jMax, int /*ro
                              unsigned char* pImage, unsigned char* resImage) {
   if (bpsImage != 32) return NR_ERROR_ARGUMENT;
   const veskaro::PictureSize size = {iMax, jMax};
-  if (size.Empty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
+  if (size.isEmpty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
-  return veskaro::DenoiseLuminance(
+  return veskaro::denoiseLuminance(
       {size, reductionStrength != 0, shadowsLevel, medY, satY, seuil, work, pImage, resImage});
 }

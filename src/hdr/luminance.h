@@ -3,6 +3,7 @@
 #define VESKARO_HDR_LUMINANCE_H
 
 #include "hdr/planes.h"
+#include "hdr/rgbe.h"
 
 namespace veskaro {
 
@@ -45,8 +46,15 @@ struct ThresholdCurve {
   float highSlope, highOffset;
 };
 
+// A black pixel enters the smoothing as luminance 1.
+float logLuminance(const Rgb& colour);
+
+// Writes pixel i of a row with its own Cb and Cr and a new luminance. One whose new luminance or colour is beyond the
+// float range keeps its bytes.
+void writePixel(const ExponentTable& table, const ConstRgbeRow& in, int i, float logLuma, const RgbeRow& out);
+
 // Returns the rows written, or NR_ERROR_MEMORY with out untouched.
-int DenoiseLuminance(const LuminanceJob& job);
+int denoiseLuminance(const LuminanceJob& job);
 
 }  // namespace veskaro
 

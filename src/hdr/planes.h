@@ -14,18 +14,28 @@ struct PictureSize {
   int width;
   int height;
 
-  bool Empty() const { return width < 1 || height < 1; }
-  std::size_t Pixels() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
+  bool isEmpty() const { return width < 1 || height < 1; }
+  std::size_t pixels() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
 };
 
-// Zero-filled array that tests false when the memory could not be had.
+namespace vectors {
+
+// What a vector form returns, with nothing done, when the plain form has to do the work.
+constexpr int kNotTaken = 0;
+
+}  // namespace vectors
+
+// An array that tests false when its memory could not be had.
+enum class Fill { kZeros, kNothing };
+
 template <class T>
-class ZeroedArray {
+class HeapArray {
  public:
-  explicit ZeroedArray(std::size_t count) : data_(static_cast<T*>(std::calloc(count, sizeof(T)))) {}
-  ~ZeroedArray() { std::free(data_); }
-  ZeroedArray(const ZeroedArray&) = delete;
-  ZeroedArray& operator=(const ZeroedArray&) = delete;
+  HeapArray(std::size_t count, Fill fill)
+      : data_(static_cast<T*>(fill == Fill::kZeros ? std::calloc(count, sizeof(T)) : std::malloc(count * sizeof(T)))) {}
+  ~HeapArray() { std::free(data_); }
+  HeapArray(const HeapArray&) = delete;
+  HeapArray& operator=(const HeapArray&) = delete;
 
   explicit operator bool() const { return data_ != nullptr; }
   T* data() { return data_; }

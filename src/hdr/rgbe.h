@@ -22,7 +22,7 @@ using RgbeRow = RgbeRowOf<unsigned char>;
 using ConstRgbeRow = RgbeRowOf<const unsigned char>;
 
 template <class Byte>
-inline RgbeRowOf<Byte> RowOf(Byte* picture, int width, int row) {
+inline RgbeRowOf<Byte> rowOf(Byte* picture, int width, int row) {
   const std::size_t w = static_cast<std::size_t>(width);
   Byte* start = picture + 4 * w * static_cast<std::size_t>(row);
   return {start, start + w, start + 2 * w, start + 3 * w};
@@ -38,19 +38,19 @@ class ExponentTable {
   float scale_[256];
 };
 
-inline Rgb Decode(const ConstRgbeRow& row, int i, const ExponentTable& table) {
+inline Rgb decode(const ConstRgbeRow& row, int i, const ExponentTable& table) {
   if (row.e[i] == 0) return {0.0f, 0.0f, 0.0f};
   const float scale = table[row.e[i]];
   return {row.r[i] * scale, row.g[i] * scale, row.b[i] * scale};
 }
 
 // False for a colour that no pixel can carry: infinite or not a number in any channel.
-bool Encodable(const Rgb& colour);
+bool isEncodable(const Rgb& colour);
 
 // Writes the four bytes of an encodable colour. One whose largest channel is at most 1e-32 becomes four zeros.
-void Encode(const Rgb& colour, const RgbeRow& row, int i);
+void encode(const Rgb& colour, const RgbeRow& row, int i);
 
-void CopyPixel(const ConstRgbeRow& from, const RgbeRow& to, int i);
+void copyPixel(const ConstRgbeRow& from, const RgbeRow& to, int i);
 
 }  // namespace veskaro
 

@@ -13,10 +13,10 @@ namespace veskaro {
 //
 //   k:      -3 -2 -1 | 0  1  2  3 | 4  5  6        (size 4)
 //   sample:  3  2  1 | 0  1  2  3 | 2  1  0
-std::ptrdiff_t MirroredIndex(std::ptrdiff_t k, std::ptrdiff_t size);
+std::ptrdiff_t mirroredIndex(std::ptrdiff_t k, std::ptrdiff_t size);
 
 // temp[i] = (x[i - spacing] + x[i + spacing]) + 2 x[i] for the line x[k] = base[k * step]: four times the mean.
-void SmoothLine(float* temp, const PlaneSample* base, std::ptrdiff_t step, int size, int spacing);
+void smoothLine(float* temp, const PlaneSample* base, std::ptrdiff_t step, int size, int spacing);
 
 }  // namespace veskaro
 

@@ -17,11 +17,11 @@ struct HdrStatistics {
 
 // Returns NR_OK, NR_ERROR_STATISTICS for a picture without spread or with values beyond the float range, or
 // NR_ERROR_MEMORY; statistics is written on success only.
-int MeasurePicture(const PictureSize& size, const unsigned char* picture, float initialThreshold,
+int measurePicture(const PictureSize& size, const unsigned char* picture, float initialThreshold,
                    HdrStatistics* statistics);
 
 // The first bin at which the running sum of the histogram exceeds perc * imageSize, or histoLen.
-int PercentileBin(float perc, std::size_t imageSize, int histoLen, const int* histo);
+int percentileBin(float perc, std::size_t imageSize, int histoLen, const int* histo);
 
 }  // namespace veskaro
 

@@ -10,9 +10,9 @@ struct Ybr {
   float y, cb, cr;
 };
 
-float Luminance(const Rgb& colour);
-Ybr ToYbr(const Rgb& colour);
-Rgb ToRgb(const Ybr& colour);  // each channel at least 0
+float luminance(const Rgb& colour);
+Ybr toYbr(const Rgb& colour);
+Rgb toRgb(const Ybr& colour);  // each channel at least 0
 
 }  // namespace veskaro
 

@@ -14,8 +14,8 @@ namespace {
 using veskaro::test::Colour;
 using veskaro::test::FailAllocation;
 using veskaro::test::Kind;
-using veskaro::test::MakePicture;
-using veskaro::test::RandomPicture;
+using veskaro::test::makePicture;
+using veskaro::test::randomPicture;
 using veskaro::test::RgbePicture;
 
 struct Levels {
@@ -23,11 +23,11 @@ struct Levels {
   float seuil, shadows, saturation;
 };
 
-RgbePicture Denoised(RgbePicture picture, const Levels& l, int offset = 0) {
+RgbePicture denoised(RgbePicture picture, const Levels& l, int offset = 0) {
   const int w = picture.width, h = picture.height;
   std::vector<unsigned char> work(20 * static_cast<std::size_t>(w) * h + 8), out(picture.bytes.size() + 8, 0x5a);
   const int rows = denoise_chroma(l.strength, l.seuil, w, h, -1, 77, 32, l.shadows, l.saturation, work.data() + offset,
-                                  picture.Data(), out.data() + offset);
+                                  picture.data(), out.data() + offset);
   EXPECT_EQ(rows, h);
   for (int k = 0; k < 8 - offset; ++k) EXPECT_EQ(out[out.size() - 1 - k], 0x5a) << "wrote past the result";
   RgbePicture result(w, h);
@@ -36,35 +36,35 @@ RgbePicture Denoised(RgbePicture picture, const Levels& l, int offset = 0) {
 }
 
 // A grey picture whose pixels have the wrong hue at random.
-RgbePicture HueNoise(int w, int h) {
+RgbePicture hueNoise(int w, int h) {
   std::mt19937 random(5);
   std::uniform_real_distribution<double> noise(-0.06, 0.06);
-  return MakePicture(w, h, [&](int i, int) {
+  return makePicture(w, h, [&](int i, int) {
     const double sum = 0.5 + i / 100.0;
     const double r = 1.0 / 3 + noise(random), g = 1.0 / 3 + noise(random);
     return Colour{r * sum, g * sum, (1 - r - g) * sum};
   });
 }
 
-double HueDeviation(const RgbePicture& p) {
+double hueDeviation(const RgbePicture& p) {
   double sum = 0;
   for (int j = 0; j < p.height; ++j) {
     for (int i = 0; i < p.width; ++i) {
-      const Colour c = p.Value(i, j);
-      sum += std::pow(c.r / c.Sum() - 1.0 / 3, 2) + std::pow(c.g / c.Sum() - 1.0 / 3, 2);
+      const Colour c = p.value(i, j);
+      sum += std::pow(c.r / c.sum() - 1.0 / 3, 2) + std::pow(c.g / c.sum() - 1.0 / 3, 2);
     }
   }
   return std::sqrt(sum / (2.0 * p.width * p.height));
 }
 
 TEST(Chroma, TakesHueNoiseAndKeepsTheColourSum) {
-  const RgbePicture noisy = HueNoise(160, 120);
-  const RgbePicture clean = Denoised(noisy, {0, 0.4f, 1e9f, 2e9f});
-  EXPECT_LT(HueDeviation(clean), HueDeviation(noisy) / 5);
+  const RgbePicture noisy = hueNoise(160, 120);
+  const RgbePicture clean = denoised(noisy, {0, 0.4f, 1e9f, 2e9f});
+  EXPECT_LT(hueDeviation(clean), hueDeviation(noisy) / 5);
   for (int j = 0; j < noisy.height; ++j) {
     for (int i = 0; i < noisy.width; ++i) {
-      const double before = noisy.Value(i, j).Sum(), after = clean.Value(i, j).Sum();
-      const double step = std::ldexp(1.0, clean.Pixel(i, j)[3] - 136);
+      const double before = noisy.value(i, j).sum(), after = clean.value(i, j).sum();
+      const double step = std::ldexp(1.0, clean.pixel(i, j)[3] - 136);
       ASSERT_LE(after, before * (1 + 1e-5));
       ASSERT_GE(after, before - 3 * step) << "each channel is truncated by less than a step";
     }
@@ -72,68 +72,68 @@ TEST(Chroma, TakesHueNoiseAndKeepsTheColourSum) {
 }
 
 TEST(Chroma, BrightPixelsKeepTheirBytes) {
-  const RgbePicture picture = RandomPicture(70, 50, Kind::kNarrow, 9);
-  EXPECT_EQ(Denoised(picture, {0, 0.4f, 0.0f, 1e9f}).bytes, picture.bytes);
-  EXPECT_EQ(Denoised(picture, {-5, 0.4f, 0.0f, 1e9f}).bytes, picture.bytes);
-  EXPECT_EQ(Denoised(picture, {1, 0.4f, 0.0f, 0.0f}).bytes, picture.bytes) << "no width between the levels";
+  const RgbePicture picture = randomPicture(70, 50, Kind::kNarrow, 9);
+  EXPECT_EQ(denoised(picture, {0, 0.4f, 0.0f, 1e9f}).bytes, picture.bytes);
+  EXPECT_EQ(denoised(picture, {-5, 0.4f, 0.0f, 1e9f}).bytes, picture.bytes);
+  EXPECT_EQ(denoised(picture, {1, 0.4f, 0.0f, 0.0f}).bytes, picture.bytes) << "no width between the levels";
 }
 
 // From the shadows level (all smoothed) to the saturation level (untouched) the weight falls along a line.
 TEST(Chroma, BlendsBetweenTheLevels) {
-  const RgbePicture picture = RandomPicture(70, 50, Kind::kNarrow, 9);
-  const RgbePicture smooth = Denoised(picture, {0, 0.4f, 1e9f, 2e9f});
+  const RgbePicture picture = randomPicture(70, 50, Kind::kNarrow, 9);
+  const RgbePicture smooth = denoised(picture, {0, 0.4f, 1e9f, 2e9f});
   const Levels blend = {1, 0.4f, 0.5f, 4.0f};
-  const RgbePicture result = Denoised(picture, blend);
+  const RgbePicture result = denoised(picture, blend);
   for (int j = 0; j < picture.height; ++j) {
     for (int i = 0; i < picture.width; ++i) {
-      const Colour own = picture.Value(i, j), smoothed = smooth.Value(i, j), got = result.Value(i, j);
-      const double weight = std::max(0.0, std::min(1.0, (blend.saturation - own.Sum()) / 3.5));
-      const double step = std::ldexp(1.0, std::max(result.Pixel(i, j)[3], smooth.Pixel(i, j)[3]) - 136);
+      const Colour own = picture.value(i, j), smoothed = smooth.value(i, j), got = result.value(i, j);
+      const double weight = std::max(0.0, std::min(1.0, (blend.saturation - own.sum()) / 3.5));
+      const double step = std::ldexp(1.0, std::max(result.pixel(i, j)[3], smooth.pixel(i, j)[3]) - 136);
       ASSERT_NEAR(got.g, own.g + weight * (smoothed.g - own.g), 2 * step) << i << ", " << j;
     }
   }
-  const RgbePicture top = Denoised(picture, {1, 0.4f, 100.0f, 200.0f});
+  const RgbePicture top = denoised(picture, {1, 0.4f, 100.0f, 200.0f});
   EXPECT_EQ(top.bytes, smooth.bytes) << "all below the shadows level";
 }
 
 TEST(Chroma, BlackStaysBlackAndFlatStaysFlat) {
   RgbePicture picture(40, 36);
   for (int j = 0; j < 36; ++j) {
-    for (int i = 0; i < 40; ++i) picture.SetPixel(i, j, {128, 64, 64, 130});
+    for (int i = 0; i < 40; ++i) picture.setPixel(i, j, {128, 64, 64, 130});
   }
-  EXPECT_EQ(Denoised(picture, {0, 0.4f, 1e9f, 2e9f}).bytes, picture.bytes);
-  picture.SetPixel(5, 5, {200, 100, 50, 0});
-  picture.SetPixel(6, 5, {0, 0, 0, 130});
-  const RgbePicture result = Denoised(picture, {0, 0.4f, 1e9f, 2e9f});
-  EXPECT_EQ(result.Pixel(5, 5), (std::array<int, 4>{0, 0, 0, 0}));
-  EXPECT_EQ(result.Pixel(6, 5), (std::array<int, 4>{0, 0, 0, 0}));
+  EXPECT_EQ(denoised(picture, {0, 0.4f, 1e9f, 2e9f}).bytes, picture.bytes);
+  picture.setPixel(5, 5, {200, 100, 50, 0});
+  picture.setPixel(6, 5, {0, 0, 0, 130});
+  const RgbePicture result = denoised(picture, {0, 0.4f, 1e9f, 2e9f});
+  EXPECT_EQ(result.pixel(5, 5), (std::array<int, 4>{0, 0, 0, 0}));
+  EXPECT_EQ(result.pixel(6, 5), (std::array<int, 4>{0, 0, 0, 0}));
 }
 
 // A sum beyond the float range: its own bytes, and to its neighbours the same as a black pixel.
 TEST(Chroma, EndlessSumsDoNotSpread) {
-  RgbePicture endless = RandomPicture(64, 48, Kind::kNarrow, 2), black = endless;
-  endless.SetPixel(30, 20, {255, 254, 253, 255});
-  black.SetPixel(30, 20, {0, 0, 0, 0});
+  RgbePicture endless = randomPicture(64, 48, Kind::kNarrow, 2), black = endless;
+  endless.setPixel(30, 20, {255, 254, 253, 255});
+  black.setPixel(30, 20, {0, 0, 0, 0});
   const Levels levels = {0, 0.4f, 1e9f, 2e9f};
-  RgbePicture result = Denoised(endless, levels);
-  EXPECT_EQ(result.Pixel(30, 20), endless.Pixel(30, 20));
-  result.SetPixel(30, 20, {0, 0, 0, 0});
-  EXPECT_EQ(result.bytes, Denoised(black, levels).bytes);
+  RgbePicture result = denoised(endless, levels);
+  EXPECT_EQ(result.pixel(30, 20), endless.pixel(30, 20));
+  result.setPixel(30, 20, {0, 0, 0, 0});
+  EXPECT_EQ(result.bytes, denoised(black, levels).bytes);
 }
 
 TEST(Chroma, AnyAlignmentGivesTheSame) {
-  const RgbePicture picture = RandomPicture(61, 47, Kind::kOrdinary, 4);
+  const RgbePicture picture = randomPicture(61, 47, Kind::kOrdinary, 4);
   const Levels levels = {1, 0.7f, 1.0f, 20.0f};
-  const RgbePicture aligned = Denoised(picture, levels);
-  for (int offset : {1, 2, 3, 5}) EXPECT_EQ(Denoised(picture, levels, offset).bytes, aligned.bytes);
+  const RgbePicture aligned = denoised(picture, levels);
+  for (int offset : {1, 2, 3, 5}) EXPECT_EQ(denoised(picture, levels, offset).bytes, aligned.bytes);
 }
 
 TEST(Chroma, RefusedCallsTouchNothing) {
-  RgbePicture picture = RandomPicture(40, 40, Kind::kOrdinary, 4), result(40, 40);
+  RgbePicture picture = randomPicture(40, 40, Kind::kOrdinary, 4), result(40, 40);
   const std::vector<unsigned char> untouched = result.bytes;
   std::vector<unsigned char> work(20 * 1600);
   const auto call = [&](int w, int h, int bits, unsigned char* scratch) {
-    return denoise_chroma(0, 0.4f, w, h, 0, 0, bits, 1e9f, 2e9f, scratch, picture.Data(), result.Data());
+    return denoise_chroma(0, 0.4f, w, h, 0, 0, bits, 1e9f, 2e9f, scratch, picture.data(), result.data());
   };
   EXPECT_EQ(call(40, 40, 24, nullptr), NR_REFUSED);
   EXPECT_EQ(call(40, 40, 32, nullptr), NR_ERROR_ARGUMENT);
@@ -142,7 +142,7 @@ TEST(Chroma, RefusedCallsTouchNothing) {
   {
     FailAllocation failure(0);
     EXPECT_EQ(call(40, 40, 32, work.data()), NR_ERROR_MEMORY);
-    EXPECT_TRUE(failure.Happened());
+    EXPECT_TRUE(failure.happened());
   }
   EXPECT_EQ(result.bytes, untouched);
 }

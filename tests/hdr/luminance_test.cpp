@@ -16,8 +16,8 @@ using veskaro::ThresholdCurve;
 using veskaro::test::Colour;
 using veskaro::test::FailAllocation;
 using veskaro::test::Kind;
-using veskaro::test::MakePicture;
-using veskaro::test::RandomPicture;
+using veskaro::test::makePicture;
+using veskaro::test::randomPicture;
 using veskaro::test::RgbePicture;
 
 struct Levels {
@@ -25,24 +25,24 @@ struct Levels {
   float shadows, medY, satY, seuil;
 };
 
-RgbePicture Denoised(RgbePicture picture, const Levels& l, int offset = 0) {
+RgbePicture denoised(RgbePicture picture, const Levels& l, int offset = 0) {
   const int w = picture.width, h = picture.height;
   std::vector<unsigned char> work(12 * static_cast<std::size_t>(w) * h + 8), out(picture.bytes.size() + 8);
   EXPECT_EQ(denoise_lumin(l.strength, w, h, -1, 77, 32, l.shadows, l.medY, l.satY, l.seuil, work.data() + offset,
-                          picture.Data(), out.data() + offset),
+                          picture.data(), out.data() + offset),
             h);
   RgbePicture result(w, h);
   std::copy_n(out.begin() + offset, result.bytes.size(), result.bytes.begin());
   return result;
 }
 
-ThresholdCurve Curve(bool midTones, float shadows, float medY, float satY) {
+ThresholdCurve curve(bool midTones, float shadows, float medY, float satY) {
   return ThresholdCurve({{}, midTones, shadows, medY, satY, 1.0f, nullptr, nullptr, nullptr}, 0);
 }
 
 TEST(ThresholdCurve, FallsFromTheShadowsToTheSaturationLevel) {
-  const float full = veskaro::NoiseCoefficient(0);
-  const ThresholdCurve strong = Curve(true, -1.0f, 1.0f, 3.0f);
+  const float full = veskaro::noiseCoefficient(0);
+  const ThresholdCurve strong = curve(true, -1.0f, 1.0f, 3.0f);
   EXPECT_EQ(strong(-1.5f), full);
   EXPECT_NEAR(strong(-1.0f), full, 1e-6);
   EXPECT_NEAR(strong(0.0f), 0.55 * full, 1e-6);
@@ -50,45 +50,45 @@ TEST(ThresholdCurve, FallsFromTheShadowsToTheSaturationLevel) {
   EXPECT_NEAR(strong(2.0f), 0.05 * full, 1e-6);
   EXPECT_NEAR(strong(3.0f), 0.0, 1e-6);
   EXPECT_NEAR(strong(5.0f), -0.1 * full, 1e-6);
-  const ThresholdCurve shadowsOnly = Curve(false, -1.0f, 1.0f, 3.0f);
+  const ThresholdCurve shadowsOnly = curve(false, -1.0f, 1.0f, 3.0f);
   EXPECT_EQ(shadowsOnly(-1.01f), full);
   for (float s : {-1.0f, 0.0f, 2.0f, 9.0f}) EXPECT_EQ(shadowsOnly(s), 0.0f);
 }
 
 TEST(ThresholdCurve, LevelsThatCoincide) {
-  const float full = veskaro::NoiseCoefficient(0), tenth = static_cast<float>(0.1 * full);
-  const ThresholdCurve noMiddle = Curve(true, 1.0f, 1.0f, 3.0f);
+  const float full = veskaro::noiseCoefficient(0), tenth = static_cast<float>(0.1 * full);
+  const ThresholdCurve noMiddle = curve(true, 1.0f, 1.0f, 3.0f);
   EXPECT_EQ(noMiddle(1.0f), full);
   EXPECT_NEAR(noMiddle(1.001f), tenth, 1e-3);
-  const ThresholdCurve noTop = Curve(true, -1.0f, 1.0f, 1.0f);
+  const ThresholdCurve noTop = curve(true, -1.0f, 1.0f, 1.0f);
   EXPECT_NEAR(noTop(0.999f), tenth, 1e-3);
   EXPECT_EQ(noTop(1.0f), tenth);
   EXPECT_EQ(noTop(1.001f), 0.0f);
-  const ThresholdCurve point = Curve(true, 1.0f, 1.0f, 1.0f);
+  const ThresholdCurve point = curve(true, 1.0f, 1.0f, 1.0f);
   EXPECT_EQ(point(0.9f), full);
   EXPECT_EQ(point(1.0f), full);
   EXPECT_EQ(point(1.1f), 0.0f);
-  const ThresholdCurve shadowsOnly = Curve(false, 1.0f, 7.0f, 1.0f);
+  const ThresholdCurve shadowsOnly = curve(false, 1.0f, 7.0f, 1.0f);
   EXPECT_EQ(shadowsOnly(0.9f), full);
   EXPECT_EQ(shadowsOnly(1.0f), 0.0f);
   EXPECT_EQ(shadowsOnly(1.1f), 0.0f);
 }
 
 // Left half dark, right half bright, the same relative noise in both.
-RgbePicture NoisyHalves(int w, int h) {
+RgbePicture noisyHalves(int w, int h) {
   std::mt19937 random(8);
   std::normal_distribution<double> noise(0.0, 0.04);
-  return MakePicture(w, h, [&](int i, int) {
+  return makePicture(w, h, [&](int i, int) {
     const double v = (i < w / 2 ? 0.05 : 20.0) * std::exp(noise(random));
     return Colour{v, 0.7 * v, 0.5 * v};
   });
 }
 
-double Deviation(const RgbePicture& p, int from, int to) {
+double deviation(const RgbePicture& p, int from, int to) {
   double sum = 0, squares = 0, n = 0;
   for (int j = 40; j < p.height - 40; ++j) {
     for (int i = from; i < to; ++i, ++n) {
-      const double v = std::log(p.Value(i, j).Sum());
+      const double v = std::log(p.value(i, j).sum());
       sum += v;
       squares += v * v;
     }
@@ -98,42 +98,42 @@ double Deviation(const RgbePicture& p, int from, int to) {
 
 TEST(Luminance, CleansTheShadowsAndLeavesTheRest) {
   const int w = 240, h = 120;
-  const RgbePicture noisy = NoisyHalves(w, h), clean = Denoised(noisy, {0, -1.0f, 2.0f, 4.0f, 0.2f});
-  EXPECT_LT(Deviation(clean, 30, 80), Deviation(noisy, 30, 80) / 4);
-  EXPECT_NEAR(Deviation(clean, 160, 210), Deviation(noisy, 160, 210), 0.002);
+  const RgbePicture noisy = noisyHalves(w, h), clean = denoised(noisy, {0, -1.0f, 2.0f, 4.0f, 0.2f});
+  EXPECT_LT(deviation(clean, 30, 80), deviation(noisy, 30, 80) / 4);
+  EXPECT_NEAR(deviation(clean, 160, 210), deviation(noisy, 160, 210), 0.002);
   for (int i = 160; i < w; ++i) {
-    const auto before = noisy.Value(i, 60), after = clean.Value(i, 60);
-    ASSERT_NEAR(after.Sum(), before.Sum(), 4 * std::ldexp(1.0, clean.Pixel(i, 60)[3] - 136));
+    const auto before = noisy.value(i, 60), after = clean.value(i, 60);
+    ASSERT_NEAR(after.sum(), before.sum(), 4 * std::ldexp(1.0, clean.pixel(i, 60)[3] - 136));
   }
   // With the mid-tones the bright half is smoothed too, the less the nearer to satY.
-  EXPECT_LT(Deviation(Denoised(noisy, {1, -1.0f, 2.9f, 4.0f, 2.0f}), 160, 210), Deviation(noisy, 160, 210) / 2);
+  EXPECT_LT(deviation(denoised(noisy, {1, -1.0f, 2.9f, 4.0f, 2.0f}), 160, 210), deviation(noisy, 160, 210) / 2);
 }
 
 TEST(Luminance, BlackBecomesGrey) {
   RgbePicture picture(80, 80);
-  picture.SetPixel(70, 70, {200, 100, 50, 0});
-  const RgbePicture black = Denoised(picture, {0, -5.0f, 0.0f, 1.0f, 0.1f});
+  picture.setPixel(70, 70, {200, 100, 50, 0});
+  const RgbePicture black = denoised(picture, {0, -5.0f, 0.0f, 1.0f, 0.1f});
   for (int j = 0; j < 80; ++j) {
-    for (int i = 0; i < 80; ++i) ASSERT_EQ(black.Pixel(i, j), (std::array<int, 4>{128, 128, 128, 129}));
+    for (int i = 0; i < 80; ++i) ASSERT_EQ(black.pixel(i, j), (std::array<int, 4>{128, 128, 128, 129}));
   }
 }
 
 // Thresholds far below 0 push the luminance past every float; such pixels keep their bytes.
 TEST(Luminance, EndlessResultsKeepTheirBytes) {
-  const RgbePicture picture = RandomPicture(50, 40, Kind::kNarrow, 6);
-  EXPECT_EQ(Denoised(picture, {0, 1e9f, 0.0f, 0.0f, -INFINITY}).bytes, picture.bytes);
-  const RgbePicture undefined = Denoised(picture, {1, NAN, NAN, NAN, NAN});
+  const RgbePicture picture = randomPicture(50, 40, Kind::kNarrow, 6);
+  EXPECT_EQ(denoised(picture, {0, 1e9f, 0.0f, 0.0f, -INFINITY}).bytes, picture.bytes);
+  const RgbePicture undefined = denoised(picture, {1, NAN, NAN, NAN, NAN});
   for (int j = 0; j < 40; ++j) {
-    for (int i = 0; i < 50; ++i) ASSERT_NE(undefined.Pixel(i, j)[3], 0);
+    for (int i = 0; i < 50; ++i) ASSERT_NE(undefined.pixel(i, j)[3], 0);
   }
 }
 
 TEST(Luminance, RefusedCallsTouchNothing) {
-  RgbePicture picture = RandomPicture(40, 40, Kind::kOrdinary, 4), result(40, 40);
+  RgbePicture picture = randomPicture(40, 40, Kind::kOrdinary, 4), result(40, 40);
   const std::vector<unsigned char> untouched = result.bytes;
   std::vector<unsigned char> work(12 * 1600);
   const auto call = [&](int w, int bits, unsigned char* scratch) {
-    return denoise_lumin(0, w, 40, 0, 0, bits, 0, 1, 2, 0.1f, scratch, picture.Data(), result.Data());
+    return denoise_lumin(0, w, 40, 0, 0, bits, 0, 1, 2, 0.1f, scratch, picture.data(), result.data());
   };
   EXPECT_EQ(call(40, 24, work.data()), NR_ERROR_ARGUMENT);
   EXPECT_EQ(call(40, 32, nullptr), NR_ERROR_ARGUMENT);
@@ -141,12 +141,12 @@ TEST(Luminance, RefusedCallsTouchNothing) {
   {
     FailAllocation failure(0);
     EXPECT_EQ(call(40, 32, work.data()), NR_ERROR_MEMORY);
-    EXPECT_TRUE(failure.Happened());
+    EXPECT_TRUE(failure.happened());
   }
   EXPECT_EQ(result.bytes, untouched);
-  const RgbePicture small = RandomPicture(61, 47, Kind::kOrdinary, 4);
+  const RgbePicture small = randomPicture(61, 47, Kind::kOrdinary, 4);
   const Levels levels = {1, 0.0f, 1.0f, 2.0f, 0.1f};
-  EXPECT_EQ(Denoised(small, levels, 3).bytes, Denoised(small, levels).bytes) << "alignment";
+  EXPECT_EQ(denoised(small, levels, 3).bytes, denoised(small, levels).bytes) << "alignment";
 }
 
 }  // namespace

@@ -13,32 +13,32 @@ namespace veskaro::test {
 
 struct Colour {
   double r, g, b;
-  double Sum() const { return r + g + b; }
+  double sum() const { return r + g + b; }
 };
 
 struct RgbePicture {
   RgbePicture(int w, int h) : width(w), height(h), bytes(4 * static_cast<std::size_t>(w) * h) {}
 
-  unsigned char* Data() { return bytes.data(); }
-  std::size_t Index(int i, int j, int component) const {
+  unsigned char* data() { return bytes.data(); }
+  std::size_t index(int i, int j, int component) const {
     return 4 * static_cast<std::size_t>(width) * j + static_cast<std::size_t>(component) * width + i;
   }
-  std::array<int, 4> Pixel(int i, int j) const {
-    return {bytes[Index(i, j, 0)], bytes[Index(i, j, 1)], bytes[Index(i, j, 2)], bytes[Index(i, j, 3)]};
+  std::array<int, 4> pixel(int i, int j) const {
+    return {bytes[index(i, j, 0)], bytes[index(i, j, 1)], bytes[index(i, j, 2)], bytes[index(i, j, 3)]};
   }
-  void SetPixel(int i, int j, std::array<int, 4> values) {
-    for (int c = 0; c < 4; ++c) bytes[Index(i, j, c)] = static_cast<unsigned char>(values[c]);
+  void setPixel(int i, int j, std::array<int, 4> values) {
+    for (int c = 0; c < 4; ++c) bytes[index(i, j, c)] = static_cast<unsigned char>(values[c]);
   }
-  Colour Value(int i, int j) const {
-    const auto p = Pixel(i, j);
+  Colour value(int i, int j) const {
+    const auto p = pixel(i, j);
     if (p[3] == 0) return {0, 0, 0};
     return {std::ldexp(p[0], p[3] - 136), std::ldexp(p[1], p[3] - 136), std::ldexp(p[2], p[3] - 136)};
   }
-  void SetValue(int i, int j, Colour c) {
+  void setValue(int i, int j, Colour c) {
     int e;
     std::frexp(std::max({c.r, c.g, c.b}), &e);
     const auto mantissa = [e](double v) { return static_cast<int>(std::ldexp(v, 8 - e)); };
-    SetPixel(i, j, {mantissa(c.r), mantissa(c.g), mantissa(c.b), e + 128});
+    setPixel(i, j, {mantissa(c.r), mantissa(c.g), mantissa(c.b), e + 128});
   }
 
   int width, height;
@@ -46,10 +46,10 @@ struct RgbePicture {
 };
 
 template <class PixelAt>  // (i, j) -> Colour
-RgbePicture MakePicture(int width, int height, PixelAt&& pixelAt) {
+RgbePicture makePicture(int width, int height, PixelAt&& pixelAt) {
   RgbePicture picture(width, height);
   for (int j = 0; j < height; ++j) {
-    for (int i = 0; i < width; ++i) picture.SetValue(i, j, pixelAt(i, j));
+    for (int i = 0; i < width; ++i) picture.setValue(i, j, pixelAt(i, j));
   }
   return picture;
 }
@@ -66,7 +66,7 @@ enum class Kind {
 constexpr Kind kAllKinds[] = {Kind::kOrdinary,    Kind::kAnyBytes,     Kind::kNarrow,
                               Kind::kMostlyBlack, Kind::kExtremeRange, Kind::kNearlyFlat};
 
-inline RgbePicture RandomPicture(int width, int height, Kind kind, unsigned seed) {
+inline RgbePicture randomPicture(int width, int height, Kind kind, unsigned seed) {
   std::mt19937 random(seed);
   const auto between = [&random](int low, int high) {
     return low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
@@ -81,24 +81,24 @@ inline RgbePicture RandomPicture(int width, int height, Kind kind, unsigned seed
           const auto channel = [&](int c) {
             return light * (c == (i / 17 + j / 23) % 3 ? 1.0 : 0.4) * between(850, 1150) / 1000;
           };
-          picture.SetValue(i, j, {channel(0), channel(1), channel(2)});
-          if (between(0, 400) == 0) picture.SetPixel(i, j, {byte(), byte(), byte(), 0});
+          picture.setValue(i, j, {channel(0), channel(1), channel(2)});
+          if (between(0, 400) == 0) picture.setPixel(i, j, {byte(), byte(), byte(), 0});
           break;
         }
         case Kind::kAnyBytes:
-          picture.SetPixel(i, j, {byte(), byte(), byte(), byte()});
+          picture.setPixel(i, j, {byte(), byte(), byte(), byte()});
           break;
         case Kind::kNarrow:
-          picture.SetPixel(i, j, {between(128, 255), between(128, 255), between(128, 255), between(126, 129)});
+          picture.setPixel(i, j, {between(128, 255), between(128, 255), between(128, 255), between(126, 129)});
           break;
         case Kind::kMostlyBlack:
-          picture.SetPixel(i, j, {byte(), byte(), byte(), between(0, 2) ? between(120, 140) : 0});
+          picture.setPixel(i, j, {byte(), byte(), byte(), between(0, 2) ? between(120, 140) : 0});
           break;
         case Kind::kExtremeRange:
-          picture.SetPixel(i, j, {byte(), byte(), byte(), between(0, 1) ? between(0, 12) : between(240, 255)});
+          picture.setPixel(i, j, {byte(), byte(), byte(), between(0, 1) ? between(0, 12) : between(240, 255)});
           break;
         case Kind::kNearlyFlat:
-          picture.SetPixel(i, j, {200, 180, between(0, 9) ? 160 : byte(), between(0, 50) ? 128 : between(118, 138)});
+          picture.setPixel(i, j, {200, 180, between(0, 9) ? 160 : byte(), between(0, 50) ? 128 : between(118, 138)});
           break;
       }
     }

@@ -25,7 +25,7 @@ TEST(SmoothLine, GivesFourTimesTheMean) {
 }
 
 // Walks from the sample to the mirrored tap one step at a time, turning round at the ends.
-int Walk(int from, int steps, int size) {
+int walk(int from, int steps, int size) {
   int at = from, direction = steps < 0 ? -1 : 1;
   for (int s = 0; s < std::abs(steps) && size > 1; ++s) {
     if (at + direction < 0 || at + direction >= size) direction = -direction;
@@ -44,7 +44,7 @@ TEST(SmoothLine, MirrorsAsOftenAsItTakes) {
         smooth_line(out.data(), line.data(), step, size, sc);
         for (int i = 0; i < size; ++i) {
           const float x = line[i * step];
-          const float pair = line[Walk(i, sc, size) * step] + line[Walk(i, -sc, size) * step];
+          const float pair = line[walk(i, sc, size) * step] + line[walk(i, -sc, size) * step];
           ASSERT_EQ(out[i], pair + (x + x)) << "size " << size << " sc " << sc << " step " << step << " at " << i;
         }
         ASSERT_EQ(out[size], -5.0f) << "wrote past the line";

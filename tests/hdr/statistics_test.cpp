@@ -13,7 +13,7 @@
 namespace {
 
 using veskaro::test::FailAllocation;
-using veskaro::test::MakePicture;
+using veskaro::test::makePicture;
 using veskaro::test::RgbePicture;
 
 constexpr float kUntouched = -77.0f;
@@ -23,10 +23,10 @@ struct Measured {
   float values[6];
 };
 
-Measured Measure(RgbePicture picture, float initialSeuil = 0.0013333334f) {
+Measured measure(RgbePicture picture, float initialSeuil = 0.0013333334f) {
   Measured m;
   for (float& v : m.values) v = kUntouched;
-  m.result = hdr_stats(0, picture.width, picture.height, -1, 99, 7, initialSeuil, picture.Data(), m.values);
+  m.result = hdr_stats(0, picture.width, picture.height, -1, 99, 7, initialSeuil, picture.data(), m.values);
   return m;
 }
 
@@ -47,18 +47,18 @@ TEST(Percentile, CountsPastTheShare) {
 }
 
 TEST(Statistics, RefusesWhatHasNoSpread) {
-  EXPECT_EQ(Measure(RgbePicture(40, 40)).result, NR_ERROR_STATISTICS);
-  EXPECT_EQ(Measure(MakePicture(40, 40,
+  EXPECT_EQ(measure(RgbePicture(40, 40)).result, NR_ERROR_STATISTICS);
+  EXPECT_EQ(measure(makePicture(40, 40,
                                 [](int, int) {
                                   return veskaro::test::Colour{1, 2, 3};
                                 }))
                 .result,
             NR_ERROR_STATISTICS);
-  EXPECT_EQ(Measure(RgbePicture(40, 0)).result, NR_ERROR_STATISTICS);
-  EXPECT_EQ(Measure(RgbePicture(0, 40)).result, NR_ERROR_STATISTICS);
+  EXPECT_EQ(measure(RgbePicture(40, 0)).result, NR_ERROR_STATISTICS);
+  EXPECT_EQ(measure(RgbePicture(0, 40)).result, NR_ERROR_STATISTICS);
   RgbePicture endless(40, 40);
-  endless.SetPixel(3, 3, {255, 255, 255, 255});
-  const Measured m = Measure(endless);
+  endless.setPixel(3, 3, {255, 255, 255, 255});
+  const Measured m = measure(endless);
   EXPECT_EQ(m.result, NR_ERROR_STATISTICS) << "the sum of this pixel is beyond the float range";
   EXPECT_EQ(m.values[0], kUntouched);
 }
@@ -66,9 +66,9 @@ TEST(Statistics, RefusesWhatHasNoSpread) {
 TEST(Statistics, UniformBelowOneHasItsOwnLevel) {
   RgbePicture picture(33, 34);
   for (int j = 0; j < 34; ++j) {
-    for (int i = 0; i < 33; ++i) picture.SetPixel(i, j, {64, 32, 32, 136 - 8});  // sum 0.5
+    for (int i = 0; i < 33; ++i) picture.setPixel(i, j, {64, 32, 32, 136 - 8});  // sum 0.5
   }
-  const Measured m = Measure(picture);
+  const Measured m = measure(picture);
   EXPECT_EQ(m.result, NR_OK);
   EXPECT_EQ(m.values[0], std::log(0.5f));
   EXPECT_EQ(m.values[1], std::log(0.5f));
@@ -78,7 +78,7 @@ TEST(Statistics, UniformBelowOneHasItsOwnLevel) {
 // 100 grey columns whose log values are evenly spaced: the percentiles are read off directly.
 TEST(Statistics, EvenlySpacedGreys) {
   const auto grey = [](int i) { return std::ldexp(128.0 + i, -5); };
-  const Measured m = Measure(MakePicture(100, 50, [&](int i, int) {
+  const Measured m = measure(makePicture(100, 50, [&](int i, int) {
     return veskaro::test::Colour{grey(i), grey(i), grey(i)};
   }));
   const double bin = (std::log(grey(99)) - std::log(grey(0))) / 65535;
@@ -95,24 +95,24 @@ TEST(Statistics, EvenlySpacedGreys) {
 
 // One percentile of black pixels is enough to bring the lowest percentile to 0, the log of 1.
 TEST(Statistics, BlackCountsAsOne) {
-  RgbePicture picture = MakePicture(100, 100, [](int i, int) {
+  RgbePicture picture = makePicture(100, 100, [](int i, int) {
     return veskaro::test::Colour{8.0 + i, 8.0 + i, 8.0 + i};
   });
-  for (int j = 0; j < 100; ++j) picture.SetPixel(7, j, {200, 200, 200, 0});
-  const Measured one = Measure(picture);
-  picture.SetPixel(8, 0, {1, 2, 3, 0});
-  const Measured more = Measure(picture);
+  for (int j = 0; j < 100; ++j) picture.setPixel(7, j, {200, 200, 200, 0});
+  const Measured one = measure(picture);
+  picture.setPixel(8, 0, {1, 2, 3, 0});
+  const Measured more = measure(picture);
   EXPECT_GT(one.values[2], (std::log(8.0) + std::log(57.0)) / 2) << "the percentile must be exceeded, not reached";
   EXPECT_NEAR(more.values[2], std::log(57.0) / 2, 0.02);
 }
 
 TEST(Statistics, MemoryRunsOut) {
-  RgbePicture picture = RandomPicture(64, 64, veskaro::test::Kind::kOrdinary, 1);
+  RgbePicture picture = randomPicture(64, 64, veskaro::test::Kind::kOrdinary, 1);
   float values[6] = {kUntouched};
   for (int which = 0;; ++which) {
     FailAllocation failure(which);
-    const int result = hdr_stats(0, 64, 64, 0, 0, 32, 0.001f, picture.Data(), values);
-    if (!failure.Happened()) {
+    const int result = hdr_stats(0, 64, 64, 0, 0, 32, 0.001f, picture.data(), values);
+    if (!failure.happened()) {
       EXPECT_GT(which, 0);
       break;
     }

@@ -8,7 +8,7 @@ namespace {
 std::atomic<bool> armed{false};
 std::atomic<int> remaining{0};
 
-bool ShallFail() {
+bool shallFail() {
   return armed && remaining-- == 0;
 }
 
@@ -20,10 +20,10 @@ void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
-  return ShallFail() ? nullptr : __real_malloc(size);
+  return shallFail() ? nullptr : __real_malloc(size);
 }
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return ShallFail() ? nullptr : __real_calloc(count, size);
+  return shallFail() ? nullptr : __real_calloc(count, size);
 }
 }
 
@@ -36,7 +36,7 @@ FailAllocation::FailAllocation(int which) {
 FailAllocation::~FailAllocation() {
   armed = false;
 }
-bool FailAllocation::Happened() const {
+bool FailAllocation::happened() const {
   return remaining < 0;
 }
 

@@ -9,7 +9,7 @@ class FailAllocation {
  public:
   explicit FailAllocation(int which);
   ~FailAllocation();
-  bool Happened() const;  // false when the code made fewer allocations
+  bool happened() const;  // false when the code made fewer allocations
 };
 
 }  // namespace veskaro::test

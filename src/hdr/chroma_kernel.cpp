@@ -1,0 +1,206 @@
+// The chroma stage in vectors, compiled once for every instruction set.
+#include "hdr/chroma_kernel.h"
+
+#include <cmath>
+
+#include "VeskaroNRLib.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "hdr/chroma_kernel.cpp"
+#include <hwy/foreach_target.h>
+
+#include "hdr/detail_stream-inl.h"
+#include "hdr/rgbe-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+namespace {
+
+constexpr int kStripColumns = 1024;
+
+HWY_INLINE V colorSum(const VRgb& c) {
+  return hn::Add(hn::Add(c.g, c.r), c.b);
+}
+
+// The exponent cancels out of a ratio: the mantissas' ratio has the same bits.
+HWY_INLINE VRgb chromaticity(const VPixels& p) {
+  const Floats d;
+  const Ints di;
+  const VRgb m = mantissas(p);
+  const V sum = colorSum(m);
+  const auto coloured = hn::And(hn::Gt(sum, hn::Zero(d)), hn::RebindMask(d, hn::Gt(p.e, hn::Zero(di))));
+  return times(m, hn::IfThenElseZero(coloured, hn::Div(hn::Set(d, 1.0f), sum)));
+}
+
+// Chromaticity thresholds are not negative: what is left of a detail is the detail less its part within the threshold.
+struct ChromaShrink {
+  explicit ChromaShrink(const ChromaJob& job) {
+    for (int level = 0; level < kDetailLevels; ++level) threshold[level] = noiseCoefficient(level) * job.thresholdScale;
+  }
+  HWY_INLINE V operator()(int level, V detail, V /*smooth*/) const {
+    const V t = hn::Set(Floats(), threshold[level]);
+    return hn::Sub(detail, hn::Min(hn::Max(detail, hn::Neg(t)), t));
+  }
+  float threshold[kDetailLevels];
+};
+
+HWY_INLINE V blend(V own, V smoothed, V weight) {
+  const Doubles dd;
+  const VD one = hn::Set(dd, 1.0);
+  const Widened o = widen(own), w = widen(weight), s = widen(hn::Mul(smoothed, weight));
+  return narrow(hn::Add(hn::Mul(o.low, hn::Sub(one, w.low)), s.low),
+                hn::Add(hn::Mul(o.high, hn::Sub(one, w.high)), s.high));
+}
+
+struct ChromaLevels {
+  explicit ChromaLevels(const ChromaJob& job)
+      : shadows(job.shadowsLevel),
+        saturation(job.satLevel),
+        inverse(job.satLevel > job.shadowsLevel ? 1.0f / (job.satLevel - job.shadowsLevel) : 0.0f) {}
+  float shadows, saturation, inverse;
+};
+
+template <bool kFadeIntoMidTones>
+HWY_INLINE VRgb rebuiltColour(const ChromaLevels& levels, const VRgb& own, const VRgb& ratio) {
+  const Floats d;
+  const V sum = colorSum(own);
+  const VRgb smoothed = times(ratio, sum);
+  const Mask dark = hn::Lt(sum, hn::Set(d, levels.shadows));
+  VRgb rest = own;
+  if (kFadeIntoMidTones) {
+    const V saturation = hn::Set(d, levels.saturation);
+    const V weight = hn::Mul(hn::Sub(saturation, sum), hn::Set(d, levels.inverse));
+    const Mask fading = hn::Lt(sum, saturation);
+    rest.r = hn::IfThenElse(fading, blend(own.r, smoothed.r, weight), own.r);
+    rest.g = hn::IfThenElse(fading, blend(own.g, smoothed.g, weight), own.g);
+    rest.b = hn::IfThenElse(fading, blend(own.b, smoothed.b, weight), own.b);
+  }
+  return {hn::IfThenElse(dark, smoothed.r, rest.r), hn::IfThenElse(dark, smoothed.g, rest.g),
+          hn::IfThenElse(dark, smoothed.b, rest.b)};
+}
+
+class ChromaRunner {
+ public:
+  ChromaRunner(const ChromaJob& job, Arena* arena) : job_(job), plan_(job.size.width, kStripColumns) {
+    const int columns = plan_.widestRow();
+    for (DetailRings& plane : rings_) plane = DetailRings(arena, columns);
+    for (float*& row : result_) row = arena->take(columns);
+  }
+
+  void run() const {
+    for (int n = 0; n < plan_.count(); ++n) {
+      if (job_.fadeIntoMidTones) {
+        runStrip<true>(plan_.strip(n));
+      } else {
+        runStrip<false>(plan_.strip(n));
+      }
+    }
+  }
+
+ private:
+  template <bool kFadeIntoMidTones>
+  void runStrip(const Strip& strip) const {
+    const ChromaShrink shrink(job_);
+    const ChromaLevels levels(job_);
+    const auto makeRow = [&](int y) { makeRatios(strip, y); };
+    DetailStream<3, decltype(makeRow)> stream(rings_, job_.size.height, strip, makeRow);
+    for (int y = 0; y < job_.size.height; ++y) {
+      stream.advanceTo(y);
+      for (int p = 0; p < 3; ++p) stream.addUp(p, y, shrink, result_[p]);
+      writeRow<kFadeIntoMidTones>(strip, y, levels);
+    }
+  }
+
+  void makeRatios(const Strip& strip, int y) const {
+    const Floats d;
+    const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
+    float* const to[3] = {rings_[0].base.at(y), rings_[1].base.at(y), rings_[2].base.at(y)};
+    forEachVector(strip.rowStart, strip.rowEnd, [&](int i) HWY_ATTR {
+      const VPixels p = loadPixels(row, i);
+      const int x = i - strip.rowStart;
+      if (HWY_LIKELY(areOrdinary(p))) {
+        const VRgb ratio = chromaticity(p);
+        hn::StoreU(ratio.r, d, to[0] + x);
+        hn::StoreU(ratio.g, d, to[1] + x);
+        hn::StoreU(ratio.b, d, to[2] + x);
+      } else {
+        for (int k = 0; k < lanes(); ++k) {
+          const Rgb ratio = veskaro::chromaticity(decode(row, i + k, table_));
+          to[0][x + k] = ratio.r;
+          to[1][x + k] = ratio.g;
+          to[2][x + k] = ratio.b;
+        }
+      }
+    });
+  }
+
+  template <bool kFadeIntoMidTones>
+  void writeRow(const Strip& strip, int y, const ChromaLevels& levels) const {
+    const Floats d;
+    const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
+    const RgbeRow out = rowOf(job_.out, job_.size.width, y);
+    forEachVector(strip.xStart, strip.xEnd, [&](int i) HWY_ATTR {
+      const VPixels p = loadPixels(in, i);
+      const int x = i - strip.xStart;
+      if (HWY_LIKELY(areOrdinary(p))) {
+        const VRgb ratio = {hn::LoadU(d, result_[0] + x), hn::LoadU(d, result_[1] + x), hn::LoadU(d, result_[2] + x)};
+        const VRgb own = times(mantissas(p), scaleOf(p));
+        storePixels(HWY_NAMESPACE::rebuiltColour<kFadeIntoMidTones>(levels, own, ratio), out, i);
+      } else {
+        for (int k = 0; k < lanes(); ++k) {
+          writePixel(job_, table_, in, i + k, {result_[0][x + k], result_[1][x + k], result_[2][x + k]}, out);
+        }
+      }
+    });
+  }
+
+  const ChromaJob& job_;
+  const ExponentTable table_;
+  const StripPlan plan_;
+  DetailRings rings_[3];
+  float* result_[3];
+};
+
+// Details of a chromaticity stay below 1, so that with thresholds of any use nothing leaves the float range.
+bool areOrdinary(const ChromaJob& job) {
+  if (job.size.width < kNarrowest) return false;
+  if (!(job.thresholdScale >= 0.0f && job.thresholdScale <= 1e6f)) return false;
+  return !job.fadeIntoMidTones || std::isnormal(1.0f / (job.satLevel - job.shadowsLevel)) ||
+         job.satLevel <= job.shadowsLevel;
+}
+
+}  // namespace
+
+int denoiseChroma(const ChromaJob& job) {
+  if (!areOrdinary(job)) return vectors::kNotTaken;
+  const bool done = runWithScratch([&job](Arena* arena) { return ChromaRunner(job, arena); });
+  return done ? job.size.height : NR_ERROR_MEMORY;
+}
+
+#else
+int denoiseChroma(const ChromaJob&) {
+  return false;
+}
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace veskaro {
+namespace {
+HWY_EXPORT(denoiseChroma);
+}  // namespace
+
+namespace vectors {
+
+int denoiseChroma(const ChromaJob& job) {
+  return HWY_DYNAMIC_DISPATCH(denoiseChroma)(job);
+}
+
+}  // namespace vectors
+}  // namespace veskaro
+#endif  // HWY_ONCE

@@ -1,0 +1,151 @@
+// Per-target: natural logarithm and exponential of whole vectors, evaluated in double and rounded once. The results are
+// those of the platform's logf and expf for every float in the stated ranges, on every instruction set.
+#if defined(VESKARO_HDR_LOG_EXP_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VESKARO_HDR_LOG_EXP_INL_H
+#undef VESKARO_HDR_LOG_EXP_INL_H
+#else
+#define VESKARO_HDR_LOG_EXP_INL_H
+#endif
+
+#include <cstring>
+
+#include "hdr/log_exp.h"
+#include "simd/vectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+using Words = hn::RebindToUnsigned<Floats>;
+using VW = hn::Vec<Words>;
+
+// Entries of a table of words whose size is a power of two, by the low bits of index.
+template <int kSize>
+HWY_INLINE VW lookUp(const std::uint32_t (&table)[kSize], VW index) {
+  const Words d;
+  constexpr int kLanes = static_cast<int>(HWY_LANES(float));
+  if constexpr (kLanes >= 8) {
+    const auto lane = hn::IndicesFromVec(d, hn::And(index, hn::Set(d, kLanes - 1)));
+    VW found[kSize / kLanes];
+    for (int part = 0; part < kSize / kLanes; ++part) {
+      found[part] = hn::TableLookupLanes(hn::Load(d, table + part * kLanes), lane);
+    }
+    for (int step = kLanes; step < kSize; step *= 2) {
+      const auto upper = hn::Ne(hn::And(index, hn::Set(d, static_cast<std::uint32_t>(step))), hn::Zero(d));
+      for (int part = 0; part < kSize / (2 * step); ++part) {
+        found[part] = hn::IfThenElse(upper, found[2 * part + 1], found[2 * part]);
+      }
+    }
+    return found[0];
+  } else {
+    alignas(16) std::uint32_t lane[kLanes];
+    hn::Store(hn::And(index, hn::Set(d, kSize - 1)), d, lane);
+    for (std::uint32_t& entry : lane) entry = table[entry];
+    return hn::Load(d, lane);
+  }
+}
+
+// Doubles from their low and high words. The lanes come in the order that interleaving gives: the first of each half
+// block, then the second.
+struct Interleaved {
+  VD first, second;
+};
+
+HWY_INLINE Interleaved joinWords(VW low, VW high) {
+  const Words d;
+  const Doubles dd;
+  return {hn::BitCast(dd, hn::InterleaveLower(d, low, high)), hn::BitCast(dd, hn::InterleaveUpper(d, low, high))};
+}
+
+// Each double rounded to float, back in the order of the words.
+HWY_INLINE V narrowInterleaved(VD first, VD second) {
+  const V pairs = narrow(first, second);
+  constexpr int kLanes = static_cast<int>(HWY_LANES(float));
+  if constexpr (kLanes == 4) {
+    return pairs;
+  } else {
+    const Doubles dd;
+    alignas(64) std::int64_t order[kLanes / 2];
+    for (int i = 0; i < kLanes / 2; ++i) order[i] = i / 2 + (i % 2) * (kLanes / 4);
+    return hn::BitCast(Floats(), hn::TableLookupLanes(hn::BitCast(dd, pairs), hn::SetTableIndices(dd, order)));
+  }
+}
+
+HWY_INLINE VD logOfParts(VD k, VD z, VD inverse, VD logarithm) {
+  const Doubles d;
+  const auto constant = [&d](double value) { return hn::Set(d, value); };
+  const VD r = hn::Sub(hn::Mul(z, inverse), constant(1.0));
+  const VD r2 = hn::Mul(r, r);
+  const VD head = hn::Add(logarithm, hn::Mul(k, constant(LogConstants::kLn2)));
+  const VD low = hn::Add(hn::Mul(constant(LogConstants::kPoly[1]), r), constant(LogConstants::kPoly[2]));
+  const VD poly = hn::Add(hn::Mul(constant(LogConstants::kPoly[0]), r2), low);
+  return hn::Add(hn::Mul(poly, r2), hn::Add(head, r));
+}
+
+// For positive normal floats.
+HWY_INLINE V logOf(V v) {
+  const Words d;
+  const Doubles dd;
+  const VW bits = hn::BitCast(d, v);
+  const VW past = hn::Sub(bits, hn::Set(d, LogConstants::kFirst));
+  const VW interval = hn::ShiftRight<19>(past);
+  const VW z = hn::Sub(bits, hn::And(past, hn::Set(d, 0xff800000u)));
+
+  // z as a double: its exponent rebiased, its fraction widened by 29 bits.
+  const Interleaved zs =
+      joinWords(hn::ShiftLeft<29>(z), hn::Add(hn::ShiftRight<3>(z), hn::Set(d, (1023u - 127u) << 20)));
+  // k as the low word of 2^52 + 2^31 + k.
+  const hn::RebindToSigned<Floats> di;
+  const VW k = hn::BitCast(d, hn::ShiftRight<23>(hn::BitCast(di, past)));
+  const VD offset = hn::Set(dd, 4503599627370496.0 + 2147483648.0);
+  const Interleaved ks = joinWords(hn::Xor(k, hn::Set(d, 0x80000000u)), hn::Set(d, 0x43300000u));
+
+  const auto& inverse = LogConstants::inverse();
+  const auto& logarithm = LogConstants::logarithm();
+  const Interleaved inverses = joinWords(lookUp(inverse.low, interval), lookUp(inverse.high, interval));
+  const Interleaved logs = joinWords(lookUp(logarithm.low, interval), lookUp(logarithm.high, interval));
+  return narrowInterleaved(logOfParts(hn::Sub(ks.first, offset), zs.first, inverses.first, logs.first),
+                           logOfParts(hn::Sub(ks.second, offset), zs.second, inverses.second, logs.second));
+}
+
+// 32 x / ln 2 - steps to double precision of the small result. x is a float: the product with the leading half of the
+// factor is exact, so it does without fused operations.
+HWY_INLINE VD fractionOfStep(VD x, VD steps) {
+  const Doubles d;
+  constexpr double kLeading = 0x1.715476p+0 * ExpConstants::kSteps;  // the first 27 bits
+  constexpr double kTrailing = ExpConstants::kStepsPerLn2 - kLeading;
+  return hn::Add(hn::Sub(hn::Mul(x, hn::Set(d, kLeading)), steps), hn::Mul(x, hn::Set(d, kTrailing)));
+}
+
+HWY_INLINE VD expOfDouble(VD x) {
+  const Doubles d;
+  const Words dw;
+  const hn::RebindToUnsigned<Doubles> du;
+  const auto constant = [&d](double value) { return hn::Set(d, value); };
+  const VD shifted = hn::Add(hn::Mul(x, constant(ExpConstants::kStepsPerLn2)), constant(ExpConstants::kShift));
+  const VD r = fractionOfStep(x, hn::Sub(shifted, constant(ExpConstants::kShift)));
+
+  const auto k = hn::BitCast(du, shifted);
+  const VW index = hn::DupEven(hn::BitCast(dw, k));
+  const auto& powers = ExpConstants::powers();
+  const VW entry = hn::OddEven(lookUp(powers.high, index), lookUp(powers.low, index));
+  const VD power = hn::BitCast(d, hn::Add(hn::BitCast(du, entry), hn::ShiftLeft<47>(k)));
+
+  const VD high = hn::Add(hn::Mul(constant(ExpConstants::kPoly[0]), r), constant(ExpConstants::kPoly[1]));
+  const VD low = hn::Add(hn::Mul(constant(ExpConstants::kPoly[2]), r), constant(1.0));
+  return hn::Mul(hn::Add(hn::Mul(high, hn::Mul(r, r)), low), power);
+}
+
+// For floats within [-80, 80].
+HWY_INLINE V expOf(V v) {
+  const Widened x = widen(v);
+  return narrow(expOfDouble(x.low), expOfDouble(x.high));
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

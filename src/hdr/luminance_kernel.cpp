@@ -1,0 +1,157 @@
+// The luminance stage in vectors, compiled once for every instruction set.
+#include "hdr/luminance_kernel.h"
+
+#include <cmath>
+
+#include "VeskaroNRLib.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "hdr/luminance_kernel.cpp"
+#include <hwy/foreach_target.h>
+
+#include "hdr/detail_stream-inl.h"
+#include "hdr/log_exp-inl.h"
+#include "hdr/rgbe-inl.h"
+#include "hdr/ybr-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+namespace {
+
+constexpr int kStripColumns = 2048;
+
+// Beyond these the exponential, or the colour rebuilt from it, may leave the range of ordinary pixels.
+constexpr float kLargestLog = 80.0f;
+
+// The threshold may be negative, so both tests are made, in their order.
+struct LuminanceShrink {
+  explicit LuminanceShrink(const LuminanceJob& job) : curves{{job, 0}, {job, 1}, {job, 2}, {job, 3}, {job, 4}} {}
+
+  HWY_INLINE V operator()(int level, V detail, V smooth) const {
+    const Floats d;
+    const V threshold = thresholdAt(curves[level], smooth);
+    const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
+    return hn::IfThenElse(hn::Gt(hn::Neg(threshold), detail), hn::Add(detail, threshold), above);
+  }
+
+  static HWY_INLINE V thresholdAt(const ThresholdCurve& c, V smooth) {
+    const Floats d;
+    const auto line = [&](float slope, float offset)
+                          HWY_ATTR { return hn::Add(hn::Mul(hn::Set(d, slope), smooth), hn::Set(d, offset)); };
+    const V high = hn::IfThenZeroElse(hn::Gt(smooth, hn::Set(d, c.zeroAbove)), line(c.highSlope, c.highOffset));
+    const V mid = hn::IfThenElse(hn::Lt(smooth, hn::Set(d, c.midEnd)), line(c.midSlope, c.midOffset), high);
+    return hn::IfThenElse(hn::Lt(smooth, hn::Set(d, c.shadowsEnd)), hn::Set(d, c.shadows), mid);
+  }
+
+  ThresholdCurve curves[kDetailLevels];
+};
+
+// Black counts as 1, whose logarithm comes out as 0.
+HWY_INLINE V logLuminance(const VPixels& p) {
+  const Floats d;
+  const V y = hn::Mul(luminance(widenMantissas(p)), scaleOf(p));
+  return logOf(hn::IfThenElse(hn::Gt(y, hn::Zero(d)), y, hn::Set(d, 1.0f)));
+}
+
+HWY_INLINE VRgb withLuminance(const VPixels& p, V logLuma) {
+  const WidenedRgb c = widenMantissas(p);
+  const V scale = scaleOf(p);
+  return toRgb(expOf(logLuma), hn::Mul(cbOf(c), scale), hn::Mul(crOf(c), scale));
+}
+
+class LuminanceRunner {
+ public:
+  LuminanceRunner(const LuminanceJob& job, Arena* arena)
+      : job_(job), shrink_(job), plan_(job.size.width, kStripColumns) {
+    const int columns = plan_.widestRow();
+    rings_ = DetailRings(arena, columns);
+    result_ = arena->take(columns);
+  }
+
+  void run() const {
+    for (int n = 0; n < plan_.count(); ++n) {
+      const Strip strip = plan_.strip(n);
+      const auto makeRow = [&](int y) { makeLogs(strip, y); };
+      DetailStream<1, decltype(makeRow)> stream(&rings_, job_.size.height, strip, makeRow);
+      for (int y = 0; y < job_.size.height; ++y) {
+        stream.advanceTo(y);
+        stream.addUp(0, y, shrink_, result_);
+        writeRow(strip, y);
+      }
+    }
+  }
+
+ private:
+  void makeLogs(const Strip& strip, int y) const {
+    const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
+    float* const to = rings_.base.at(y);
+    forEachVector(strip.rowStart, strip.rowEnd, [&](int i) HWY_ATTR {
+      const VPixels p = loadPixels(row, i);
+      float* const x = to + (i - strip.rowStart);
+      if (HWY_LIKELY(areOrdinary(p))) {
+        hn::StoreU(HWY_NAMESPACE::logLuminance(p), Floats(), x);
+      } else {
+        for (int k = 0; k < lanes(); ++k) x[k] = veskaro::logLuminance(decode(row, i + k, table_));
+      }
+    });
+  }
+
+  void writeRow(const Strip& strip, int y) const {
+    const Floats d;
+    const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
+    const RgbeRow out = rowOf(job_.out, job_.size.width, y);
+    forEachVector(strip.xStart, strip.xEnd, [&](int i) HWY_ATTR {
+      const VPixels p = loadPixels(in, i);
+      const float* const x = result_ + (i - strip.xStart);
+      const V logLuma = hn::LoadU(d, x);
+      if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog))))) {
+        storePixels(withLuminance(p, logLuma), out, i);
+      } else {
+        for (int k = 0; k < lanes(); ++k) writePixel(table_, in, i + k, x[k], out);
+      }
+    });
+  }
+
+  const LuminanceJob& job_;
+  const ExponentTable table_;
+  const LuminanceShrink shrink_;
+  const StripPlan plan_;
+  DetailRings rings_;
+  float* result_;
+};
+
+}  // namespace
+
+int denoiseLuminance(const LuminanceJob& job) {
+  if (job.size.width < kNarrowest) return vectors::kNotTaken;
+  const bool done = runWithScratch([&job](Arena* arena) { return LuminanceRunner(job, arena); });
+  return done ? job.size.height : NR_ERROR_MEMORY;
+}
+
+#else
+int denoiseLuminance(const LuminanceJob&) {
+  return false;
+}
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace veskaro {
+namespace {
+HWY_EXPORT(denoiseLuminance);
+}  // namespace
+
+namespace vectors {
+
+int denoiseLuminance(const LuminanceJob& job) {
+  return HWY_DYNAMIC_DISPATCH(denoiseLuminance)(job);
+}
+
+}  // namespace vectors
+}  // namespace veskaro
+#endif  // HWY_ONCE

@@ -1,0 +1,101 @@
+// Per-target: a vector's worth of RGBE pixels to floats and back.
+#if defined(VESKARO_HDR_RGBE_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VESKARO_HDR_RGBE_INL_H
+#undef VESKARO_HDR_RGBE_INL_H
+#else
+#define VESKARO_HDR_RGBE_INL_H
+#endif
+
+#include <cstdint>
+
+#include "hdr/rgbe.h"
+#include "simd/vectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+using Ints = hn::RebindToSigned<Floats>;
+using VI = hn::Vec<Ints>;
+using Bytes = hn::Rebind<std::uint8_t, Floats>;
+
+struct VRgb {
+  V r, g, b;
+};
+
+struct VPixels {
+  VI r, g, b, e;
+};
+
+HWY_INLINE VPixels loadPixels(const ConstRgbeRow& row, int i) {
+  const Ints di;
+  const Bytes bytes;
+  return {hn::PromoteTo(di, hn::LoadU(bytes, row.r + i)), hn::PromoteTo(di, hn::LoadU(bytes, row.g + i)),
+          hn::PromoteTo(di, hn::LoadU(bytes, row.b + i)), hn::PromoteTo(di, hn::LoadU(bytes, row.e + i))};
+}
+
+// Whether every pixel is black or has an exponent of the middle range: then no scale, sum, ratio or reciprocal is
+// subnormal or beyond the float range, and no encoded exponent wraps. Others take the plain form, pixel by pixel.
+HWY_INLINE bool areOrdinary(const VPixels& p) {
+  const Ints di;
+  const auto inRange = hn::And(hn::Gt(p.e, hn::Set(di, 30)), hn::Lt(p.e, hn::Set(di, 241)));
+  return hn::AllTrue(di, hn::Or(inRange, hn::Eq(p.e, hn::Zero(di))));
+}
+
+HWY_INLINE VRgb mantissas(const VPixels& p) {
+  const Floats d;
+  return {hn::ConvertTo(d, p.r), hn::ConvertTo(d, p.g), hn::ConvertTo(d, p.b)};
+}
+
+// 2^(e - 136), by its bits, and 0 for black.
+HWY_INLINE V scaleOf(const VPixels& p) {
+  const Floats d;
+  const Ints di;
+  const V scale = hn::BitCast(d, hn::ShiftLeft<23>(hn::Sub(p.e, hn::Set(di, 136 - 127))));
+  return hn::IfThenZeroElse(hn::RebindMask(d, hn::Eq(p.e, hn::Zero(di))), scale);
+}
+
+HWY_INLINE VRgb times(const VRgb& c, V factor) {
+  return {hn::Mul(c.r, factor), hn::Mul(c.g, factor), hn::Mul(c.b, factor)};
+}
+
+HWY_INLINE void storeLowBytes(VI v, unsigned char* to) {
+  const hn::RebindToUnsigned<Floats> du;
+  hn::StoreU(hn::U8FromU32(hn::And(hn::BitCast(du, v), hn::Set(du, 0xff))), Bytes(), to);
+}
+
+// For finite channels. The scale that takes the largest channel to [128, 256) is a power of two: with the biased
+// exponent x of that channel it is 2^(8 - (x - 126)), whose own biased exponent is 261 - x. A negative channel beyond
+// the ints converts to the smallest int, whose low byte is 0.
+HWY_INLINE void storePixels(const VRgb& c, const RgbeRow& row, int i) {
+  const Floats d;
+  const Ints di;
+  const V largest = hn::Max(hn::Max(c.g, c.r), c.b);
+  const VI exponent = hn::And(hn::BitCast(di, largest), hn::Set(di, 0x7f800000));
+  const V scale = hn::BitCast(d, hn::Sub(hn::Set(di, 261 << 23), exponent));
+  // No float lies between the double 1e-32 and 1e-32f above it.
+  const auto visible = hn::RebindMask(di, hn::Ge(largest, hn::Set(d, 1e-32f)));
+  const auto mantissa = [&](V v) { return hn::IfThenElseZero(visible, hn::ConvertTo(di, hn::Mul(v, scale))); };
+  storeLowBytes(mantissa(c.r), row.r + i);
+  storeLowBytes(mantissa(c.g), row.g + i);
+  storeLowBytes(mantissa(c.b), row.b + i);
+  const VI exponentByte = hn::Add(hn::ShiftRight<23>(exponent), hn::Set(di, 128 - 126));
+  storeLowBytes(hn::IfThenElseZero(visible, exponentByte), row.e + i);
+}
+
+// Calls visit(i) for the first pixel of each whole vector of [start, end); the last ones overlap. At least a vector's
+// worth of pixels.
+template <class Visit>
+HWY_INLINE void forEachVector(int start, int end, const Visit& visit) {
+  int i = start;
+  for (; i + lanes() < end; i += lanes()) visit(i);
+  visit(end - lanes());
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

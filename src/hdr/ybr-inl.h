@@ -1,0 +1,77 @@
+// Per-target: YCbCr of whole vectors, in double, each result rounded to float once.
+#if defined(VESKARO_HDR_YBR_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VESKARO_HDR_YBR_INL_H
+#undef VESKARO_HDR_YBR_INL_H
+#else
+#define VESKARO_HDR_YBR_INL_H
+#endif
+
+#include "hdr/rgbe-inl.h"
+#include "simd/vectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace veskaro {
+namespace HWY_NAMESPACE {
+#if HWY_TARGET != HWY_SCALAR
+
+// The transforms work on mantissas and scale their results: for ordinary pixels a power of two commutes with every
+// rounding.
+struct WidenedRgb {
+  Widened r, g, b;
+};
+
+HWY_INLINE Widened widenInts(VI v) {
+  const Doubles d;
+  const hn::Half<Ints> half;
+  return {hn::PromoteTo(d, hn::LowerHalf(half, v)), hn::PromoteTo(d, hn::UpperHalf(half, v))};
+}
+
+HWY_INLINE WidenedRgb widenMantissas(const VPixels& p) {
+  return {widenInts(p.r), widenInts(p.g), widenInts(p.b)};
+}
+
+template <class Formula>
+HWY_INLINE V inDouble(const WidenedRgb& c, const Formula& formula) {
+  return narrow(formula(c.r.low, c.g.low, c.b.low), formula(c.r.high, c.g.high, c.b.high));
+}
+
+HWY_INLINE VD weighted(double weight, VD v) {
+  return hn::Mul(hn::Set(Doubles(), weight), v);
+}
+
+HWY_INLINE V luminance(const WidenedRgb& c) {
+  return inDouble(c, [](VD r, VD g, VD b) HWY_ATTR {
+    return hn::Add(hn::Add(weighted(0.587, g), weighted(0.299, r)), weighted(0.114, b));
+  });
+}
+
+HWY_INLINE V cbOf(const WidenedRgb& c) {
+  return inDouble(c, [](VD r, VD g, VD b) HWY_ATTR {
+    return hn::Sub(hn::Add(weighted(0.5, b), weighted(-0.1687, r)), weighted(0.3313, g));
+  });
+}
+
+HWY_INLINE V crOf(const WidenedRgb& c) {
+  return inDouble(c, [](VD r, VD g, VD b) HWY_ATTR {
+    return hn::Sub(hn::Sub(weighted(0.5, r), weighted(0.4187, g)), weighted(0.0813, b));
+  });
+}
+
+HWY_INLINE VRgb toRgb(V luma, V cb, V cr) {
+  const V zero = hn::Zero(Floats());
+  const Widened y = widen(luma), b = widen(cb), r = widen(cr);
+  const auto red = [](VD vy, VD vr) HWY_ATTR { return hn::Add(vy, weighted(1.402, vr)); };
+  const auto green = [](VD vy, VD vb, VD vr)
+                         HWY_ATTR { return hn::Sub(hn::Sub(vy, weighted(0.34414, vb)), weighted(0.71414, vr)); };
+  const auto blue = [](VD vy, VD vb) HWY_ATTR { return hn::Add(vy, weighted(1.772, vb)); };
+  return {hn::Max(narrow(red(y.low, r.low), red(y.high, r.high)), zero),
+          hn::Max(narrow(green(y.low, b.low, r.low), green(y.high, b.high, r.high)), zero),
+          hn::Max(narrow(blue(y.low, b.low), blue(y.high, b.high)), zero)};
+}
+
+#endif  // HWY_TARGET != HWY_SCALAR
+}  // namespace HWY_NAMESPACE
+}  // namespace veskaro
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

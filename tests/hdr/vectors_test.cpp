@@ -1,0 +1,138 @@
+// The vector forms on every instruction set against the plain forms: the same bytes on pictures of all kinds.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "VeskaroNRLib.h"
+#include "hdr/rgbe_pictures.h"
+#include "support/targets.h"
+
+namespace veskaro::test {
+namespace {
+
+struct Size {
+  int width, height;
+};
+// Around the vectors' widths, the taps' reach and the strips' borders.
+constexpr Size kSizes[] = {{32, 32}, {33, 40}, {47, 35}, {63, 64}, {64, 33}, {95, 63}, {97, 66}, {301, 70}};
+constexpr Size kWideSizes[] = {{1024, 32}, {1025, 33}, {2049, 32}, {3100, 34}, {4111, 32}};
+constexpr Size kFlatSizes[] = {{32, 1}, {40, 2}, {70, 5}, {100, 15}, {64, 17}, {5, 60}, {1, 1}, {31, 31}};
+
+struct Result {
+  int code;
+  std::vector<unsigned char> picture, result;
+  bool operator==(const Result& o) const { return code == o.code && picture == o.picture && result == o.result; }
+};
+
+Result denoise(RgbePicture picture, int strength) {
+  RgbePicture result(picture.width, picture.height);
+  const int code = denoise1(strength, picture.width, picture.height, 0, 0, 32, picture.data(), result.data());
+  return {code, picture.bytes, result.bytes};
+}
+
+// Compares call() on every target with the plain form. Prints the parameters of a failure.
+template <class Call>
+void expectSameEverywhere(const Call& call, const std::string& parameters) {
+  const auto plain = onPlainTarget(call);
+  forEachTarget([&](const char*) { ASSERT_TRUE(call() == plain) << parameters; });
+}
+
+std::string describe(const Size& s, Kind kind) {
+  return std::to_string(s.width) + " x " + std::to_string(s.height) + ", kind " +
+         std::to_string(static_cast<int>(kind)) + ", ";
+}
+
+TEST(VectorForms, WholeCalls) {
+  unsigned seed = 0;
+  const int strengths[] = {50, 75, 99, 100, 101, 125, 150};
+  const auto check = [&](const Size& size, Kind kind) {
+    const int strength = strengths[++seed % 7];
+    const RgbePicture picture = randomPicture(size.width, size.height, kind, seed);
+    expectSameEverywhere([&] { return denoise(picture, strength); },
+                         describe(size, kind) + "strength " + std::to_string(strength));
+  };
+  for (const Size& size : kSizes) {
+    for (Kind kind : kAllKinds) check(size, kind);
+  }
+  for (const Size& size : kWideSizes) {
+    for (Kind kind : {Kind::kOrdinary, Kind::kAnyBytes}) check(size, kind);
+  }
+}
+
+// Levels that a host might pass, sensible or not.
+float anyLevel(std::mt19937& random) {
+  constexpr float kOdd[] = {0.0f, -0.0f, 1.0f, -1.0f, INFINITY, -INFINITY, NAN, 1e-40f, 3e38f, -3e38f};
+  const unsigned pick = random() % 30;
+  return pick < 10 ? kOdd[pick] : static_cast<float>(random() % 10000) / 1000.0f - 4.0f;
+}
+
+Result chroma(RgbePicture picture, int strength, const float (&l)[4]) {
+  RgbePicture result(picture.width, picture.height);
+  std::vector<unsigned char> work(picture.bytes.size() * 5 + 1);
+  const int code = denoise_chroma(strength, l[3], picture.width, picture.height, 0, 0, 32, l[0], l[1], work.data() + 1,
+                                  picture.data(), result.data());
+  return {code, picture.bytes, result.bytes};
+}
+
+Result lumin(RgbePicture picture, int strength, const float (&l)[4]) {
+  RgbePicture result(picture.width, picture.height);
+  std::vector<unsigned char> work(picture.bytes.size() * 3 + 1);
+  const int code = denoise_lumin(strength, picture.width, picture.height, 0, 0, 32, l[0], l[1], l[2], l[3],
+                                 work.data() + 1, picture.data(), result.data());
+  return {code, picture.bytes, result.bytes};
+}
+
+TEST(VectorForms, StagesWithAnyLevels) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 60; ++round) {
+    const Size size = round % 2 ? kFlatSizes[round / 2 % 8] : kSizes[round / 2 % 8];
+    const Kind kind = kAllKinds[random() % 6];
+    const RgbePicture picture = randomPicture(size.width, size.height, kind, round);
+    float levels[4];
+    for (float& level : levels) level = anyLevel(random);
+    const int strength = static_cast<int>(random() % 4) - 1;
+    std::string parameters = describe(size, kind) + "strength " + std::to_string(strength) + ", levels";
+    for (float level : levels) parameters += " " + std::to_string(level);
+    expectSameEverywhere([&] { return chroma(picture, strength, levels); }, "chroma " + parameters);
+    expectSameEverywhere([&] { return lumin(picture, strength, levels); }, "luminance " + parameters);
+  }
+}
+
+TEST(VectorForms, Statistics) {
+  unsigned seed = 0;
+  for (const Size& size : {Size{1, 1}, Size{7, 3}, Size{15, 40}, Size{16, 16}, Size{33, 90}, Size{700, 300}}) {
+    for (Kind kind : kAllKinds) {
+      RgbePicture picture = randomPicture(size.width, size.height, kind, ++seed);
+      const auto measure = [&] {
+        std::vector<float> values(6);
+        const int code = hdr_stats(0, size.width, size.height, 0, 0, 32, 0.002f, picture.data(), values.data());
+        values.push_back(static_cast<float>(code));
+        return values;
+      };
+      expectSameEverywhere(measure, describe(size, kind));
+    }
+  }
+}
+
+TEST(VectorForms, SmoothLine) {
+  std::mt19937 random(4);
+  for (int size : {1, 2, 7, 16, 31, 32, 33, 63, 100, 1000, 5003}) {
+    for (int sc : {0, 1, 2, 4, 8, 16, 5, 40, -3}) {
+      for (int step : {1, 2, 7}) {
+        std::vector<float> line(static_cast<std::size_t>(size) * step);
+        for (float& v : line) v = static_cast<float>(random() % 100000) / 777.0f - 60.0f;
+        const auto smooth = [&] {
+          std::vector<float> out(size + 1, -5.0f);
+          smooth_line(out.data(), line.data(), step, size, sc);
+          return out;
+        };
+        expectSameEverywhere(
+            smooth, "size " + std::to_string(size) + ", sc " + std::to_string(sc) + ", step " + std::to_string(step));
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace veskaro::test
