@@ -2,8 +2,6 @@
 
 from __future__ import annotations
 
-from typing import Any
-
 import numpy as np
 from numpy.typing import NDArray
 
@@ -36,10 +34,10 @@ def denoise_rgbe(
     if not 50 <= strength <= 150:
         raise ValueError(f"the strength is a number from 50 to 150, not {strength}")
 
-    source: Any = image if planar else image.transpose(0, 2, 1)
+    source: NDArray[np.uint8] = image if planar else image.transpose(0, 2, 1)
     if not (overwrite and planar and source.flags.c_contiguous and source.flags.writeable):
         source = source.copy(order="C")
-    result = np.empty_like(source)
+    result: NDArray[np.uint8] = np.empty_like(source)
     height, _, width = source.shape
     code = c_library().denoise1(int(strength), width, height, 4 * width, 4, 32, source.ctypes.data, result.ctypes.data)
     check("denoise1", code, _REASONS)

@@ -9,8 +9,8 @@ import unittest
 
 from support import BUILD, LIBRARY, SOURCE, run
 
-# Why each is there is said in CONTRIBUTING.md.
-EXPLAINED = {"maintscript-calls-ldconfig", "package-name-doesnt-match-sonames"}
+# Why it is there is said in CONTRIBUTING.md.
+EXPLAINED = {"package-name-doesnt-match-sonames"}
 
 
 def cached(name):
