@@ -18,7 +18,22 @@ float initialThreshold(int strength) {
   return static_cast<float>(static_cast<float>(scale) / 300.0);
 }
 
+void check(int code) {
+  if (code == NR_ERROR_STATISTICS) {
+    throw Failure("the picture has no range of brightness to measure (all of it black or of one colour)");
+  }
+  if (code == NR_ERROR_MEMORY) throw Failure("memory exhausted");
+  if (code <= 0) throw Failure(fmt::format("the library refused the picture (code {})", code));
+}
+
 }  // namespace
+
+std::array<float, 6> hdrStatistics(HdrPicture& picture, int strength) {
+  std::array<float, 6> statistics{};
+  check(hdr_stats(0, picture.width, picture.height, 4 * picture.width, 4, 32, initialThreshold(strength),
+                  picture.planar.data(), statistics.data()));
+  return statistics;
+}
 
 HdrResult denoiseHdr(HdrPicture& picture, const Settings& settings) {
   HdrResult result;
@@ -26,19 +41,12 @@ HdrResult denoiseHdr(HdrPicture& picture, const Settings& settings) {
   if (settings.keepsLuminance()) result.strength = std::min(result.strength, kStrongestChromaOnly);
   result.chromaOnly = result.strength < kFull;
   Timer timer;
-  int code = hdr_stats(0, picture.width, picture.height, 4 * picture.width, 4, 32, initialThreshold(result.strength),
-                       picture.planar.data(), result.statistics.data());
+  result.statistics = hdrStatistics(picture, result.strength);
   result.statisticsSeconds = timer.lap();
-  if (code >= 0) {
-    result.planar.resize(picture.planar.size());
-    code = denoise1(result.strength, picture.width, picture.height, 4 * picture.width, 4, 32, picture.planar.data(),
-                    result.planar.data());
-    result.seconds = timer.seconds();
-  }
-  if (code == NR_ERROR_STATISTICS)
-    throw Failure("the picture has no range of brightness to measure (all of it black or of one colour)");
-  if (code == NR_ERROR_MEMORY) throw Failure("memory exhausted");
-  if (code <= 0) throw Failure(fmt::format("the library refused the picture (code {})", code));
+  result.planar.resize(picture.planar.size());
+  check(denoise1(result.strength, picture.width, picture.height, 4 * picture.width, 4, 32, picture.planar.data(),
+                 result.planar.data()));
+  result.seconds = timer.seconds();
   return result;
 }
 

@@ -17,6 +17,9 @@ struct HdrResult {
   double statisticsSeconds = 0;  // of a measurement of its own
 };
 
+// The six figures that denoise1 works with at a strength. Throws Failure.
+std::array<float, 6> hdrStatistics(HdrPicture& picture, int strength);
+
 // Throws Failure. The picture itself is used up: from strength 100 on it comes back with its chroma denoised.
 HdrResult denoiseHdr(HdrPicture& picture, const Settings& settings);
 

@@ -2,11 +2,13 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <cstring>
 #include <vips/vips8>
 
+#include "batch.h"
 #include "file_io.h"
 #include "options.h"
-#include "print.h"
+#include "profile_command.h"
 
 namespace {
 
@@ -15,20 +17,13 @@ constexpr int kAllDone = 0, kSomeFailed = 1, kUsage = 2;
 // libvips and GLib would otherwise write what they think of a file to standard error.
 void silence(const char*, GLogLevelFlags, const char*, void*) {}
 
-int run(const tool::Options& options) {
-  bool failed = false;
-  for (const tool::Job& job : tool::planJobs(options)) {
-    const tool::Outcome outcome = tool::processFile(job, options);
-    if (!outcome.error.empty()) {
-      failed = true;
-      fmt::print(stderr, "veskaro-nr: {}\n", outcome.error);
-      continue;
-    }
-    std::FILE* to = outcome.output == "-" ? stderr : stdout;
-    if (!options.quiet) fmt::print(to, "{}\n", tool::lineOf(outcome, options));
-    if (options.verbose) fmt::print(to, "{}", tool::detailsOf(outcome, options));
-  }
-  return failed ? kSomeFailed : kAllDone;
+int run(int argc, char** argv) {
+  if (argc > 1 && std::strcmp(argv[1], "profile") == 0) return tool::runProfile(argc - 1, argv + 1);
+  const std::optional<tool::Options> options = tool::parseOptions(argc, argv);
+  if (!options) return kAllDone;
+  vips_concurrency_set(options->settings.threads);
+  tool::removeUnfinishedFileOnSignals();
+  return tool::runBatch(*options);
 }
 
 }  // namespace
@@ -39,15 +34,15 @@ int main(int argc, char** argv) {
     return kSomeFailed;
   }
   g_log_set_default_handler(silence, nullptr);
+  // Every picture is decoded once; keeping it would only take memory.
+  vips_cache_set_max(0);
   try {
-    const std::optional<tool::Options> options = tool::parseOptions(argc, argv);
-    if (!options) return kAllDone;
-    vips_concurrency_set(options->settings.threads);
-    vips_cache_set_max(0);
-    tool::removeUnfinishedFileOnSignals();
-    return run(*options);
+    return run(argc, argv);
   } catch (const tool::UsageError& error) {
     fmt::print(stderr, "veskaro-nr: {} (see veskaro-nr --help)\n", error.text);
     return kUsage;
+  } catch (const std::exception& unexpected) {
+    fmt::print(stderr, "veskaro-nr: {}\n", unexpected.what());
+    return kSomeFailed;
   }
 }

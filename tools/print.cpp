@@ -63,9 +63,10 @@ std::string hdrDetails(const HdrResult& hdr) {
 }  // namespace
 
 std::string lineOf(const Outcome& outcome, const Options& options) {
-  return fmt::format("{} -> {}: {} x {} {}, {}, {:.2f} s, {:.1f} MP/s", nameOf(outcome.input, "standard input"),
+  const std::string note = outcome.note.empty() ? "" : fmt::format(" ({})", outcome.note);
+  return fmt::format("{} -> {}: {} x {} {}, {}, {:.2f} s, {:.1f} MP/s{}", nameOf(outcome.input, "standard input"),
                      nameOf(outcome.output, "standard output"), outcome.width, outcome.height, layoutOf(outcome),
-                     workOf(outcome, options), outcome.denoiseSeconds(), outcome.megapixelsPerSecond());
+                     workOf(outcome, options), outcome.denoiseSeconds(), outcome.megapixelsPerSecond(), note);
 }
 
 std::string detailsOf(const Outcome& outcome, const Options&) {

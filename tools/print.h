@@ -1,4 +1,4 @@
-// What the user reads about a file: a line, more lines, or JSON.
+// What the user reads about a file: a line, or more lines.
 #pragma once
 
 #include <string>
@@ -12,7 +12,5 @@ std::string lineOf(const Outcome& outcome, const Options& options);
 
 // Further lines for --verbose, each ended.
 std::string detailsOf(const Outcome& outcome, const Options& options);
-
-std::string jsonOf(const Outcome& outcome, const Options& options);
 
 }  // namespace tool

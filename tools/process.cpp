@@ -12,6 +12,7 @@
 #include "display.h"
 #include "failure.h"
 #include "file_io.h"
+#include "report/report.h"
 #include "timer.h"
 
 namespace tool {
@@ -39,7 +40,17 @@ void requireWritable(const std::string& output, const Options& options) {
   }
 }
 
-void denoisePhotoFile(const Bytes& file, const Options& options, Outcome& outcome) {
+bool wantsDisplay(const Options& options) {
+  return options.compare || options.report;
+}
+
+// The picture as a file, and what it looks like when that is wanted.
+struct Denoised {
+  Bytes encoded;
+  std::optional<DisplayPair> display;
+};
+
+Denoised denoisePhotoFile(const Bytes& file, const Options& options, Outcome& outcome) {
   Timer timer;
   const Photo photo = decodePhoto(file, outcome.inputFormat);
   outcome.seconds.decode = timer.lap();
@@ -55,16 +66,16 @@ void denoisePhotoFile(const Bytes& file, const Options& options, Outcome& outcom
   PhotoResult& result = *outcome.photo;
   outcome.change = changeOf(photo, result.rgb);
   outcome.whyUnchanged = whyUnchanged(photo, result, outcome.change);
-  if (options.compare) writeComparison(*options.compare, displayPair(photo, result.rgb), options.force);
+  Denoised denoised;
+  if (wantsDisplay(options)) denoised.display = displayPair(photo, result.rgb);
   timer.lap();
-  const Bytes encoded = encodePhoto(photo, result.rgb, outcome.outputFormat, {options.quality});
+  denoised.encoded = encodePhoto(photo, result.rgb, outcome.outputFormat, {options.quality});
   outcome.seconds.encode = timer.lap();
-  writeWhole(outcome.output, encoded.data(), encoded.size(), options.force);
-  outcome.seconds.write = timer.lap();
   result.rgb = Bytes();
+  return denoised;
 }
 
-void denoiseHdrFile(const Bytes& file, const Options& options, Outcome& outcome) {
+Denoised denoiseHdrFile(const Bytes& file, const Options& options, Outcome& outcome) {
   if (outcome.outputFormat != Format::kRadiance) {
     throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr",
                               formatName(outcome.outputFormat)));
@@ -78,18 +89,18 @@ void denoiseHdrFile(const Bytes& file, const Options& options, Outcome& outcome)
   outcome.channels = 4;
   if (outcome.inputFormat == Format::kOpenExr) outcome.note = "OpenEXR goes through RGBE: 8 bits of mantissa, no alpha";
   outcome.hdr = denoiseHdr(picture, options.settings);
-  outcome.change = changeOf(picture, before, outcome.hdr->planar);
-  if (options.compare)
-    writeComparison(*options.compare, displayPair(picture, before, outcome.hdr->planar), options.force);
+  HdrResult& result = *outcome.hdr;
+  outcome.change = changeOf(picture, before, result.planar);
+  Denoised denoised;
+  if (wantsDisplay(options)) denoised.display = displayPair(picture, before, result.planar);
   timer.lap();
-  const Bytes encoded = encodeHdr(picture, outcome.hdr->planar);
+  denoised.encoded = encodeHdr(picture, result.planar);
   outcome.seconds.encode = timer.lap();
-  writeWhole(outcome.output, encoded.data(), encoded.size(), options.force);
-  outcome.seconds.write = timer.lap();
-  outcome.hdr->planar = Bytes();
+  result.planar = Bytes();
+  return denoised;
 }
 
-void process(const Job& job, const Options& options, Outcome& outcome) {
+void process(const Job& job, const Options& options, Written& written, Outcome& outcome) {
   if (!job.problem.empty()) throw Failure(job.problem);
   const Timer total;
   const Bytes file = readWhole(job.input);
@@ -101,22 +112,30 @@ void process(const Job& job, const Options& options, Outcome& outcome) {
   outcome.inputFormat = *format;
   outcome.output = outputFor(job, options, *format);
   outcome.outputFormat = outputFormat(outcome.output, options, *format);
-  requireWritable(outcome.output, options);
-  if (isHdr(*format)) {
-    denoiseHdrFile(file, options, outcome);
-  } else {
-    denoisePhotoFile(file, options, outcome);
+  if (outcome.output != "-" && written.count(outcome.output) != 0) {
+    throw Failure(job.input + ": " + outcome.output + " is the result of another input of this run");
   }
+  requireWritable(outcome.output, options);
+  if (options.compare) requireWritable(*options.compare, options);
+  if (options.report) requireWritable(*options.report, options);
+  const Denoised denoised =
+      isHdr(*format) ? denoiseHdrFile(file, options, outcome) : denoisePhotoFile(file, options, outcome);
+  const Timer writing;
+  writeWhole(outcome.output, denoised.encoded.data(), denoised.encoded.size(), options.force);
+  written.insert(outcome.output);
+  outcome.seconds.write = writing.seconds();
   outcome.seconds.total = total.seconds();
+  if (options.compare) writeComparison(*options.compare, *denoised.display, options.force);
+  if (options.report) writeReport(*options.report, outcome, *denoised.display, options);
 }
 
 }  // namespace
 
-Outcome processFile(const Job& job, const Options& options) {
+Outcome processFile(const Job& job, const Options& options, Written& written) {
   Outcome outcome;
   outcome.input = job.input;
   try {
-    process(job, options, outcome);
+    process(job, options, written, outcome);
   } catch (const Failure& failure) {
     outcome.error = failure.what();
   } catch (const std::bad_alloc&) {

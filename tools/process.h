@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 
 #include "change.h"
@@ -35,7 +36,10 @@ struct Outcome {
   double megapixelsPerSecond() const { return denoiseSeconds() > 0 ? megapixels() / denoiseSeconds() : 0; }
 };
 
+// The results of this run so far, by their full names: no two inputs may have the same.
+using Written = std::set<std::string>;
+
 // Never throws for what is wrong with one file; Outcome::error says it.
-Outcome processFile(const Job& job, const Options& options);
+Outcome processFile(const Job& job, const Options& options, Written& written);
 
 }  // namespace tool
