@@ -1,3 +1,4 @@
+#include <cmath>
 #include <vector>
 
 #include "VeskaroNRLib.h"
@@ -57,7 +58,7 @@ const ParamChanges kLevelsApart = {
 TEST(LevelFilter, IsThePlainReadingOfEveryKindOfLevel) {
   tune(kLevelsApart);
   unsigned seed = 1;
-  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWild, Kind::kHostile}) {
+  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWhole, Kind::kSpread, Kind::kHostile}) {
     for (int rang = -1; rang <= 4; ++rang) {
       const Level level = makeLevel(61, 23, kind, seed++);
       SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(kind));
@@ -101,6 +102,38 @@ TEST(LevelFilter, IsThePlainReadingAtTheEndsOfItsSettings) {
   }
 }
 
+// Neighbours exactly as far away as the tolerance reaches: what rounding leaves of their weight counts, and one step
+// farther nothing does.
+TEST(LevelFilter, IsThePlainReadingWhereTheToleranceEnds) {
+  tune({{NR_HIGHLIGHT_NOISE, 1.0f}});
+  int counted = 0;
+  for (int i = 1; i <= 60; ++i) {
+    Level level(5, 5, 90.0f);
+    level.at(2, 2)[1] += 0.37f * static_cast<float>(i);
+    const plain::FilteredLevel f = plain::filterLevel(0, level, {2, 3, 2, 3}, 0.0f);
+    const float* a = f.comparison.at(2, 2);
+    const float* b = f.comparison.at(3, 2);
+    const float distance =
+        static_cast<float>(2.0 * std::fabs(a[0] - b[0]) + 0.5 * (std::fabs(a[2] - b[2]) + std::fabs(a[1] - b[1])));
+    level0noiseLevel = distance - NRsimilarityThreshold;
+    if (level0noiseLevel + NRsimilarityThreshold != distance) continue;
+    expectPlainReading(0, level, {2, 3, 2, 3});
+    counted += plain::filterLevel(0, level, {2, 3, 2, 3}, 0.0f).records.at(2, 2)[0] != 0.0f;
+    level0noiseLevel = std::nextafter(level0noiseLevel, 0.0f);
+    expectPlainReading(0, level, {2, 3, 2, 3});
+  }
+  EXPECT_GT(counted, 5);  // else no rounding left anything to see
+}
+
+TEST(LevelFilter, IsThePlainReadingOfFarApartMagnitudes) {
+  // A tolerance that lets even these resemble each other.
+  tune({{NR_NOISE_LEVEL, 3e9f}, {NR_HIGHLIGHT_NOISE, 0.9f}});
+  for (unsigned seed = 0; seed < 4; ++seed) {
+    const Level level = makeLevel(60, 20, Kind::kSpread, seed);
+    expectPlainReading(0, level, inside(level));
+  }
+}
+
 TEST(LevelFilter, EveryWorkerCountGivesTheSame) {
   tune();
   const Level level = makeLevel(50, 47, Kind::kScene, 3);
@@ -136,7 +169,7 @@ TEST(LevelFilter, TheTwoFiltersAloneAreThePlainReading) {
   int rectangle[4] = {area.xStart, area.xEnd, area.yStart, area.yEnd};
   const plain::FilteredLevel expected = plain::filterLevel(2, level, area, 0.0f);
   // A destination that is not the copy asked for: each pixel's own share must come from there.
-  const Level other = makeLevel(70, 15, Kind::kWild, 13);
+  const Level other = makeLevel(70, 15, Kind::kWhole, 13);
   Level records(70, 15);
   Level reduced = other;
   plain::reduceNoise(2, level, expected.comparison, area, &records, &reduced);

@@ -10,13 +10,14 @@
 namespace veskaro::test {
 namespace {
 
-// Weight that NRgetSimilarity gives a neighbour of another luma: coefficient 0.5, threshold 2, rolloff 8.
+// Weight that NRgetSimilarity gives a neighbour of another luma: coefficient 0.5, threshold 2, rolloff 8, where
+// half of the weight is left.
 float noiseWeight(float lumaDifference) {
   float centreAndOther[6] = {50.0f, 0.0f, 0.0f, 50.0f + lumaDifference, 0.0f, 0.0f};
   float rgb[6] = {0.0f, 0.0f, 0.0f, 1.0f, 2.0f, 3.0f};
   float sums[3] = {0.0f, 0.0f, 0.0f};
   float weight = 0.0f;
-  NRgetSimilarity(50.0f, 0.0f, 0.0f, 2.0f, 8.0f, 1.0f / 8.0f, sums, &weight, 3, centreAndOther, rgb, 0.5f);
+  NRgetSimilarity(50.0f, 0.0f, 0.0f, 2.0f, 8.0f, 1.0f / 16.0f, sums, &weight, 3, centreAndOther, rgb, 0.5f);
   EXPECT_EQ(sums[0], weight);
   EXPECT_EQ(sums[2], 3.0f * weight);
   return weight;
@@ -36,8 +37,8 @@ float sharpenWeight(float difference) {
 TEST(Neighbour, WeighsByDistance) {
   EXPECT_EQ(noiseWeight(0.0f), 0.5f);
   EXPECT_EQ(noiseWeight(-1.0f), 0.5f);  // luma counts twice: distance 2, the threshold itself
-  EXPECT_EQ(noiseWeight(3.0f), 0.25f);
-  EXPECT_EQ(noiseWeight(5.0f), 0.0f);
+  EXPECT_EQ(noiseWeight(3.0f), 0.375f);
+  EXPECT_EQ(noiseWeight(5.0f), 0.25f);
   EXPECT_EQ(noiseWeight(5.5f), 0.0f);
 
   EXPECT_EQ(sharpenWeight(0.0f), 0.0f);
@@ -95,7 +96,7 @@ TEST(EdgeSmooth, LooksInFourDirections) {
   constexpr int kPaths[4][6] = {{3, 0, 1, 5, 8, 7}, {0, 1, 2, 6, 7, 8}, {1, 2, 5, 7, 6, 3}, {2, 5, 8, 0, 3, 6}};
   int positive = 0;
   for (unsigned seed = 0; seed < 40; ++seed) {
-    Level window = makeLevel(3, 3, seed % 2 == 0 ? Kind::kFlatNoise : Kind::kWild, seed);
+    Level window = makeLevel(3, 3, seed % 2 == 0 ? Kind::kFlatNoise : Kind::kWhole, seed);
     for (int k = 0; k < 9; ++k) window.at(0, 0)[k] += 40.0f;
     float* img = window.samples.data();
     float sum = 0.0f;

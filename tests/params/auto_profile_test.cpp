@@ -14,8 +14,9 @@ namespace {
 // A 32 x 32 block of one brightness whose two measurements can be set apart.
 struct Block {
   int brightness;
-  int sparse = 1;  // difference that only the first, sparse measurement sees
-  int dense = 0;   // difference that only the second sees, in one of its six lines
+  int sparse = 1;      // difference that only the first, sparse measurement sees
+  int dense = 0;       // difference that only the second sees, in one of its six lines
+  bool clips = false;  // white next to what the sparse measurement looks at
 };
 
 // Blocks side by side, in a picture that ends against a page that cannot be read.
@@ -28,6 +29,8 @@ Guarded<unsigned char> pictureOf(const std::vector<Block>& blocks, int perRow, A
       int v = block.brightness;
       if (x % 32 == 1 && y % 32 == 0) v += block.sparse;
       if (x % 32 == 7) v += block.dense;
+      const bool isNeighbour = (x % 8 == 1 && y % 8 == 0) || (x % 8 == 0 && y % 8 == 1);
+      if (block.clips && isNeighbour && (x % 32 != 1 || y % 32 != 0)) v = 255;
       for (int k = 0; k < 3; ++k) picture.row(y)[3 * x + k] = static_cast<unsigned char>(v);
     }
   }
@@ -137,6 +140,12 @@ TEST(AutoProfile, BrightBlocksRankByTheirNoiseNotTheirDifferences) {
   // The brightest differs least, but for its brightness that is more noise than the darker highlights show.
   const std::vector<Block> blocks = {{30, 5, 60}, {200, 4, 30}, {100, 6, 12}, {100, 7, 18}};
   const double expected = (statistic({30, 5, 60}) + statistic({100, 5, 12})) / 2;
+  EXPECT_NEAR(profileOf(blocks, 2).params[NR_NOISE_LEVEL], 35 * expected - 15, 1e-4);
+}
+
+TEST(AutoProfile, DifferencesThatClippingHidesAreMadeUpFor) {
+  const std::vector<Block> blocks = {{30, 5, 60}, {100, 5, 6, true}, {100, 6, 30}, {100, 9, 18}};
+  const double expected = (statistic({30, 5, 60}) + statistic({100, 6, 30})) / 2;
   EXPECT_NEAR(profileOf(blocks, 2).params[NR_NOISE_LEVEL], 35 * expected - 15, 1e-4);
 }
 

@@ -34,8 +34,8 @@ Level coarseFor(const Level& guide, Kind kind, unsigned seed) {
 TEST(Reconstruct, IsThePlainReadingOfEveryKindOfLevel) {
   tune();
   unsigned seed = 1;
-  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWild, Kind::kHostile}) {
-    for (const auto& [threshold, rolloff] : {std::pair{10.0f, 50.0f}, {0.0f, 3.0f}, {30.0f, 0.0f}, {-5.0f, 100.0f}}) {
+  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWhole, Kind::kSpread, Kind::kHostile}) {
+    for (const auto& [threshold, rolloff] : {std::pair{10.0f, 50.0f}, {0.0f, 3.0f}, {30.0f, 0.0f}, {-5.0f, 1e9f}}) {
       reconSimilarityThreshold = threshold;
       reconSimilarityRolloff = rolloff;
       const Level guide = makeLevel(75, 22, kind, ++seed);
@@ -49,7 +49,7 @@ TEST(Reconstruct, IsThePlainReadingAtEverySize) {
   for (int w = 1; w <= 42; ++w) {
     for (const int h : {1, 2, 3, 4, 5, 8}) {
       const Level guide = makeLevel(w, h, Kind::kScene, static_cast<unsigned>(50 * h + w));
-      expectPlainReconstruction(coarseFor(guide, Kind::kWild, 1), guide);
+      expectPlainReconstruction(coarseFor(guide, Kind::kWhole, 1), guide);
     }
   }
 }
@@ -88,7 +88,7 @@ TEST(Reconstruct, SimilarityFallsOverTheRolloff) {
 
 TEST(Lift, KeepsEvenRowsAndColumns) {
   for (const auto& [w, h] : {std::pair{5, 3}, {6, 4}, {1, 1}, {17, 2}}) {
-    const Level fine = makeLevel(w, h, Kind::kWild, 6);
+    const Level fine = makeLevel(w, h, Kind::kWhole, 6);
     const int wCoarse = (w + 1) / 2;
     const int hCoarse = (h + 1) / 2;
     Guarded<float> in(fine.samples, Against::kEnd);

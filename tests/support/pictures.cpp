@@ -40,14 +40,14 @@ Level makeLevel(int w, int h, Kind kind, unsigned seed) {
   Level level(w, h);
   std::mt19937 engine(seed);
   std::normal_distribution<float> noise(0.0f, kind == Kind::kFlatNoise ? 1.5f : 6.0f);
-  std::uniform_real_distribution<float> anything(-20.0f, 280.0f);
   for (int y = 0; y < h; ++y) {
     for (int x = 0; x < w; ++x) {
       for (int k = 0; k < 3; ++k) {
         float& v = level.at(x, y)[k];
         v = kind == Kind::kFlatNoise ? 90.0f + 15.0f * static_cast<float>(k) + noise(engine)
                                      : sceneSample(x, y, k, w) + noise(engine);
-        if (kind == Kind::kWild) v = engine() % 3 == 0 && x > 0 ? level.at(x - 1, y)[k] : anything(engine);
+        if (kind == Kind::kWhole) v = static_cast<float>(engine() % 4 == 0 ? engine() % 60 : engine() % 12);
+        if (kind == Kind::kSpread) v = std::ldexp(noise(engine), static_cast<int>(engine() % 60) - 30);
         if (kind == Kind::kHostile && engine() % 60 == 0) v = hostileSample(&engine);
       }
     }

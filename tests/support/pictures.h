@@ -25,7 +25,8 @@ struct Level {
 enum class Kind {
   kFlatNoise,  // one colour with faint noise: most neighbours resemble each other
   kScene,      // ramps, a hard edge, stripes and noise
-  kWild,       // anything in and around the range, exact repeats among it
+  kWhole,      // few whole values, so that distances fall exactly on bounds and pixels repeat
+  kSpread,     // magnitudes so far apart that the order of every sum shows
   kHostile,    // now and then infinities, not-a-number, huge, tiny and negative values
 };
 

@@ -69,7 +69,10 @@ TYPED_TEST(Denoise2, BlendsAsTheParametersSay) {
   tune();
   // Too small to profile: the defaults hold, so that the highlight ramp and the shares are known.
   auto picture = makePicture<TypeParam>(60, 31, 2);
-  std::fill(picture.samples.begin() + 300, picture.samples.begin() + 900, static_cast<TypeParam>(~TypeParam{0}));
+  for (int i = 10 * 60; i < 31 * 60; ++i) {  // a grey ramp up to white, across the end of the highlight ramp
+    std::fill_n(&picture.samples[static_cast<std::size_t>(3 * i)], 3,
+                static_cast<TypeParam>((196 + i % 60) * (sizeof(TypeParam) == 1 ? 1 : 257)));
+  }
   Options options;
   const std::vector<TypeParam> result = run(picture, &options);
   EXPECT_EQ(options.params, defaultParams());

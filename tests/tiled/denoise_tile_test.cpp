@@ -44,7 +44,7 @@ Result runTile(const Level& tile, const plain::Area& area, int workers) {
 TEST(DenoiseTile, IsThePlainReading) {
   tune();
   for (const auto& [w, h] : {std::pair{116, 76}, {41, 97}, {40, 60}, {90, 23}, {17, 17}}) {
-    for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWild}) {
+    for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWhole}) {
       SCOPED_TRACE(testing::Message() << w << " x " << h << ", kind " << static_cast<int>(kind));
       const Level tile = makeLevel(w, h, kind, 5);
       const plain::Area area = {8, w - 8, 8, h - 8};
