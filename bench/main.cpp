@@ -1,0 +1,34 @@
+#include <benchmark/benchmark.h>
+#include <vips/vips.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "benchmarks.h"
+
+// Options of Google Benchmark, and --quick: smaller pictures, fewer repetitions.
+int main(int argc, char** argv) {
+  using veskaro::bench::Size;
+  bool isQuick = false;
+  int kept = 1;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--quick") == 0) {
+      isQuick = true;
+    } else {
+      argv[kept++] = argv[i];
+    }
+  }
+  argc = kept;
+  if (VIPS_INIT(argv[0]) != 0) return 1;
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  const Size large = isQuick ? Size{2000, 1500} : Size{4000, 3000};
+  const Size small = isQuick ? Size{1024, 768} : Size{2048, 1536};
+  if (!veskaro::bench::registerKernels() || !veskaro::bench::registerCalls(large, small, isQuick ? 2 : 3)) {
+    std::fputs("the photograph cannot be read\n", stderr);
+    return 1;
+  }
+  benchmark::RunSpecifiedBenchmarks();
+  vips_shutdown();
+  return 0;
+}

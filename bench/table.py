@@ -1,0 +1,116 @@
+"""Tables of ratios from the JSON of veskaro_bench."""
+
+import collections
+import json
+import sys
+
+
+def load(path):
+    """By the name of each benchmark: the shortest time in seconds, the shortest wall time, the pixels. The first is CPU
+    time for one thread, which a busy machine disturbs least, and wall time for a team."""
+    seconds = {}
+    wall = {}
+    pixels = {}
+    with open(path) as file:
+        report = json.load(file)
+    for run in sorted(report["benchmarks"], key=lambda run: run["family_index"]):  # they ran in any order
+        if run.get("run_type") == "aggregate" or run.get("error_occurred"):
+            continue
+        name = run["name"].split("/iterations")[0]
+        is_team = name.startswith("call/") and name.split("/")[5] != "1"
+        time = run["real_time" if is_team else "cpu_time"] / 1000
+        seconds[name] = min(time, seconds.get(name, time))
+        wall[name] = min(run["real_time"] / 1000, wall.get(name, float("inf")))
+        pixels[name] = run["pixels"]
+    return seconds, wall, pixels
+
+
+def table(heads, rows):
+    print("| " + " | ".join(heads) + " |")
+    print("|---" + "|---:" * (len(heads) - 1) + "|")
+    for row in rows:
+        print("| " + " | ".join(row) + " |")
+    print()
+
+
+def by_target(seconds, prefix):
+    """What comes before the target in every name below prefix, with the seconds of each target, in order."""
+    groups = collections.OrderedDict()
+    for name, value in seconds.items():
+        if name.startswith(prefix):
+            group, target = name.rsplit("/", 1)
+            groups.setdefault(group, {})[target] = value
+    return groups
+
+
+def rate(pixels, seconds):
+    value = pixels / seconds / 1e6
+    return f"{value:.2f}" if value < 10 else f"{value:.1f}"
+
+
+def settings(group):
+    _, size, bits, unit, noise, threads = group.split("/")
+    return size, bits, unit, noise, threads
+
+
+def describe(group, common):
+    size, bits, unit, noise, threads = settings(group)
+    middle = "" if common else f", unit {unit}, {noise} noise"
+    return f"{size}, {bits} bits{middle}, {threads} thread{'' if threads == '1' else 's'}"
+
+
+def print_kernels(kernels, pixels, vectors):
+    print("Steps, one thread: MP/s of the plain code, and how many times faster each instruction set is.\n")
+    table(["step", "plain", *vectors],
+          [[group.split("/")[1], rate(pixels[group + "/plain"], times["plain"]),
+            *(f"{times['plain'] / times[target]:.1f}x" for target in vectors)] for group, times in kernels.items()])
+
+
+def print_calls(calls, pixels, vectors):
+    on_all = {group: times for group, times in calls.items() if len(times) == len(vectors) + 1}
+    print("Whole calls, unit tile 256, the photograph as it is: MP/s, and times the plain code.\n")
+    table(["call", "plain", *vectors],
+          [[describe(group, True), rate(pixels[group + "/plain"], times["plain"]),
+            *(f"{rate(pixels[group + '/plain'], times[t])} ({times['plain'] / times[t]:.1f}x)" for t in vectors)]
+           for group, times in on_all.items()])
+
+    if len(on_all) == len(calls):
+        return
+    print("Whole calls at other settings: MP/s, and times the plain code.\n")
+    best = vectors[-1]
+    table(["call", "plain", best, "ratio"],
+          [[describe(group, False), rate(pixels[group + "/plain"], times["plain"]),
+            rate(pixels[group + "/plain"], times[best]), f"{times['plain'] / times[best]:.1f}x"]
+           for group, times in calls.items() if group not in on_all])
+
+
+def print_teams(wall, vectors):
+    groups = by_target(wall, "call/")
+    rows = []
+    for group, team in groups.items():
+        alone = groups.get(group.rsplit("/", 1)[0] + "/1")
+        if settings(group)[4] != "1" and alone and len(team) == len(vectors) + 1:
+            rows.append([describe(group, True), *(f"{alone[t] / team[t]:.2f}x" for t in ("plain", *vectors))])
+    if rows:
+        print("A team against one thread, wall time both.\n")
+        table(["call", "plain", *vectors], rows)
+
+
+def main():
+    seconds, wall, pixels = load(sys.argv[1])
+    kernels = by_target(seconds, "kernel/")
+    calls = by_target(seconds, "call/")
+    order = ["SSSE3", "SSE4", "AVX2", "AVX3", "AVX3_DL"]
+    found = {target for group in (*kernels.values(), *calls.values()) for target in group}
+    vectors = [target for target in order if target in found]
+    if not vectors:
+        sys.exit("nothing to compare: no vectors on this machine, or not in what was run")
+    if kernels:
+        print_kernels(kernels, pixels, vectors)
+    if calls:
+        print_calls(calls, pixels, vectors)
+        print_teams(wall, vectors)
+
+
+if __name__ == "__main__":
+    main()
