@@ -55,11 +55,14 @@ TileSpan tileSpan(const GridAxis& axis, int picture, int index) {
 }
 
 std::uint64_t pyramidPixels(int coarseLevels, std::int64_t width, std::int64_t height) {
+  constexpr int kSettled = 32;  // halved so often, an int's size no longer changes
   std::uint64_t pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
   for (int level = 0; level < coarseLevels; ++level) {
     width = (width + 1) / 2;
     height = (height + 1) / 2;
-    pixels += static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+    const std::uint64_t size = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+    if (level == kSettled) return pixels + size * static_cast<unsigned>(coarseLevels - level);
+    pixels += size;
   }
   return pixels;
 }
