@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <stdexcept>
@@ -28,7 +29,7 @@ class Guarded {
       throw std::runtime_error("no memory for a guarded buffer");
     }
     // Not a number as floats, and unlikely as samples: what is read by mistake shows.
-    std::memset(map_ + page, 0xff, inner);
+    std::memset(map_ + page, kFilling, inner);
     data_ = reinterpret_cast<T*>(map_ + page + (edge == Against::kEnd ? inner - bytes : 0));
   }
   Guarded(const std::vector<T>& values, Against edge) : Guarded(values.size(), edge) {
@@ -42,7 +43,17 @@ class Guarded {
   std::size_t size() const { return count_; }
   std::vector<T> copy() const { return {data_, data_ + count_}; }
 
+  // Whether the page's rest on the other side is as it was.
+  bool surroundingsIntact() const {
+    const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const auto isFilling = [](unsigned char byte) { return byte == kFilling; };
+    const auto* begin = reinterpret_cast<const unsigned char*>(data_);
+    return std::all_of(static_cast<const unsigned char*>(map_ + page), begin, isFilling) &&
+           std::all_of(begin + count_ * sizeof(T), static_cast<const unsigned char*>(map_ + mapped_ - page), isFilling);
+  }
+
  private:
+  static constexpr unsigned char kFilling = 0xff;
   std::size_t count_;
   std::size_t mapped_ = 0;
   unsigned char* map_ = nullptr;

@@ -1,0 +1,487 @@
+#include "safety/call_generator.h"
+
+#include <VeskaroNRLib.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+#include <limits>
+#include <list>
+#include <vector>
+
+#include "support/guarded.h"
+
+namespace veskaro::test {
+
+std::uint64_t Choices::nextBits(int bytes) {
+  if (bytes_ != nullptr) {
+    std::uint64_t bits = 0;
+    for (int k = 0; k < bytes && left_ > 0; ++k, ++bytes_, --left_) bits = bits << 8 | *bytes_;
+    return bits;
+  }
+  // SplitMix64 (Steele, Lea, Flood, 2014).
+  std::uint64_t z = state_ += 0x9e3779b97f4a7c15u;
+  z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
+  z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
+  return z ^ (z >> 31);
+}
+
+int Choices::number(int low, int high) {
+  const std::uint64_t range = static_cast<std::uint64_t>(std::int64_t{high} - low) + 1;
+  const int bytes = range <= 256 ? 1 : range <= 65536 ? 2 : 4;
+  return static_cast<int>(low + static_cast<std::int64_t>(nextBits(bytes) % range));
+}
+
+float Choices::real(float low, float high) {
+  return low + (high - low) * static_cast<float>(nextBits(3) % (1u << 24)) / static_cast<float>(1u << 24);
+}
+
+namespace {
+
+constexpr float kInf = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+float extremeValue(Choices& c) {
+  static const float values[] = {kNaN,  kInf,  -kInf,  3.4e38f,       -3.4e38f,       1e-45f, -1e-45f, 1.2e-38f, 0.0f,
+                                 -0.0f, 1e20f, -1e20f, 2147483648.0f, -2147483648.0f, 255.0f, 256.0f,  65536.0f, 1e-5f};
+  return values[c.number(0, std::size(values) - 1)];
+}
+
+int extremeInt(Choices& c) {
+  static const int values[] = {0,
+                               -1,
+                               1,
+                               -2,
+                               std::numeric_limits<int>::max(),
+                               std::numeric_limits<int>::min(),
+                               std::numeric_limits<int>::max() - 16,
+                               46341,
+                               65536,
+                               1 << 30};
+  return c.oneIn(2) ? values[c.number(0, std::size(values) - 1)]
+                    : c.number(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+}
+
+// One call's buffers and what it says about them.
+class Call {
+ public:
+  explicit Call(Choices& choices) : c(choices) {}
+
+  Choices& c;
+  std::string wrong;
+
+  void expect(bool right, const char* what) {
+    if (!right && wrong.empty()) wrong = what;
+  }
+  void expectCode(int code, std::initializer_list<int> defined, const char* what) {
+    expect(std::find(defined.begin(), defined.end(), code) != defined.end(), what);
+  }
+
+  int side() { return c.number(1, c.oneIn(25) ? 300 : c.oneIn(8) ? 80 : 24); }
+  int level() { return c.oneIn(8) ? extremeInt(c) : c.number(0, 3); }
+  int threads() { return c.oneIn(6) ? c.number(0, 64) : c.number(0, 5); }
+  float value(bool extreme) { return extreme && c.oneIn(3) ? extremeValue(c) : c.real(-300.0f, 300.0f); }
+
+  unsigned char* bytes(std::size_t size) {
+    const std::size_t offset = c.oneIn(2) ? static_cast<std::size_t>(c.number(0, 3)) : 0;
+    unsigned char* b = add(size + offset) + offset;
+    Choices contents = c.contents();
+    for (std::size_t k = 0; k < size; k += 4) {
+      const int word = contents.number(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+      std::memcpy(b + k, &word, std::min<std::size_t>(4, size - k));
+    }
+    return b;
+  }
+
+  // A level image or scratch: noise, edges, a flat field or values of every kind.
+  float* image(int w, int h) { return floats(3 * static_cast<std::size_t>(w) * static_cast<std::size_t>(h)); }
+  float* floats(std::size_t count) {
+    auto* values = reinterpret_cast<float*>(add(count * sizeof(float)));
+    const int kind = c.number(0, 4);
+    const float around = c.real(0.0f, 255.0f), spread = c.real(0.0f, 30.0f);
+    Choices contents = c.contents();
+    for (std::size_t k = 0; k < count; ++k) {
+      float v = around;
+      if (kind == 0) v = contents.real(0.0f, 256.0f);
+      if (kind == 1) v += contents.real(-spread, spread);
+      if (kind == 2) v = (k / 40 % 2 == 0 ? around : 255.0f - around) + contents.real(-3.0f, 3.0f);
+      if (kind == 3) v = contents.oneIn(4) ? extremeValue(contents) : contents.real(-1000.0f, 1000.0f);
+      values[k] = v;
+    }
+    return values;
+  }
+
+  int* ints(std::size_t count) { return reinterpret_cast<int*>(add(count * sizeof(int))); }
+
+  int* rectangle(int w, int h) {
+    int* r = ints(4);
+    const bool whole = c.oneIn(2) || w < 5 || h < 5;
+    r[0] = whole ? 2 : c.number(2, w - 2);
+    r[1] = whole ? w - 2 : c.number(2, w - 2);
+    r[2] = whole ? 2 : c.number(2, h - 2);
+    r[3] = whole ? h - 2 : c.number(2, h - 2);
+    return r;
+  }
+
+  float* params() {
+    float* p = floats(NR_PARAM_COUNT);
+    const int kind = c.number(0, 3);
+    if (kind > 0) nr_def(p);
+    if (kind > 1) p[NR_NOISE_LEVEL] = c.real(0.3f, 1.7f);
+    if (kind > 2) {
+      for (int k = 0; k < NR_PARAM_COUNT; ++k) {
+        if (c.oneIn(4)) p[k] = value(true);
+      }
+    }
+    return p;
+  }
+
+  void tuning() {
+    float* p = params();
+    calcParams(p);
+    reconSimilarityThreshold = c.oneIn(8) ? value(true) : 10.0f;
+    reconSimilarityRolloff = c.oneIn(8) ? value(true) : 50.0f;
+    if (!c.oneIn(8)) return;
+    for (float* v : {&highnoiseLevelReduce, &level0noiseLevel, &level1noiseLevel, &level2noiseLevel, &level3noiseLevel,
+                     &level0NR, &level1NR, &level2NR, &level3NR, &level0SharpAmount, &level1SharpAmount,
+                     &level2SharpAmount, &level3SharpAmount, &chromaSharpeningAmount}) {
+      *v = value(true);
+    }
+  }
+
+  void checkSurroundings() {
+    for (const auto& b : buffers_) expect(b.surroundingsIntact(), "wrote outside a buffer");
+  }
+
+ private:
+  unsigned char* add(std::size_t size) {
+    return buffers_.emplace_back(size, c.oneIn(2) ? Against::kStart : Against::kEnd).data();
+  }
+
+  std::list<Guarded<unsigned char>> buffers_;
+};
+
+std::size_t pixels(int w, int h) {
+  return static_cast<std::size_t>(w) * static_cast<std::size_t>(h);
+}
+std::size_t pyramidPixels(int w, int h) {
+  return static_cast<std::size_t>(len_pyram(3, w, h));
+}
+
+// ---- denoise2 and its geometry
+
+// A picture with noise to measure, on rows that are further apart than they are long.
+struct Picture {
+  int w, h, stride, sampleBytes;
+  std::size_t extent() const { return (static_cast<std::size_t>(h - 1) * stride + 3 * w) * sampleBytes; }
+  bool isSample(std::size_t byte) const { return byte / sampleBytes % stride < 3 * static_cast<std::size_t>(w); }
+};
+
+void paint(Call& call, const Picture& p, unsigned char* to) {
+  const int kind = call.c.number(0, 4);
+  if (kind == 0) return;  // noise, as it came
+  const int around = call.c.number(0, 255), spread = call.c.number(0, 40);
+  Choices contents = call.c.contents();
+  for (std::size_t k = 0; k < p.extent(); ++k) {
+    const int ramp = kind == 1 ? static_cast<int>(k / p.sampleBytes % p.stride / 3 * 200 / p.w) : around;
+    const int noise = kind == 2 ? 0 : contents.number(-spread, spread);
+    to[k] = static_cast<unsigned char>(std::clamp(ramp + noise, 0, 255));
+  }
+}
+
+void callDenoise2(Call& call) {
+  Choices& c = call.c;
+  Picture p = {call.side(), call.side(), 0, c.number(1, 2)};
+  if (c.oneIn(30)) p.w += 300;
+  p.stride = 3 * p.w + (c.oneIn(2) ? 0 : c.number(1, 70));
+  const int threads = call.threads(), tile = c.oneIn(8) ? c.number(1, 400) : c.number(56, 140);
+  float* params = call.params();
+  unsigned char* in = call.bytes(p.extent());
+  paint(call, p, in);
+  unsigned char* out = call.bytes(p.extent());
+  const int need = mem4denoise(p.w, p.h, tile, threads);
+  unsigned char* work =
+      need > 0 && need < (64 << 20) && c.oneIn(2) ? call.bytes(static_cast<std::size_t>(need)) : nullptr;
+
+  int w = p.w, h = p.h, stride = p.stride, samples = 3, bits = 8 * p.sampleBytes;
+  const int refuse = c.oneIn(8) ? c.number(1, 9) : 0;
+  if (refuse == 1) samples = c.oneIn(2) ? 4 : extremeInt(c);
+  if (refuse == 2) bits = c.oneIn(2) ? 12 : extremeInt(c);
+  if (refuse == 3) w = -c.number(0, 99);
+  if (refuse == 4) h = -c.number(0, 99);
+  if (refuse == 5) stride = 3 * w - c.number(1, 40);
+  if (refuse == 6) stride = std::numeric_limits<int>::max();
+  const bool known = samples == 3 && (bits == 8 || bits == 16) && bits == 8 * p.sampleBytes;
+  if (refuse == 2 && (bits == 8 || bits == 16)) return;
+  const bool nothing = refuse >= 7;
+  const bool right = known && w >= 1 && h >= 1 && stride >= 3 * w && stride <= std::numeric_limits<int>::max() / h &&
+                     threads >= 1 && tile >= (threads == 1 ? 48 : 56) && !nothing;
+
+  const std::vector<unsigned char> inBefore(in, in + p.extent()), outBefore(out, out + p.extent());
+  const std::vector<float> paramsBefore(params, params + NR_PARAM_COUNT);
+  const int code = denoise2(w, h, samples, stride, bits, tile, threads, refuse == 7 ? nullptr : params, work,
+                            refuse == 8 ? nullptr : in, refuse == 9 ? nullptr : out);
+  call.expect(code == (right ? NR_OK : NR_ERROR_ARGUMENT), "denoise2: result code");
+  call.expect(std::equal(inBefore.begin(), inBefore.end(), in), "denoise2: input changed");
+  for (std::size_t k = 0; k < p.extent(); ++k) {
+    if (!right || !p.isSample(k)) call.expect(out[k] == outBefore[k], "denoise2: wrote what it should not");
+  }
+  if (!right) {
+    call.expect(std::memcmp(params, paramsBefore.data(), paramsBefore.size() * sizeof(float)) == 0,
+                "denoise2: refused, but changed nrParams");
+  }
+}
+
+void callGeometry(Call& call) {
+  Choices& c = call.c;
+  int a[6];
+  for (int& v : a) v = c.oneIn(4) ? extremeInt(c) : c.number(-3, 4000);
+  int out[8];
+  getDenoiseTileInfo(a[0], a[1], a[2], a[3], a[4], a[5], &out[0], &out[1], &out[2], &out[3], &out[4], &out[5], &out[6],
+                     c.oneIn(4) ? nullptr : &out[7]);
+  const int need = mem4denoise(a[0], a[1], a[2], a[3]);
+  const bool positive = a[0] > 0 && a[1] > 0 && a[2] > 0 && a[3] > 0;
+  call.expect(positive ? need > 0 || need == NR_ERROR_MEMORY : need == NR_ERROR_ARGUMENT, "mem4denoise: result");
+  len_pyram(c.oneIn(2) ? 3 : c.oneIn(2) ? extremeInt(c) : c.number(-2, 40), a[0], a[1]);
+}
+
+void callTile(Call& call) {
+  const int w = call.side(), h = call.side();
+  call.tuning();
+  int* area = call.rectangle(w, h);
+  const std::size_t pyramid = 3 * pyramidPixels(w, h);
+  float *differences = call.floats(pyramid), *tile = call.floats(pyramid);
+  float *dest = call.image(w, h), *temp = call.image(w, h);
+  call.expect(denoise_tile(w, h, area, 3, call.threads(), differences, dest, temp, tile) == 0, "denoise_tile: result");
+}
+
+// ---- pyramid
+
+void callPyramid(Call& call) {
+  const int w = call.side(), h = call.side(), wCoarse = (w + 1) / 2, hCoarse = (h + 1) / 2;
+  call.tuning();
+  float *fine = call.image(w, h), *other = call.image(w, h), *coarse = call.image(wCoarse, hCoarse);
+  switch (call.c.number(0, 3)) {
+    case 0:
+      call.expect(similarityLift(w, h, wCoarse, hCoarse, fine, coarse) == hCoarse, "similarityLift: result");
+      break;
+    case 1:
+      similarityReconstruct(w, h, coarse, fine, other);
+      break;
+    case 2:
+      call.expect(differencePass(w, h, fine, other, other) == w * h, "differencePass: result");
+      break;
+    default:
+      call.expect(unDifferencePass(w, h, fine, other, fine) == w * h, "unDifferencePass: result");
+  }
+  const int w2 = extremeInt(call.c), h2 = -call.c.number(0, 9);
+  call.expect(similarityLift(w2, h2, w2, h2, nullptr, nullptr) == 0, "similarityLift: nothing to do");
+  if (w2 >= 0) {
+    call.expect(differencePass(w2, h2, nullptr, nullptr, nullptr) == 0, "differencePass: nothing to do");
+    call.expect(unDifferencePass(w2, h2, nullptr, nullptr, nullptr) == 0, "unDifferencePass: nothing to do");
+  }
+}
+
+// ---- level filters
+
+void callLevelFilter(Call& call) {
+  const int w = call.side(), h = call.side();
+  call.tuning();
+  int* area = call.rectangle(w, h);
+  float *level = call.image(w, h), *a = call.image(w, h), *b = call.image(w, h), *records = call.image(w, h);
+  const int despeckle = call.c.number(-1, 2);
+  switch (call.c.number(0, 2)) {
+    case 0:
+      noiseReduce_orig(call.level(), w, h, area, 3, despeckle, level, a, records, b);
+      break;
+    case 1:
+      sharpen_orig(call.level(), w, h, area, 3, level, records, a);
+      break;
+    default:
+      noiseReduce_set(call.level(), w, h, area, 3, call.threads(), despeckle, records, a, b, level);
+  }
+}
+
+void callWorkerBody(Call& call) {
+  const int w = call.side(), h = call.side(), workers = call.c.number(1, 9);
+  call.tuning();
+  nr_data job = {w,
+                 h,
+                 3,
+                 call.rectangle(w, h),
+                 call.level(),
+                 0,
+                 call.image(w, h),
+                 call.image(w, h),
+                 call.image(w, h),
+                 call.image(w, h),
+                 call.c.number(0, workers - 1),
+                 workers,
+                 0};
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, call.c.oneIn(2) ? nr_threaded : sharpen_threaded, &job) == 0) {
+    pthread_join(thread, nullptr);
+  }
+}
+
+void callPixelHelpers(Call& call) {
+  Choices& c = call.c;
+  constexpr int kRow = 15, kCentre = 2 * kRow + 6;
+  call.tuning();
+  const bool extreme = c.oneIn(2);
+  const auto v = [&] { return call.value(extreme); };
+  const auto at = [&] { return 3 * c.number(0, 24); };
+  float *window = call.image(5, 5), *other = call.image(5, 5), *sums = call.floats(4), *out = call.floats(3);
+  reconDistanceSimilarity(v(), v(), v(), v(), v(), v());
+  getDistance(at(), at(), window);
+  NRgetSimilarity(v(), v(), v(), v(), v(), v(), sums, sums + 3, at(), window, other, v());
+  sharpSimilarityFromSimPixel(v(), v(), v(), v(), sums, sums + 3, at(), at(), window, v(), v(), v(), v());
+  noiseTransferFunction(v(), v(), v(), v(), v(), out, out + 1);
+  edgeSmoothCompareOpposingPoints(at(), at(), at(), at(), at(), at(), v(), window);
+  edgeSmoothInverseSimSum(3, kRow, window, v(), kCentre, v());
+  RGBtoYCbCr(v(), v(), v(), out, out + 1, out + 2);
+  YCbCrToRGB(out, out + 1, out + 2, v(), v(), v());
+  call.expect(rgb2ybr(out, sums) == 1 && ybr2rgb(sums, out) == 1, "rgb2ybr, ybr2rgb: result");
+}
+
+// ---- profile and ranking
+
+void callProfile(Call& call) {
+  Choices& c = call.c;
+  Picture p = {call.side() + (c.oneIn(2) ? 60 : 0), call.side() + (c.oneIn(2) ? 60 : 0), 0, 1};
+  p.stride = 3 * p.w + c.number(0, 40);
+  unsigned char* in = call.bytes(p.extent());
+  paint(call, p, in);
+  unsigned char* work = call.bytes(48 * pixels(p.w / 32, p.h / 32) + 1280);
+  const int code = auto_profile(p.w, p.h, p.stride, call.params(), work, in);
+  call.expect(code >= 7 || code == NR_ERROR_ARGUMENT || code == NR_ERROR_STATISTICS, "auto_profile: result code");
+  const int block = c.number(4, 36);
+  if (block <= p.w && block <= p.h) {
+    recalcDeviations(p.w, p.h, p.stride, block, 3 * c.number(0, p.w - block) + p.stride * c.number(0, p.h - block), in);
+  }
+}
+
+void callRanking(Call& call) {
+  Choices& c = call.c;
+  const int count = c.oneIn(8) ? -c.number(0, 3) : c.number(1, c.oneIn(8) ? 4000 : 60);
+  const std::size_t room = count > 0 ? static_cast<std::size_t>(count) : 0;
+  int *order = call.ints(room), *keys = call.ints(room);
+  float* reals = call.floats(room);
+  const bool repeats = c.oneIn(2);
+  Choices contents = c.contents();
+  for (std::size_t k = 0; k < room; ++k) keys[k] = repeats ? contents.number(0, 5) : extremeInt(contents);
+  const bool ints = c.oneIn(2);
+  const int ranked =
+      ints ? iclassement2(count, keys, order) : static_cast<int>(fClassementCroissant2(count, reals, order));
+  call.expect(ranked == (count > 0 ? count : 0), "ranking: result");
+  std::vector<bool> seen(room);
+  for (std::size_t k = 0; k < room; ++k) {
+    const bool inside = order[k] >= 0 && order[k] < count;
+    call.expect(inside && !seen[static_cast<std::size_t>(inside ? order[k] : 0)], "ranking: not a permutation");
+    if (inside) seen[static_cast<std::size_t>(order[k])] = true;
+  }
+  if (room > 1) {
+    call.expectCode(int_cmp(keys, keys + 1), {-1, 0, 1}, "int_cmp: result");
+    call.expectCode(float_cmp(reals, reals + 1), {-1, 0, 1}, "float_cmp: result");
+  }
+}
+
+// ---- high dynamic range
+
+unsigned char* hdrPicture(Call& call, int w, int h) {
+  unsigned char* picture = call.bytes(4 * pixels(w, h));
+  const int kind = call.c.number(0, 3);
+  if (kind == 0) return picture;  // every exponent there is
+  Choices contents = call.c.contents();
+  for (int y = 0; y < h; ++y) {
+    unsigned char* exponents = picture + (4 * pixels(w, y) + 3 * static_cast<std::size_t>(w));
+    for (int x = 0; x < w; ++x) {
+      exponents[x] = static_cast<unsigned char>(kind == 1 ? contents.number(120, 136) : kind == 2 ? 128 : 0);
+    }
+  }
+  return picture;
+}
+
+void callDenoise1(Call& call) {
+  Choices& c = call.c;
+  const bool small = c.oneIn(8);
+  const int w = small ? call.side() : 31 + call.side(), h = small ? call.side() : 31 + call.side();
+  unsigned char *in = hdrPicture(call, w, h), *out = call.bytes(4 * pixels(w, h));
+  const int strength = c.oneIn(4) ? extremeInt(c) : c.number(48, 152);
+  const bool nothing = c.oneIn(20), depth = !c.oneIn(20), huge = c.oneIn(20);
+  const int code = denoise1(strength, huge ? 65536 : w, huge ? extremeInt(c) & 0x7fffffff : h, extremeInt(c),
+                            extremeInt(c), depth ? 32 : c.number(-1, 31), huge ? nullptr : in, nothing ? nullptr : out);
+  if (huge || nothing || w < 32 || h < 32) {
+    call.expect(code == NR_ERROR_ARGUMENT, "denoise1: refusal");
+  } else {
+    call.expect(depth ? code == h || code == NR_ERROR_STATISTICS : code == NR_REFUSED || code == NR_ERROR_ARGUMENT,
+                "denoise1: result code");
+  }
+}
+
+void callHdrStages(Call& call) {
+  Choices& c = call.c;
+  const int w = call.side(), h = call.side(), strength = c.number(-1, 2);
+  const bool extreme = c.oneIn(3);
+  const auto v = [&] { return extreme ? extremeValue(c) : c.real(-5.0f, 20.0f); };
+  unsigned char *in = hdrPicture(call, w, h), *out = call.bytes(4 * pixels(w, h));
+  switch (c.number(0, 2)) {
+    case 0: {
+      float* stats = call.floats(6);
+      call.expectCode(hdr_stats(0, c.oneIn(8) ? 0 : w, h, 0, 0, 0, v(), in, stats), {NR_OK, NR_ERROR_STATISTICS},
+                      "hdr_stats: result code");
+      break;
+    }
+    case 1:
+      call.expect(denoise_chroma(strength, v(), w, h, 0, 0, 32, v(), v(), call.bytes(20 * pixels(w, h)), in, out) == h,
+                  "denoise_chroma: result");
+      break;
+    default:
+      call.expect(
+          denoise_lumin(strength, w, h, 0, 0, 32, v(), v(), v(), v(), call.bytes(12 * pixels(w, h)), in, out) == h,
+          "denoise_lumin: result");
+  }
+  call.expect(denoise_chroma(strength, v(), w, h, 0, 0, 8, v(), v(), nullptr, nullptr, nullptr) == 0,
+              "denoise_chroma: depth");
+  call.expect(
+      denoise_lumin(strength, w, h, 0, 0, 8, v(), v(), v(), v(), nullptr, nullptr, nullptr) == NR_ERROR_ARGUMENT,
+      "denoise_lumin: depth");
+}
+
+void callHdrHelpers(Call& call) {
+  Choices& c = call.c;
+  const int size = c.number(1, 200), step = c.number(1, 3),
+            spacing = c.oneIn(6) ? c.number(0, 900) : 1 << c.number(0, 4);
+  float* line = call.floats(static_cast<std::size_t>(size - 1) * static_cast<std::size_t>(step) + 1);
+  smooth_line(call.floats(static_cast<std::size_t>(size)), line, step, size, spacing);
+  smooth_line(nullptr, nullptr, step, -c.number(0, 3), spacing);
+  const int bins = c.number(0, 99);
+  int* histogram = call.ints(static_cast<std::size_t>(bins));
+  for (int k = 0; k < bins; ++k) histogram[k] = c.oneIn(4) ? extremeInt(c) : c.number(0, 100);
+  const int bin = percentileD(c.oneIn(4) ? extremeValue(c) : c.real(0.0f, 1.0f),
+                              static_cast<std::size_t>(extremeInt(c)), c.oneIn(8) ? -1 : bins, histogram);
+  call.expect(bin >= 0 && bin <= bins, "percentileD: result");
+}
+
+}  // namespace
+
+std::string makeRandomCall(Choices& choices) {
+  struct Kind {
+    void (*make)(Call&);
+    int share;
+  };
+  static constexpr Kind kinds[] = {{callDenoise2, 3},     {callGeometry, 3},   {callTile, 3},      {callPyramid, 4},
+                                   {callLevelFilter, 5},  {callWorkerBody, 2}, {callProfile, 3},   {callRanking, 2},
+                                   {callPixelHelpers, 4}, {callDenoise1, 2},   {callHdrStages, 3}, {callHdrHelpers, 2}};
+  constexpr int kShares = 36;
+  int pick = choices.number(0, kShares - 1);
+  const Kind* kind = kinds;
+  while (pick >= kind->share) pick -= kind++->share;
+  Call call(choices);
+  kind->make(call);
+  call.checkSurroundings();
+  return call.wrong;
+}
+
+}  // namespace veskaro::test
