@@ -122,4 +122,7 @@ if(Python IN_LIST components AND CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     ${PROJECT_SOURCE_DIR}/python/veskaronr OUTPUT_VARIABLE CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS)
 endif()
 
-include(CPack)
+# A host that builds the library inside its own project makes its own packages.
+if(PROJECT_IS_TOP_LEVEL)
+  include(CPack)
+endif()
