@@ -10,6 +10,7 @@
 #include "file_io.h"
 #include "options.h"
 #include "profile_command.h"
+#include "selftest.h"
 
 namespace {
 
