@@ -18,7 +18,9 @@
 namespace veskaro {
 namespace {
 
-void toComparisonImage(std::ptrdiff_t samples, const float* level, float* comparison) {
+void toComparisonImage(std::ptrdiff_t pixels, const float* level, float* comparison) {
+  if (vectors::toComparisonImage(pixels, level, comparison)) return;
+  const std::ptrdiff_t samples = pixels * kChannels;
   for (std::ptrdiff_t k = 0; k < samples; k += kChannels) {
     const Ycc p = toComparisonYcc({level[k], level[k + 1], level[k + 2]});
     comparison[k] = p.y;
@@ -108,7 +110,7 @@ int filterOnWorkers(int level, int w, int h, const Rectangle& area, int workers,
 
 int filterLevel(int level, int w, int h, const Rectangle& area, int workers, const LevelBuffers& b) {
   const std::ptrdiff_t samples = levelSamples(w, h);
-  toComparisonImage(samples, b.level, b.comparison);
+  toComparisonImage(samples / kChannels, b.level, b.comparison);
   if (samples > 0) std::memcpy(b.reduced, b.level, static_cast<std::size_t>(samples) * sizeof(float));
   if (workers > 1) return filterOnWorkers(level, w, h, area, workers, b);
   if (!vectors::filterLevel(w, area, b, noiseSettings(level), sharpenSettings(level))) {

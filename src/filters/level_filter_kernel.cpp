@@ -19,7 +19,7 @@ template <class Stream>
 float* takeScratch(const Rectangle& area) {
   Arena measure(nullptr);
   const Stream stream(&measure, area);
-  return static_cast<float*>(std::calloc(static_cast<std::size_t>(measure.used()), sizeof(float)));
+  return static_cast<float*>(std::calloc(static_cast<std::size_t>(measure.needed()), sizeof(float)));
 }
 
 template <class Stream, class Run>
@@ -48,6 +48,23 @@ bool filterLevel(int width, const Rectangle& area, const LevelBuffers& b, const 
   });
 }
 
+// Y, B - Y, R - Y of a whole level, a piece at a time.
+bool toComparisonImage(std::ptrdiff_t pixels, const float* level, float* comparison) {
+  constexpr int kPiece = 8 * kMaxLanes;
+  float memory[6 * kPiece];
+  const Rows rgb = {{memory, memory + kPiece, memory + 2 * kPiece}};
+  const Rows ycc = rgb + 3 * kPiece;
+  const InterleavedImage from = {const_cast<float*>(level), 3 * kPiece};
+  const InterleavedImage to = {comparison, 3 * kPiece};
+  for (int piece = 0; pixels > 0; ++piece, pixels -= kPiece) {
+    const int count = pixels < kPiece ? static_cast<int>(pixels) : kPiece;
+    from.load(0, piece, count, rgb);
+    toComparisonRow(rgb, 0, count, ycc);
+    to.store(ycc, 0, piece, count);
+  }
+  return true;
+}
+
 // One filter alone. Strips need no margins here: what they read is not what they write.
 struct NoiseStream {
   NoiseStream(Arena* arena, const Rectangle& area)
@@ -68,6 +85,7 @@ bool reduceNoise(int width, const Rectangle& area, const float* level, const flo
       const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
       for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
         const int loaded = area.yStart - kReach + t;
+        s.noise.useOwnRow(t);
         levelImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.level(t) + -kReach);
         comparisonImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.comparison(t) + -kReach);
         s.noise.rowsLoaded(t, -kReach, columns + kReach);
@@ -101,6 +119,7 @@ bool sharpen(int width, const Rectangle& area, const float* reduced, const float
       const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
       for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
         const int loaded = area.yStart - kReach + t;
+        s.sharpen.useOwnRow(t);
         reducedImage.load(x - kReach, loaded, columns + 2 * kReach, s.sharpen.reduced(t) + -kReach);
         s.sharpen.rowLoaded(t, -kReach, columns + kReach);
         if (t >= kReach) s.sharpen.computeDistances(t - kReach, 0, columns);
@@ -115,6 +134,9 @@ bool sharpen(int width, const Rectangle& area, const float* reduced, const float
 
 #else
 
+bool toComparisonImage(std::ptrdiff_t, const float*, float*) {
+  return false;
+}
 bool filterLevel(int, const Rectangle&, const LevelBuffers&, const NoiseSettings&, const SharpenSettings&) {
   return false;
 }
@@ -133,12 +155,17 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace veskaro {
 namespace {
+HWY_EXPORT(toComparisonImage);
 HWY_EXPORT(filterLevel);
 HWY_EXPORT(reduceNoise);
 HWY_EXPORT(sharpen);
 }  // namespace
 
 namespace vectors {
+
+bool toComparisonImage(std::ptrdiff_t pixels, const float* level, float* comparison) {
+  return HWY_DYNAMIC_DISPATCH(toComparisonImage)(pixels, level, comparison);
+}
 
 bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const NoiseSettings& noise,
                  const SharpenSettings& sharpening) {

@@ -33,9 +33,14 @@ class FilterRings {
  public:
   static constexpr int kRows = 2 * kReach + 1;
 
-  FilterRings(Arena* arena, std::ptrdiff_t rowFloats) : rows_(arena, kRows, rowFloats), distances_(arena, rowFloats) {}
+  FilterRings(Arena* arena, std::ptrdiff_t rowFloats)
+      : memory_(arena, kRows, rowFloats), distances_(arena, rowFloats) {}
 
-  Rows row(int y) const { return rows_.at(y); }
+  // Row y is to be filled in the rings' own memory, or lies ready elsewhere.
+  void useOwnRow(int y) { rows_[y % kRows] = memory_.at(y); }
+  void useRow(int y, const Rows& row) { rows_[y % kRows] = row; }
+
+  const Rows& row(int y) const { return rows_[y % kRows]; }
   void setOrdinary(int y, bool isOrdinaryRow) { ordinary_[y % kRows] = isOrdinaryRow; }
 
   bool areOrdinary(int first, int last) const {
@@ -58,7 +63,7 @@ class FilterRings {
   // The rows around row y and its distances, as the row filters take them.
   void around(int y, Rows (&rows)[kRows], const float* (&distance)[kRows][kRows]) const {
     for (int dy = -kReach; dy <= kReach; ++dy) {
-      rows[dy + kReach] = rows_.at(y + dy);
+      rows[dy + kReach] = row(y + dy);
       for (int dx = -kReach; dx <= kReach; ++dx) {
         if (dx != 0 || dy != 0) distance[dy + kReach][dx + kReach] = distances_.between(dx, dy, y);
       }
@@ -66,7 +71,8 @@ class FilterRings {
   }
 
  private:
-  RowRing rows_;
+  RowRing memory_;
+  Rows rows_[kRows] = {};
   DistanceRing distances_;
   bool ordinary_[kRows] = {};
 };
@@ -75,6 +81,8 @@ class NoiseStage {
  public:
   NoiseStage(Arena* arena, std::ptrdiff_t rowFloats) : rings_(arena, rowFloats), comparison_(arena, 3, rowFloats) {}
 
+  void useOwnRow(int y) { rings_.useOwnRow(y); }
+  void useRow(int y, const Rows& row) { rings_.useRow(y, row); }
   Rows level(int y) const { return rings_.row(y); }
   Rows comparison(int y) const { return comparison_.at(y); }
 
@@ -120,6 +128,7 @@ class SharpenStage {
  public:
   SharpenStage(Arena* arena, std::ptrdiff_t rowFloats) : rings_(arena, rowFloats), sharpened_(arena, 1, rowFloats) {}
 
+  void useOwnRow(int y) { rings_.useOwnRow(y); }
   Rows reduced(int y) const { return rings_.row(y); }
   Rows sharpened() const { return sharpened_.at(0); }
 
@@ -164,8 +173,8 @@ class LevelStream {
         noise_(arena, stripRowFloats(area.xEnd - area.xStart)),
         sharpen_(arena, stripRowFloats(area.xEnd - area.xStart)),
         records_(arena, 3, stripRowFloats(area.xEnd - area.xStart)),
-        margin_(area.xEnd - area.xStart > kStripColumns ? arena->take(kMarginFloats * (rows_ + 2 * kReach)) : nullptr) {
-  }
+        hasStrips_(area.xEnd - area.xStart > kStripColumns),
+        margin_(hasStrips_ ? arena->take(kMarginFloats * (rows_ + 2 * kReach)) : nullptr) {}
 
   void run(const Image& image, const NoiseSettings& noise, const SharpenSettings& sharpening, const Outputs& outputs) {
     for (int x = area_.xStart; x < area_.xEnd; x += kStripColumns) {
@@ -186,12 +195,24 @@ class LevelStream {
   int column(int x) const { return x - strip_.xStart; }
 
   void load(const Image& image, int y) {
-    const Rows level = noise_.level(y);
     const int first = column(strip_.readStart);
     const int last = column(strip_.readEnd);
-    image.load(strip_.readStart, levelRow(y), last - first, level + first);
-    if (margin_ != nullptr) exchangeMargin(y, level);
+    useLevelRow(image, y, first, last);
     noise_.rowLoaded(y, first, last);
+  }
+
+  // Rows of a planar level that one strip covers are used where they lie: row y is overwritten with the result once it
+  // has been sharpened, two rows after the last noise reduction that looks at it.
+  void useLevelRow(const Image& image, int y, int first, int last) {
+    if constexpr (Image::kIsPlanar) {
+      if (!hasStrips_) {
+        noise_.useRow(y, image.row(levelRow(y)) + strip_.xStart);
+        return;
+      }
+    }
+    noise_.useOwnRow(y);
+    image.load(strip_.readStart, levelRow(y), last - first, noise_.level(y) + first);
+    if (hasStrips_) exchangeMargin(y, noise_.level(y));
   }
 
   // The columns left of this strip have been filtered in place: take them as they were, and keep this strip's last ones
@@ -213,6 +234,7 @@ class LevelStream {
     const int last = column(strip_.reduceEnd);
     const int width = column(strip_.xEnd);
     const Rows level = noise_.level(y);
+    sharpen_.useOwnRow(y);
     const Rows reduced = sharpen_.reduced(y);
     if (y < rows_ + kReach) noise_.computeDistances(y, first, last);
     if (isInside(y)) {
@@ -240,6 +262,7 @@ class LevelStream {
   NoiseStage noise_;
   SharpenStage sharpen_;
   RowRing records_;
+  bool hasStrips_;
   float* margin_;
   Strip strip_ = {};
 };

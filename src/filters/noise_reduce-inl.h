@@ -6,6 +6,7 @@
 #define VESKARO_FILTERS_NOISE_REDUCE_INL_H
 #endif
 
+#include "filters/colour_difference-inl.h"
 #include "filters/neighbour_distances-inl.h"
 #include "params/tuning.h"
 
@@ -58,21 +59,17 @@ HWY_INLINE VectorSum addSums(const VectorSum& a, const VectorSum& b) {
   return {hn::Add(a.r, b.r), hn::Add(a.g, b.g), hn::Add(a.b, b.b), hn::Add(a.weight, b.weight)};
 }
 
-// Adds a neighbour of the given weight where it counts. Ordinary samples may be added with weight 0 instead, which
-// leaves every sum as it is.
+// Adds a neighbour of the given weight but where it is beyond reach. The weight is then 0 already, and ordinary samples
+// may be added with it, which leaves every sum as it is.
 template <bool kOrdinary>
-HWY_INLINE void addWeighted(const Rows& row, int x, V weight, Mask counts, VectorSum& sum) {
-  const Floats d;
-  const V w = hn::IfThenElseZero(counts, weight);
-  const V r = hn::Mul(hn::LoadU(d, row.plane[0] + x), w);
-  const V g = hn::Mul(hn::LoadU(d, row.plane[1] + x), w);
-  const V b = hn::Mul(hn::LoadU(d, row.plane[2] + x), w);
+HWY_INLINE void addWeighted(const Rows& row, int x, V weight, Mask isBeyond, VectorSum& sum) {
+  const VectorRgb p = loadRgb(row, x);
+  const VectorSum added = addSums(sum, {hn::Mul(p.r, weight), hn::Mul(p.g, weight), hn::Mul(p.b, weight), weight});
   if (kOrdinary) {
-    sum = addSums(sum, {r, g, b, w});
+    sum = added;
   } else {
-    const VectorSum added = addSums(sum, {r, g, b, w});
-    sum = {hn::IfThenElse(counts, added.r, sum.r), hn::IfThenElse(counts, added.g, sum.g),
-           hn::IfThenElse(counts, added.b, sum.b), hn::IfThenElse(counts, added.weight, sum.weight)};
+    sum = {hn::IfThenElse(isBeyond, sum.r, added.r), hn::IfThenElse(isBeyond, sum.g, added.g),
+           hn::IfThenElse(isBeyond, sum.b, added.b), hn::IfThenElse(isBeyond, sum.weight, added.weight)};
   }
 }
 
@@ -85,18 +82,35 @@ HWY_INLINE V similarityFactor(V distance, const VectorTolerance& t) {
   return hn::IfThenElse(hn::Le(distance, t.threshold), one, slope);
 }
 
-template <bool kOrdinary>
-HWY_INLINE VectorSum sumColumn(const NoiseRow& row, int dx, int x, const VectorTolerance& t) {
+template <bool kOrdinary, int kDx, int kDy>
+HWY_INLINE void addNoiseNeighbour(const NoiseRow& row, int x, const VectorTolerance& t, VectorSum& sum) {
   const Floats d;
+  constexpr float kWeight = kNeighbourWeight[kDy + kReach][kDx + kReach];
+  const V distance = hn::LoadU(d, row.distance[kDy + kReach][kDx + kReach] + x);
+  const Mask isBeyond = hn::Gt(distance, t.cut);
+  const V weight = hn::Mul(hn::Set(d, kWeight), similarityFactor<kOrdinary>(distance, t));
+  addWeighted<kOrdinary>(row.level[kDy + kReach], x + kDx, hn::IfThenZeroElse(isBeyond, weight), isBeyond, sum);
+}
+
+// The neighbours of one column of the window, top to bottom.
+template <bool kOrdinary, int kDx>
+HWY_INLINE VectorSum sumColumn(const NoiseRow& row, int x, const VectorTolerance& t) {
   VectorSum sum = emptySum();
-  HWY_UNROLL(5) for (int dy = -kReach; dy <= kReach; ++dy) {
-    if (dx == 0 && dy == 0) continue;
-    const V distance = hn::LoadU(d, row.distance[dy + kReach][dx + kReach] + x);
-    const V coef = hn::Set(d, kNeighbourWeight[dy + kReach][dx + kReach]);
-    const V weight = hn::Mul(coef, similarityFactor<kOrdinary>(distance, t));
-    addWeighted<kOrdinary>(row.level[dy + kReach], x + dx, weight, hn::Not(hn::Gt(distance, t.cut)), sum);
-  }
+  addNoiseNeighbour<kOrdinary, kDx, -2>(row, x, t, sum);
+  addNoiseNeighbour<kOrdinary, kDx, -1>(row, x, t, sum);
+  if (kDx != 0) addNoiseNeighbour<kOrdinary, kDx, 0>(row, x, t, sum);
+  addNoiseNeighbour<kOrdinary, kDx, +1>(row, x, t, sum);
+  addNoiseNeighbour<kOrdinary, kDx, +2>(row, x, t, sum);
   return sum;
+}
+
+template <bool kOrdinary>
+HWY_INLINE VectorSum sumColumns(const NoiseRow& row, int x, const VectorTolerance& t) {
+  VectorSum sum = sumColumn<kOrdinary, -2>(row, x, t);
+  sum = addSums(sum, sumColumn<kOrdinary, -1>(row, x, t));
+  sum = addSums(sum, sumColumn<kOrdinary, 0>(row, x, t));
+  sum = addSums(sum, sumColumn<kOrdinary, +1>(row, x, t));
+  return addSums(sum, sumColumn<kOrdinary, +2>(row, x, t));
 }
 
 // The pixel itself where no neighbour is similar, else its own value moved towards the average.
@@ -116,9 +130,7 @@ HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, cons
   const V one = hn::Set(d, 1.0f);
   for (int x = xStart; x < xEnd; x += lanes()) {
     const VectorTolerance t = toleranceAt(row.level[kReach], x, s);
-    VectorSum sum = sumColumn<kOrdinary>(row, -kReach, x, t);
-    for (int dx = 1 - kReach; dx <= kReach; ++dx) sum = addSums(sum, sumColumn<kOrdinary>(row, dx, x, t));
-
+    const VectorSum sum = sumColumns<kOrdinary>(row, x, t);
     const Mask isAlone = hn::Eq(sum.weight, hn::Zero(d));
     const V inverseWeight = hn::Div(one, sum.weight);
     const V outerMix = hn::Mul(hn::Set(d, s.amount), hn::Sub(one, hn::Div(one, hn::Add(sum.weight, one))));

@@ -33,19 +33,39 @@ HWY_INLINE VectorBand bandAt(const Rows& records, int x) {
   return {threshold, hn::Add(threshold, rolloff), hn::Div(one, threshold), hn::Div(one, rolloff)};
 }
 
-template <bool kOrdinary>
-HWY_INLINE void addSharpeningNeighbour(const SharpenRow& row, int dx, int dy, int x, const VectorBand& band,
-                                       VectorSum& sum) {
+template <bool kOrdinary, int kDx, int kDy>
+HWY_INLINE void addSharpeningNeighbour(const SharpenRow& row, int x, const VectorBand& band, VectorSum& sum) {
   const Floats d;
-  const float weight = kNeighbourWeight[dy + kReach][dx + kReach];
-  const V distance = hn::LoadU(d, row.distance[dy + kReach][dx + kReach] + x);
-  const V risingSlope = hn::Mul(hn::Set(d, weight), band.perThreshold);
-  const V fallingSlope = hn::Mul(hn::Set(d, sharpeningSlopeWeight(dx, dy)), band.perRolloff);
+  constexpr float kWeight = kNeighbourWeight[kDy + kReach][kDx + kReach];
+  const V distance = hn::LoadU(d, row.distance[kDy + kReach][kDx + kReach] + x);
+  const V risingSlope = hn::Mul(hn::Set(d, kWeight), band.perThreshold);
+  const V fallingSlope = hn::Mul(hn::Set(d, sharpeningSlopeWeight(kDx, kDy)), band.perRolloff);
   const Mask isBelow = hn::Le(distance, band.threshold);
+  const Mask isBeyond = hn::Ge(distance, band.cut);
   const V rising = hn::Mul(risingSlope, distance);
-  const V falling = hn::Add(hn::Mul(hn::Sub(band.threshold, distance), fallingSlope), hn::Set(d, weight));
-  const Mask counts = hn::Or(isBelow, hn::Not(hn::Ge(distance, band.cut)));
-  addWeighted<kOrdinary>(row.reduced[dy + kReach], x + dx, hn::IfThenElse(isBelow, rising, falling), counts, sum);
+  const V falling = hn::Add(hn::Mul(hn::Sub(band.threshold, distance), fallingSlope), hn::Set(d, kWeight));
+  const V weight = hn::IfThenElse(isBelow, rising, hn::IfThenZeroElse(isBeyond, falling));
+  addWeighted<kOrdinary>(row.reduced[kDy + kReach], x + kDx, weight, hn::AndNot(isBelow, isBeyond), sum);
+}
+
+template <bool kOrdinary, int kDy>
+HWY_INLINE void addSharpeningRow(const SharpenRow& row, int x, const VectorBand& band, VectorSum& sum) {
+  addSharpeningNeighbour<kOrdinary, -2, kDy>(row, x, band, sum);
+  addSharpeningNeighbour<kOrdinary, -1, kDy>(row, x, band, sum);
+  if (kDy != 0) addSharpeningNeighbour<kOrdinary, 0, kDy>(row, x, band, sum);
+  addSharpeningNeighbour<kOrdinary, +1, kDy>(row, x, band, sum);
+  addSharpeningNeighbour<kOrdinary, +2, kDy>(row, x, band, sum);
+}
+
+template <bool kOrdinary>
+HWY_INLINE VectorSum sumSharpeningNeighbours(const SharpenRow& row, int x, const VectorBand& band) {
+  VectorSum sum = emptySum();
+  addSharpeningRow<kOrdinary, -2>(row, x, band, sum);
+  addSharpeningRow<kOrdinary, -1>(row, x, band, sum);
+  addSharpeningRow<kOrdinary, 0>(row, x, band, sum);
+  addSharpeningRow<kOrdinary, +1>(row, x, band, sum);
+  addSharpeningRow<kOrdinary, +2>(row, x, band, sum);
+  return sum;
 }
 
 // Pushes luma and colour differences away from the average.
@@ -67,14 +87,7 @@ template <bool kOrdinary>
 HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
   const Floats d;
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorBand band = bandAt(row.records, x);
-    VectorSum sum = emptySum();
-    HWY_UNROLL(5) for (int dy = -kReach; dy <= kReach; ++dy) {
-      HWY_UNROLL(5) for (int dx = -kReach; dx <= kReach; ++dx) {
-        if (dx == 0 && dy == 0) continue;
-        addSharpeningNeighbour<kOrdinary>(row, dx, dy, x, band, sum);
-      }
-    }
+    const VectorSum sum = sumSharpeningNeighbours<kOrdinary>(row, x, bandAt(row.records, x));
     const VectorRgb own = loadRgb(row.reduced[kReach], x);
     const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.records.plane[0] + x), s);
     const Mask isFlat = hn::Eq(sum.weight, hn::Zero(d));

@@ -124,7 +124,7 @@ bool runWithScratch(const MakeRunner& makeRunner) {
   Arena measure(nullptr);
   makeRunner(&measure);
   constexpr std::size_t kAlignment = sizeof(float) * kMaxLanes;
-  const std::size_t bytes = sizeof(float) * static_cast<std::size_t>(measure.used());
+  const std::size_t bytes = sizeof(float) * static_cast<std::size_t>(measure.needed());
   void* const scratch = std::calloc(1, bytes + kAlignment);
   if (scratch == nullptr) return false;
   const auto address = reinterpret_cast<std::uintptr_t>(scratch);

@@ -49,7 +49,7 @@ bool reconstruct(int w, int h, const float* coarse, const float* guide, float* r
   if (w < 3 || h < 3) return true;
   Arena measure(nullptr);
   const ReconstructScratch measured(&measure, w);
-  auto* memory = static_cast<float*>(std::calloc(static_cast<std::size_t>(measure.used()), sizeof(float)));
+  auto* memory = static_cast<float*>(std::calloc(static_cast<std::size_t>(measure.needed()), sizeof(float)));
   if (memory == nullptr) return false;
   Arena arena(memory);
   ReconstructScratch scratch(&arena, w);

@@ -177,8 +177,8 @@ std::size_t tileFloats(int w, int h) {
   const LevelStream<PlanarImage> stream(&filterScratch, {kReach, w - kReach, kReach, h - kReach});
   Arena rebuildScratch = m.scratch;
   const GuideRing guide(&rebuildScratch, w);
-  return static_cast<std::size_t>(filterScratch.used() > rebuildScratch.used() ? filterScratch.used()
-                                                                               : rebuildScratch.used());
+  return static_cast<std::size_t>(filterScratch.needed() > rebuildScratch.needed() ? filterScratch.needed()
+                                                                               : rebuildScratch.needed());
 }
 
 #else
