@@ -1,4 +1,5 @@
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "VeskaroNRLib.h"
@@ -127,10 +128,39 @@ TEST(LevelFilter, IsThePlainReadingWhereTheToleranceEnds) {
 
 TEST(LevelFilter, IsThePlainReadingOfFarApartMagnitudes) {
   // A tolerance that lets even these resemble each other.
-  tune({{NR_NOISE_LEVEL, 3e9f}, {NR_HIGHLIGHT_NOISE, 0.9f}});
   for (unsigned seed = 0; seed < 4; ++seed) {
-    const Level level = makeLevel(60, 20, Kind::kSpread, seed);
-    expectPlainReading(0, level, inside(level));
+    tune({{NR_NOISE_LEVEL, 3e9f}, {NR_HIGHLIGHT_NOISE, 0.9f}});
+    const Level spread = makeLevel(60, 20, Kind::kSpread, seed);
+    expectPlainReading(0, spread, inside(spread));
+    tune({{NR_NOISE_LEVEL, 900.0f}, {NR_HIGHLIGHT_NOISE, 0.9f}});
+    const Level mantissas = makeLevel(60, 20, Kind::kMantissas, seed);
+    expectPlainReading(0, mantissas, inside(mantissas));
+  }
+}
+
+// Hosts may write anything into the tuning variables.
+TEST(LevelFilter, IsThePlainReadingWithAnyTuning) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  constexpr float kNotANumber = std::numeric_limits<float>::quiet_NaN();
+  const Level level = makeLevel(40, 9, Kind::kScene, 4);
+  for (float* variable :
+       {&highnoiseLevelReduce, &level0noiseLevel, &level0NR, &level0SharpAmount, &chromaSharpeningAmount}) {
+    for (const float value : {kNotANumber, kInfinity, -kInfinity, 3e38f, 1e-40f, -1.0f, 2.0f, 1e30f}) {
+      SCOPED_TRACE(testing::Message() << value);
+      tune();
+      *variable = value;
+      expectPlainReading(0, level, inside(level));
+    }
+  }
+  tune();
+}
+
+// Wide levels are filtered in strips of columns.
+TEST(LevelFilter, IsThePlainReadingOfWideLevels) {
+  tune();
+  for (const int columns : {511, 512, 513, 514, 515, 516, 1023, 1027, 1540}) {
+    const Level level = makeLevel(columns + 7, 7, Kind::kScene, static_cast<unsigned>(columns));
+    expectPlainReading(0, level, {3, columns + 3, 2, 5});
   }
 }
 

@@ -1,3 +1,4 @@
+#include <limits>
 #include <vector>
 
 #include "VeskaroNRLib.h"
@@ -33,9 +34,17 @@ Level coarseFor(const Level& guide, Kind kind, unsigned seed) {
 
 TEST(Reconstruct, IsThePlainReadingOfEveryKindOfLevel) {
   tune();
+  constexpr float kNotANumber = std::numeric_limits<float>::quiet_NaN();
   unsigned seed = 1;
-  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kWhole, Kind::kSpread, Kind::kHostile}) {
-    for (const auto& [threshold, rolloff] : {std::pair{10.0f, 50.0f}, {0.0f, 3.0f}, {30.0f, 0.0f}, {-5.0f, 1e9f}}) {
+  for (const Kind kind :
+       {Kind::kFlatNoise, Kind::kScene, Kind::kWhole, Kind::kSpread, Kind::kMantissas, Kind::kHostile}) {
+    for (const auto& [threshold, rolloff] : {std::pair{10.0f, 50.0f},
+                                             {0.0f, 3.0f},
+                                             {30.0f, 0.0f},
+                                             {-5.0f, 1e9f},
+                                             {10.0f, kNotANumber},
+                                             {3e38f, 3e38f},
+                                             {kNotANumber, 1.0f}}) {
       reconSimilarityThreshold = threshold;
       reconSimilarityRolloff = rolloff;
       const Level guide = makeLevel(75, 22, kind, ++seed);

@@ -47,6 +47,11 @@ Level makeLevel(int w, int h, Kind kind, unsigned seed) {
         v = kind == Kind::kFlatNoise ? 90.0f + 15.0f * static_cast<float>(k) + noise(engine)
                                      : sceneSample(x, y, k, w) + noise(engine);
         if (kind == Kind::kWhole) v = static_cast<float>(engine() % 4 == 0 ? engine() % 60 : engine() % 12);
+        if (kind == Kind::kMantissas) {
+          const int most = 2 * y < h ? 8 : 9;
+          v = std::ldexp(1.0f + static_cast<float>(engine() >> 9) * 0x1p-23f, most - static_cast<int>(engine() % 21));
+          if (engine() % 2 == 0) v = -v;
+        }
         if (kind == Kind::kSpread) v = std::ldexp(noise(engine), static_cast<int>(engine() % 60) - 30);
         if (kind == Kind::kHostile && engine() % 60 == 0) v = hostileSample(&engine);
       }

@@ -27,6 +27,7 @@ enum class Kind {
   kScene,      // ramps, a hard edge, stripes and noise
   kWhole,      // few whole values, so that distances fall exactly on bounds and pixels repeat
   kSpread,     // magnitudes so far apart that the order of every sum shows
+  kMantissas,  // every bit of the mantissa in use, from 2^-12 to 2^9; below the middle row a little farther
   kHostile,    // now and then infinities, not-a-number, huge, tiny and negative values
 };
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <random>
 #include <type_traits>
 #include <vector>
 
@@ -48,8 +49,13 @@ TYPED_TEST(Denoise2, IsThePlainReading) {
   struct Case {
     int width, height, unitTile, threads;
   };
-  for (const Case& c : std::vector<Case>{
-           {150, 100, 56, 2}, {150, 100, 48, 1}, {97, 65, 256, 1}, {1, 1, 256, 1}, {5, 40, 64, 3}, {129, 33, 64, 1}}) {
+  for (const Case& c : std::vector<Case>{{150, 100, 56, 2},
+                                         {150, 100, 48, 1},
+                                         {97, 65, 256, 1},
+                                         {1, 1, 256, 1},
+                                         {5, 40, 64, 3},
+                                         {129, 33, 64, 1},
+                                         {640, 40, 700, 1}}) {
     SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", unit " << c.unitTile);
     const auto picture = makePicture<TypeParam>(c.width, c.height, 11);
     forEachTarget([&](const char*) {
@@ -77,6 +83,31 @@ TYPED_TEST(Denoise2, BlendsAsTheParametersSay) {
   const std::vector<TypeParam> result = run(picture, &options);
   EXPECT_EQ(options.params, defaultParams());
   EXPECT_TRUE(sameBits(plain::denoise(picture, 64, 2).samples, result));
+}
+
+// A host's own parameters, sense or nonsense: every instruction set does with them what the plain code does.
+TYPED_TEST(Denoise2, TakesAnyParameters) {
+  const auto picture = makePicture<TypeParam>(140, 90, 61);
+  std::mt19937 engine(1);
+  constexpr float kValues[] = {0.0f,
+                               -1.0f,
+                               0.3f,
+                               1e-40f,
+                               3.0f,
+                               100.0f,
+                               1e20f,
+                               -3e38f,
+                               std::numeric_limits<float>::infinity(),
+                               std::numeric_limits<float>::quiet_NaN()};
+  for (int i = 0; i < 12; ++i) {
+    Options options;
+    for (int changes = 0; changes < 4; ++changes) {
+      options.params[engine() % NR_PARAM_COUNT] = kValues[engine() % (sizeof kValues / sizeof kValues[0])];
+    }
+    const std::vector<TypeParam> expected = onPlainTarget([&] { return run(picture, options); });
+    forEachTarget([&](const char*) { EXPECT_TRUE(sameBits(expected, run(picture, options))) << "vector " << i; });
+  }
+  tune();
 }
 
 TYPED_TEST(Denoise2, LeavesPaddingAlone) {
