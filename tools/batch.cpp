@@ -16,13 +16,13 @@ namespace tool {
 namespace {
 
 void say(const Outcome& outcome, const Options& options) {
-  if (!outcome.error.empty()) fmt::print(stderr, "veskaro-nr: {}\n", outcome.error);
+  if (!outcome.error.empty()) fmt::print(stderr, "veskaro-nr: {}\n", printable(outcome.error));
   // A picture on standard output leaves no room for words there.
   std::FILE* to = outcome.output == "-" ? stderr : stdout;
   if (options.json) {
     fmt::print(to, "{}\n", oneLine(describe(outcome, options)));
   } else if (outcome.error.empty() && !options.quiet) {
-    fmt::print(to, "{}\n", lineOf(outcome, options));
+    fmt::print(to, "{}\n", printable(lineOf(outcome, options)));
     if (options.verbose) fmt::print(to, "{}", detailsOf(outcome, options));
   }
   std::fflush(to);

@@ -66,7 +66,7 @@ std::vector<Job> planJobs(const Options& options) {
       for (const Found& file : found) {
         Job job{file.path.string(), "", "", file.size};
         const std::string place = placeUnder(options, input, file.path);
-        if (!place.empty()) job.output = place + "/";
+        if (!place.empty()) job.output = place.back() == '/' ? place : place + "/";
         jobs.push_back(job);
       }
     } catch (const fs::filesystem_error& failed) {

@@ -62,6 +62,13 @@ std::string hdrDetails(const HdrResult& hdr) {
 
 }  // namespace
 
+std::string printable(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+  }
+  return text;
+}
+
 std::string lineOf(const Outcome& outcome, const Options& options) {
   const std::string note = outcome.note.empty() ? "" : fmt::format(" ({})", outcome.note);
   return fmt::format("{} -> {}: {} x {} {}, {}, {:.2f} s, {:.1f} MP/s{}", nameOf(outcome.input, "standard input"),

@@ -10,6 +10,7 @@
 #include "file_io.h"
 #include "noise_profile.h"
 #include "options.h"
+#include "print.h"
 
 namespace tool {
 namespace {
@@ -58,14 +59,14 @@ std::string rowOf(const Measured& m) {
   const std::string size = fmt::format("{} x {}", m.width, m.height);
   if (m.statistics) {
     const auto& s = *m.statistics;
-    return fmt::format("{:>7} {:>9} {:>7}  {:<13} {:<12} {}  (log luminance: median {:.2f}, 99 % {:.2f})\n", "-", "-",
+    return fmt::format("{:>7} {:>9} {:>7}  {:<13} {:<12} {}  (log luminance: median {:.2f}, 99 % {:.2f})", "-", "-",
                        "-", size, "RGBE", m.name, s[3], s[4]);
   }
   const std::string layout = fmt::format("{}-bit {}", m.bits, m.grey ? "grey" : "RGB");
   if (!m.profile->measured())
-    return fmt::format("{:>7} {:>9} {:>7}  {:<13} {:<12} {}  ({})\n", "-", "-", m.profile->blocks.size(), size, layout,
+    return fmt::format("{:>7} {:>9} {:>7}  {:<13} {:<12} {}  ({})", "-", "-", m.profile->blocks.size(), size, layout,
                        m.name, m.profile->whyDefaults());
-  return fmt::format("{:>7.1f} {:>9.2f} {:>7}  {:<13} {:<12} {}\n", m.profile->noiseLevel, m.profile->statistic,
+  return fmt::format("{:>7.1f} {:>9.2f} {:>7}  {:<13} {:<12} {}", m.profile->noiseLevel, m.profile->statistic,
                      m.profile->blocks.size(), size, layout, m.name);
 }
 
@@ -128,14 +129,15 @@ int runProfile(int argc, const char* const* argv) {
       all.push_back(measure(job.input));
     } catch (const std::exception& failure) {
       failed = true;
-      fmt::print(stderr, "veskaro-nr: {}\n", failure.what());
+      fmt::print(stderr, "veskaro-nr: {}\n", printable(failure.what()));
     }
   }
   sort(all, key);
   if (reverse) std::reverse(all.begin(), all.end());
   if (!json && !all.empty())
     fmt::print("{:>7} {:>9} {:>7}  {:<13} {:<12} {}\n", "level", "pair", "blocks", "size", "samples", "file");
-  for (const Measured& measured : all) fmt::print("{}", json ? oneLine(jsonOf(measured)) + "\n" : rowOf(measured));
+  for (const Measured& measured : all)
+    fmt::print("{}\n", json ? oneLine(jsonOf(measured)) : printable(rowOf(measured)));
   return failed ? 1 : 0;
 }
 

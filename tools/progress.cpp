@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "print.h"
+
 namespace tool {
 namespace {
 
@@ -37,7 +39,7 @@ Progress::~Progress() {
 }
 
 void Progress::begin(const std::string& name) {
-  name_ = lastPart(name);
+  name_ = printable(lastPart(name));
   draw();
 }
 

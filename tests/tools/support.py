@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -14,9 +15,6 @@ BUILD = pathlib.Path(os.environ.get("VESKARO_BUILD_DIR", SOURCE / "build/release
 SAMPLE = SOURCE / "samples/indoor-iso382.jpg"
 SAMPLE_HDR = SOURCE / "samples/night.hdr"
 
-_DTYPES = {"VIPS_FORMAT_UCHAR": "uint8", "VIPS_FORMAT_USHORT": "uint16"}
-
-
 def command(*arguments, **options):
     """The finished run of veskaro-nr with these arguments, standard output and error as text."""
     options = {"capture_output": True, "text": True, "timeout": 300, **options}
@@ -27,17 +25,20 @@ def vips(*arguments):
     return subprocess.run(["vips", *map(str, arguments)], capture_output=True, text=True, check=True).stdout
 
 
-def header(path, field):
-    said = subprocess.run(["vipsheader", "-f", field, str(path)], capture_output=True, text=True, check=True).stdout
-    return said.strip().strip("()").split()[-1].strip(")")
+def header(path):
+    """(height, width, bands, type) of a picture."""
+    said = subprocess.run(["vipsheader", str(path)], capture_output=True, text=True, check=True).stdout
+    width, height, kind, bands = re.search(r"(\d+)x(\d+) (\w+), (\d+) band", said).groups()
+    return int(height), int(width), int(bands), {"uchar": "uint8", "ushort": "uint16", "rad": "uint8"}.get(kind)
 
 
 def pixels(path):
     """The samples of a picture as height x width x bands; of a Radiance picture its four bytes a pixel."""
-    dtype = _DTYPES[header(path, "format")]
+    *shape, dtype = header(path)
+    if str(path).endswith(".hdr"):
+        shape, dtype = [*shape[:2], 4], "uint8"
     with tempfile.NamedTemporaryFile(suffix=".raw") as raw:
         vips("rawsave", path, raw.name)
-        shape = [int(header(path, field)) for field in ("height", "width", "bands")]
         return numpy.fromfile(raw.name, dtype=dtype).reshape(shape)
 
 
@@ -52,13 +53,19 @@ def noisy(height, width, bands=3, bits=8, seed=1):
 def save(samples, path, *options):
     """Writes an array of samples as a picture of the kind that its name says."""
     height, width, bands = samples.shape
-    kind = "ushort" if samples.dtype == numpy.uint16 else "uchar"
-    meaning = {1: "b-w", 2: "b-w", 3: "srgb", 4: "srgb"}[bands] if kind == "uchar" else {1: "grey16", 2: "grey16", 3: "rgb16", 4: "rgb16"}[bands]
+    name = f"{path}[{','.join(options)}]" if options else path
     with tempfile.TemporaryDirectory() as folder:
-        raw, plain = f"{folder}/p.raw", f"{folder}/p.v"
-        samples.tofile(raw)
-        vips("rawload", raw, plain, width, height, bands, "--format", kind, "--interpretation", meaning)
-        vips("copy", plain, f"{path}[{','.join(options)}]" if options else path)
+        if bands in (1, 3):
+            plain = f"{folder}/p.ppm"
+            with open(plain, "wb") as file:
+                file.write(b"P%d %d %d %d\n" % (6 if bands == 3 else 5, width, height, numpy.iinfo(samples.dtype).max))
+                file.write(samples.astype(samples.dtype.newbyteorder(">")).tobytes())
+        else:
+            kind, meaning = ("uchar", ("b-w", "srgb")) if samples.dtype == numpy.uint8 else ("ushort", ("grey16", "rgb16"))
+            plain = f"{folder}/p.v"
+            samples.tofile(f"{folder}/p.raw")
+            vips("rawload", f"{folder}/p.raw", plain, width, height, bands, "--format", kind, "--interpretation", meaning[bands == 4])
+        vips("copy", plain, name)
     return path
 
 

@@ -1,0 +1,125 @@
+"""The report page in a real browser, and the comparison picture."""
+
+import re
+import shutil
+import subprocess
+import unittest
+
+import numpy
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.by import By
+
+from support import SAMPLE, SAMPLE_HDR, ToolTest, header, noisy, pixels, save
+
+
+def browser(width, height):
+    options = webdriver.ChromeOptions()
+    options.binary_location = shutil.which("chromium")
+    for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage", f"--window-size={width},{height}"):
+        options.add_argument(argument)
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    driver = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+    # A page that stands alone needs no network.
+    driver.execute_cdp_cmd("Network.enable", {})
+    driver.execute_cdp_cmd("Network.emulateNetworkConditions", {"offline": True, "latency": 0, "downloadThroughput": 0, "uploadThroughput": 0})
+    return driver
+
+
+class Report(ToolTest):
+    def page(self, *arguments):
+        path = self.folder / "report & page.html"
+        self.denoise(*arguments, "--report", path)
+        text = path.read_text()
+        self.assertEqual(re.findall(r"(?:src|href)=[\"'](?!data:)", text), [])
+        self.assertNotIn("http://", text)
+        self.driver.get(path.as_uri())
+        return path
+
+    def setUp(self):
+        super().setUp()
+        self.driver = browser(1000, 900)
+        self.addCleanup(self.driver.quit)
+
+    def text(self, name):
+        return self.driver.find_element(By.ID, name).text
+
+    def clean_console(self):
+        self.assertEqual(self.driver.get_log("browser"), [])
+
+    def width_fits(self):
+        inner, content = self.driver.execute_script("return [window.innerWidth, document.documentElement.scrollWidth]")
+        self.assertLessEqual(content, inner)
+
+    def test_photograph(self):
+        self.page(SAMPLE, self.folder / "out.jpg")
+        self.assertEqual(self.text("name"), SAMPLE.name)
+        self.assertRegex(self.text("summary"), r"1600 × 1200 · 8-bit RGB · noise level 27\.0")
+        loaded = self.driver.execute_script("return [...document.images].map(i => i.complete && i.naturalWidth > 0)")
+        self.assertEqual((len(loaded), all(loaded)), (2 + 9, True))
+        # Dragging the slider moves the border between the two pictures.
+        shown = lambda: self.driver.execute_script("return getComputedStyle(document.getElementById('before')).clipPath")
+        middle = shown()
+        slider = self.driver.find_element(By.ID, "slider")
+        ActionChains(self.driver).move_to_element(slider).click_and_hold().move_by_offset(-slider.size["width"] // 4, 0).release().perform()
+        self.assertNotEqual(shown(), middle)
+        self.assertAlmostEqual(float(self.driver.find_element(By.ID, "position").get_attribute("value")), 25, delta=3)
+        # Zoom acts on all crops, and the plot is drawn with the blocks that decided.
+        self.driver.execute_script("const z = document.getElementById('zoom'); z.value = '4'; z.dispatchEvent(new Event('change'))")
+        self.assertEqual(self.driver.execute_script("return document.querySelector('.crop img').clientWidth"), 4 * 320)
+        inked = self.driver.execute_script(
+            "const c = document.getElementById('plot'); const d = c.getContext('2d').getImageData(0, 0, c.width, c.height).data;"
+            "let n = 0; for (let i = 0; i < d.length; i += 4) if (d[i + 3] && d[i] > 150 && d[i + 1] < 90) ++n; return n")
+        self.assertGreater(inked, 50)
+        self.assertIn("measured", self.text("parameter-table"))
+        self.assertIn("denoise", self.text("times"))
+        self.width_fits()
+        self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": 360, "height": 740, "deviceScaleFactor": 2, "mobile": True})
+        self.width_fits()
+        self.clean_console()
+
+    def test_other_pictures(self):
+        # A path that would end the script element that holds it.
+        flat = self.folder / "a<" / "script><b>.png"
+        flat.parent.mkdir()
+        save(numpy.full((70, 90, 3), 99, dtype="uint8"), self.folder / "flat.png").rename(flat)
+        self.page(flat, self.folder / "out.png")
+        self.assertEqual(self.text("name"), "script><b>.png")
+        self.assertIn("no 32 x 32 block", self.text("why"))
+        self.clean_console()
+        deep = save(noisy(1, 5, 1, 16), self.folder / "tiny.tif")
+        self.page(deep, self.folder / "tiny-clean.tif", "--force")
+        self.clean_console()
+        self.page(SAMPLE_HDR, self.folder / "out.hdr", "--force")
+        self.assertIn("log luminance median", self.text("statistics-table"))
+        self.width_fits()
+        self.clean_console()
+
+
+class Comparison(ToolTest):
+    def test_pictures_side_by_side(self):
+        path = self.folder / "compare.png"
+        self.denoise(SAMPLE, self.folder / "out.jpg", "--compare", path)
+        whole = pixels(path).astype(int)
+        self.assertGreater(whole.shape[1], 3 * 600)
+        # The crops stand at full size below: before and after are alike but for noise, the difference is mid grey.
+        third = whole.shape[1] // 3
+        before, after, difference = (whole[-300:-50, 100 + i * third : 500 + i * third] for i in range(3))
+        self.assertLess(abs(before.mean() - after.mean()), 3)
+        self.assertLess(abs(difference.mean() - 128), 10)
+        self.assertLess(numpy.diff(after, axis=1).std(), numpy.diff(before, axis=1).std())
+
+    def test_upright_and_refused(self):
+        tall = save(noisy(40, 90), self.folder / "in.jpg", "strip")
+        subprocess.run(["exiftool", "-q", "-overwrite_original", "-Orientation#=6", str(tall)], check=True)
+        self.denoise(tall, self.folder / "o.jpg", "--compare", self.folder / "c.png")
+        self.assertLess(header(self.folder / "c.png")[1], 6 * 90)
+        for option in ("--compare", "--report"):
+            self.assertIn("exists already", self.fails(1, tall, self.folder / "p.jpg", option, self.folder / "c.png"))
+            self.assertFalse((self.folder / "p.jpg").exists())
+            self.fails(2, tall, tall, tall, "-d", self.folder, option, self.folder / "d.png")
+
+
+if __name__ == "__main__":
+    unittest.main()
