@@ -3,7 +3,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 #include <vips/vips8>
 
 #include "batch.h"
@@ -31,7 +30,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 2 && std::string_view(argv[1]) == "selftest") return tool::selfTest();
+  if (argc == 2 && std::strcmp(argv[1], "selftest") == 0) return tool::selfTest();
   if (VIPS_INIT(argv[0]) != 0) {
     fmt::print(stderr, "veskaro-nr: libvips does not start\n");
     return kSomeFailed;

@@ -62,6 +62,7 @@ void check(const Options& options) {
 constexpr char kFooter[] =
     "\nveskaro-nr INPUT OUTPUT denoises one file. Otherwise results are named by --output, --output-dir or --suffix.\n"
     "veskaro-nr profile FILE... prints the noise of pictures and writes nothing (veskaro-nr profile --help).\n"
+    "veskaro-nr selftest checks that the library computes on this machine what it computes on every other.\n"
     "\nExit status: 0 all done, 1 some files failed, 2 the command line is wrong.";
 
 }  // namespace

@@ -28,15 +28,13 @@ def vips(*arguments):
 def header(path):
     """(height, width, bands, type) of a picture."""
     said = subprocess.run(["vipsheader", str(path)], capture_output=True, text=True, check=True).stdout
-    width, height, kind, bands = re.search(r"(\d+)x(\d+) (\w+), (\d+) band", said).groups()
-    return int(height), int(width), int(bands), {"uchar": "uint8", "ushort": "uint16", "rad": "uint8"}.get(kind)
+    width, height, kind, bands = re.search(r"(\d+)x(\d+)(?: (\w+), (\d+) band|, rad)", said).groups()
+    return int(height), int(width), int(bands or 4), "uint16" if kind == "ushort" else "uint8"
 
 
 def pixels(path):
     """The samples of a picture as height x width x bands; of a Radiance picture its four bytes a pixel."""
     *shape, dtype = header(path)
-    if str(path).endswith(".hdr"):
-        shape, dtype = [*shape[:2], 4], "uint8"
     with tempfile.NamedTemporaryFile(suffix=".raw") as raw:
         vips("rawsave", path, raw.name)
         return numpy.fromfile(raw.name, dtype=dtype).reshape(shape)
