@@ -13,7 +13,7 @@ _veskaro_nr() {
       --preset --set --chroma-only --threads --tile --compare --report --verbose --quiet --json" -- "$current"))
   else
     COMPREPLY=($(compgen -f -- "$current"))
-    [ "$COMP_CWORD" -eq 1 ] && COMPREPLY+=($(compgen -W profile -- "$current"))
+    [ "$COMP_CWORD" -eq 1 ] && COMPREPLY+=($(compgen -W "profile selftest" -- "$current"))
   fi
 }
 complete -o filenames -F _veskaro_nr veskaro-nr

@@ -1,4 +1,5 @@
 complete -c veskaro-nr -n __fish_use_subcommand -a profile -d "print the noise of pictures"
+complete -c veskaro-nr -n __fish_use_subcommand -a selftest -d "print a digest of what the library computes"
 complete -c veskaro-nr -s h -l help -d "print a summary"
 complete -c veskaro-nr -l version -d "print the versions"
 complete -c veskaro-nr -s o -l output -r -F -d "name of the result"
