@@ -18,8 +18,8 @@
  *   - Alignment: unsigned char buffers may start at any address, 16-bit pictures included. float and int buffers have
  *     their type's natural alignment, as C asks of any pointer.
  *   - Overlap: buffers must not overlap unless the comment allows it.
- *   - Environment: denoise1, denoise2, denoise_tile, noiseReduce_set and the stages run in the default floating-point
- *     environment and give the caller's back on return.
+ *   - Environment: every function but those for a single pixel runs in the default floating-point environment and
+ *     gives the caller's back on return.
  *   - Level image: w x h pixels of three interleaved floats (R, G, B), no row padding: sample s of pixel (x, y) is
  *     img[(y * w + x) * 3 + s]. Values are on the 8-bit scale 0..255 whatever the depth of the picture (16-bit samples
  *     are divided by 256); they may leave that range between the steps.

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
 #include "pyramid/lift.h"
@@ -125,6 +126,7 @@ extern "C" {
 
 int noiseReduce_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int /*spp*/, int /*doDespeckle*/,
                      float* img, float* YCbCr_img, float* NRamounts, float* dest) {
+  const veskaro::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);
   veskaro::reduceNoise(wImage, area, img, YCbCr_img, NRamounts, dest, veskaro::noiseSettings(rang));
   return area.endRow();

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 #include "filters/colour_difference.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
@@ -99,6 +100,7 @@ extern "C" {
 
 int sharpen_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int /*spp*/, float* img, float* NRamounts,
                  float* dest) {
+  const veskaro::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);
   veskaro::sharpen(wImage, area, img, NRamounts, dest, veskaro::sharpenSettings(rang));
   return area.endRow();

@@ -1,6 +1,7 @@
 #include "hdr/smooth_line.h"
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 
 namespace veskaro {
 
@@ -27,5 +28,6 @@ void smoothLine(float* temp, const PlaneSample* base, std::ptrdiff_t step, int s
 }  // namespace veskaro
 
 extern "C" void smooth_line(float* temp, float* base, int st, int size, int sc) {
+  const veskaro::DefaultFpEnvironment environment;
   veskaro::smoothLine(temp, base, st, size, sc);
 }

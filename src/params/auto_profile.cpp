@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 #include "params/ranking.h"
 
 namespace veskaro {
@@ -321,6 +322,7 @@ extern "C" {
 int auto_profile(int wImage, int hImage, int rowStride, float* nrParams, unsigned char* work, unsigned char* inImage) {
   using namespace veskaro;
   if (nrParams == nullptr || work == nullptr || inImage == nullptr) return NR_ERROR_ARGUMENT;
+  const DefaultFpEnvironment environment;
   const ProfileView picture = {inImage, rowStride, 1};
   if (reinterpret_cast<std::uintptr_t>(work) % alignof(float) == 0) {
     return profileNoise(wImage, hImage, picture, nrParams, work);
@@ -340,6 +342,7 @@ float recalcDeviations(int /*wImage*/, int /*hImage*/, int rowStride, int blockS
                        unsigned char* inImage) {
   constexpr int kSmallestBlock = 4;
   if (inImage == nullptr || blockSize < kSmallestBlock) return veskaro::kNotANumber;
+  const veskaro::DefaultFpEnvironment environment;
   return veskaro::remeasureBlock({inImage, rowStride, 1}, blockSize, positBlock);
 }
 

@@ -2,6 +2,7 @@
 #include "params/tuning.h"
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 
 extern "C" {
 
@@ -169,6 +170,7 @@ int nr_def(float* nrParams) {
 }
 
 void calcParams(float* nrParams) {
+  const veskaro::DefaultFpEnvironment environment;
   if (nrParams != nullptr) veskaro::deriveTuning(nrParams);
 }
 

@@ -3,6 +3,7 @@
 #include "pyramid/lift.h"
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 
 namespace veskaro {
 
@@ -39,12 +40,14 @@ int similarityLift(int wFine, int /*hFine*/, int wCoarse, int hCoarse, float* im
 }
 
 int differencePass(int wFine, int hFine, float* original, float* recon, float* highPass) {
+  const veskaro::DefaultFpEnvironment environment;
   const int pixels = veskaro::reportedPixels(wFine, hFine);
   veskaro::subtract(std::ptrdiff_t{pixels} * veskaro::kChannels, recon, original, highPass);
   return pixels;
 }
 
 int unDifferencePass(int wFine, int hFine, float* recon, float* highPass, float* composite) {
+  const veskaro::DefaultFpEnvironment environment;
   const int pixels = veskaro::reportedPixels(wFine, hFine);
   veskaro::subtract(std::ptrdiff_t{pixels} * veskaro::kChannels, recon, highPass, composite);
   return pixels;

@@ -7,6 +7,7 @@
 #include "pyramid/reconstruct.h"
 
 #include "VeskaroNRLib.h"
+#include "host/fp_environment.h"
 #include "pyramid/lift.h"
 #include "pyramid/reconstruct_kernel.h"
 #include "pyramid/similarity.h"
@@ -124,6 +125,7 @@ float reconDistanceSimilarity(float aR, float aG, float aB, float bR, float bG, 
 }
 
 int similarityReconstruct(int wFine, int hFine, float* lifted, float* original, float* recon) {
+  const veskaro::DefaultFpEnvironment environment;
   veskaro::reconstruct(wFine, hFine, lifted, original, recon, veskaro::reconstructSettings());
   return wFine > 2 && hFine > 2 ? hFine - 1 : 0;
 }
