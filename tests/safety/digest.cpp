@@ -1,4 +1,6 @@
 // veskaro-nr selftest without the companion's libraries, for emulated processors and other compilers.
 #include "selftest.h"
 
-int main() { return tool::selfTest(); }
+int main() {
+  return tool::selfTest();
+}

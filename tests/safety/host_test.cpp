@@ -1,0 +1,284 @@
+// What hosts do around a call: their own teams and threads, forks, small stacks, another floating-point environment,
+// ten thousand calls. The library is the shared object itself.
+#include <VeskaroNRLib.h>
+#include <fenv.h>
+#include <gtest/gtest.h>
+#include <omp.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xmmintrin.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "selftest.h"
+
+namespace veskaro::test {
+namespace {
+
+constexpr int kWidth = 220, kHeight = 180, kTile = 64;
+
+std::vector<unsigned char> noisyPicture(std::size_t bytes) {
+  std::vector<unsigned char> picture(bytes);
+  std::uint32_t state = 7;
+  for (std::size_t k = 0; k < bytes; ++k) {
+    state = state * 1664525u + 1013904223u;
+    picture[k] = static_cast<unsigned char>(60 + k / 3 % kWidth / 2 + (state >> 28));
+  }
+  return picture;
+}
+
+std::vector<unsigned char> denoised(int threads, float strength = 1.0f) {
+  auto in = noisyPicture(3 * kWidth * kHeight);
+  std::vector<unsigned char> out(in.size());
+  float params[NR_PARAM_COUNT];
+  nr_def(params);
+  params[NR_NOISE_LEVEL] = strength;
+  const int code = denoise2(kWidth, kHeight, 3, 3 * kWidth, 8, kTile, threads, params, nullptr, in.data(), out.data());
+  EXPECT_EQ(code, NR_OK);
+  return out;
+}
+
+std::vector<unsigned char> hdrDenoised() {
+  constexpr int kSide = 64;
+  auto in = noisyPicture(4 * kSide * kSide);
+  for (int k = 0; k < 4 * kSide * kSide; ++k) {
+    if (k / kSide % 4 == 3) in[static_cast<std::size_t>(k)] = static_cast<unsigned char>(126 + k % 5);
+  }
+  std::vector<unsigned char> out(in.size());
+  EXPECT_EQ(denoise1(110, kSide, kSide, 0, 0, 32, in.data(), out.data()), kSide);
+  return out;
+}
+
+// A child that has the time of the parent's patience and exits with what the body returns. A hang shows as a signal.
+int statusOfChild(const std::function<int()>& body) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    _exit(body());
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  return status;
+}
+
+// Runs one of the scenarios below in a process of its own, with nothing of this one but the file.
+int statusOfScenario(const std::string& scenario, const std::vector<std::string>& environment = {}) {
+  return statusOfChild([&] {
+    for (const std::string& setting : environment) putenv(const_cast<char*>(setting.c_str()));
+    execl("/proc/self/exe", "safety_host_tests", "--scenario", scenario.c_str(), nullptr);
+    return 99;
+  });
+}
+
+int scenarioDigest() {
+  return tool::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
+}
+
+// Threads cannot be created any more.
+int scenarioNoThreads() {
+  if (geteuid() == 0 && setuid(65534) != 0) return 2;
+  const rlimit none = {1, 1};
+  if (setrlimit(RLIMIT_NPROC, &none) != 0) return 3;
+  pthread_t thread;
+  if (pthread_create(
+          &thread, nullptr, [](void*) -> void* { return nullptr; }, nullptr) == 0)
+    return 4;
+  return scenarioDigest();
+}
+
+int scenarioFork() {
+  const auto expected = denoised(4);
+  const auto inChild = [&] { return denoised(4) == expected ? 0 : 1; };
+  for (int round = 0; round < 3; ++round) {
+    if (statusOfChild([&] { return inChild() != 0 || statusOfChild(inChild) != 0; }) != 0) return 1;
+  }
+  return denoised(4) == expected ? 0 : 1;
+}
+
+TEST(Host, CallsFromItsOwnTeam) {
+  const auto expected = denoised(3);
+  const auto expectedHdr = hdrDenoised();
+  for (const int levels : {1, 2}) {
+    omp_set_max_active_levels(levels);
+    int wrong = 0;
+#pragma omp parallel num_threads(3) reduction(+ : wrong)
+    {
+      // denoise2 is not for two threads at once, denoise1 is.
+#pragma omp critical
+      wrong += denoised(3) != expected;
+      wrong += hdrDenoised() != expectedHdr;
+    }
+    EXPECT_EQ(wrong, 0) << levels << " levels of teams";
+  }
+  omp_set_max_active_levels(1);
+}
+
+TEST(Host, CallsFromSeveralThreads) {
+  const auto expected = hdrDenoised();
+  std::vector<int> wrong(6, 0);
+  std::vector<std::thread> threads;
+  for (int& w : wrong) {
+    threads.emplace_back([&w, &expected] {
+      for (int k = 0; k < 10; ++k) w += hdrDenoised() != expected;
+    });
+  }
+  for (auto& t : threads) t.join();
+  for (const int w : wrong) EXPECT_EQ(w, 0);
+
+  const auto faint = denoised(2, 0.6f), strong = denoised(2, 1.4f);
+  EXPECT_NE(faint, strong);
+  for (int k = 0; k < 4; ++k) {
+    std::thread([&] { EXPECT_EQ(denoised(2, k % 2 == 0 ? 0.6f : 1.4f), k % 2 == 0 ? faint : strong); }).join();
+  }
+}
+
+TEST(Host, Forks) {
+  EXPECT_EQ(statusOfScenario("fork"), 0);
+}
+
+TEST(Host, HasNoThreadsLeft) {
+  EXPECT_EQ(statusOfScenario("no-threads"), 0);
+}
+
+TEST(Host, ConfiguresTheTeamRuntime) {
+  const std::vector<std::vector<std::string>> environments = {
+      {"OMP_NUM_THREADS=1"},  {"OMP_NUM_THREADS=7"},      {"OMP_THREAD_LIMIT=1"},
+      {"OMP_THREAD_LIMIT=2"}, {"OMP_DYNAMIC=true"},       {"OMP_MAX_ACTIVE_LEVELS=4", "OMP_NUM_THREADS=2,2"},
+      {"OMP_STACKSIZE=64k"},  {"OMP_WAIT_POLICY=passive"}};
+  for (const auto& environment : environments) {
+    EXPECT_EQ(statusOfScenario("digest", environment), 0) << environment[0];
+  }
+}
+
+TEST(Host, HasSmallStacks) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+  pthread_t thread;
+  int wrong = 1;
+  ASSERT_EQ(pthread_create(
+                &thread, &attributes,
+                [](void* result) -> void* {
+                  *static_cast<int*>(result) = scenarioDigest();
+                  return nullptr;
+                },
+                &wrong),
+            0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST(Host, SetsAnotherFloatingPointEnvironment) {
+  const unsigned kept = _mm_getcsr();
+  constexpr unsigned kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040, kAllTraps = 0x1f80;
+  const auto run = [&](unsigned csr, int rounding) {
+    fesetround(rounding);
+    _mm_setcsr((_mm_getcsr() & ~kAllTraps) | (kAllTraps & ~(csr & kAllTraps)) | (csr & ~kAllTraps));
+    if ((csr & kAllTraps) != 0) feenableexcept(FE_ALL_EXCEPT & ~FE_INEXACT);
+    const unsigned before = _mm_getcsr();
+    const auto digest = tool::selfTestDigest();
+    const unsigned after = _mm_getcsr();
+    const int roundingAfter = fegetround();
+    fedisableexcept(FE_ALL_EXCEPT);
+    fesetround(FE_TONEAREST);
+    _mm_setcsr(kept);
+    EXPECT_EQ(digest, tool::kSelfTestExpected) << "control word " << csr << ", rounding " << rounding;
+    EXPECT_EQ(before & ~0x3fu, after & ~0x3fu) << "not given back";
+    EXPECT_EQ(roundingAfter, rounding);
+  };
+  run(0, FE_TONEAREST);
+  for (const int rounding : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) run(0, rounding);
+  run(kFlushToZero | kDenormalsAreZero, FE_TONEAREST);
+  run(kFlushToZero | kDenormalsAreZero, FE_UPWARD);
+  run(0x0e80, FE_TONEAREST);  // invalid, division by zero, overflow, underflow
+}
+
+// Subnormals and ties in the team's own threads, where the environment is each thread's.
+TEST(Host, HasTeamThreadsWithItsEnvironment) {
+  const auto expected = denoised(4);
+#pragma omp parallel num_threads(4)
+  {
+    _mm_setcsr(_mm_getcsr() | 0x8040);
+    fesetround(FE_UPWARD);
+  }
+  fesetround(FE_TONEAREST);
+  EXPECT_EQ(tool::selfTestDigest(), tool::kSelfTestExpected);
+#pragma omp parallel num_threads(4)
+  {
+    fesetround(FE_TONEAREST);
+    _mm_setcsr(0x1f80);
+  }
+  EXPECT_EQ(denoised(4), expected);
+}
+
+struct Resources {
+  long residentPages = 0, descriptors = 0, threads = 0;
+};
+
+Resources resourcesNow() {
+  Resources r;
+  long size = 0;
+  std::ifstream("/proc/self/statm") >> size >> r.residentPages;
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word == "Threads:") status >> r.threads;
+  }
+  for (int fd = 0; fd < 1024; ++fd)
+    r.descriptors += ::access(("/proc/self/fd/" + std::to_string(fd)).c_str(), F_OK) == 0;
+  return r;
+}
+
+// Only what the first calls needed stays.
+void expectNothingGrows(int calls, const std::function<void(int)>& call) {
+  Resources early;
+  for (int k = 0; k < calls; ++k) {
+    if (k == calls / 100) early = resourcesNow();
+    call(k);
+  }
+  const Resources late = resourcesNow();
+  EXPECT_LE(late.residentPages, early.residentPages + 64) << "pages";
+  EXPECT_EQ(late.descriptors, early.descriptors);
+  EXPECT_EQ(late.threads, early.threads);
+}
+
+TEST(Host, CallsTenThousandTimes) {
+  constexpr int kSide = 40;
+  auto in = noisyPicture(3 * 60 * 60);
+  std::vector<unsigned char> out(in.size());
+  auto hdr = noisyPicture(4 * kSide * kSide);
+  std::vector<unsigned char> hdrOut(hdr.size());
+  float params[NR_PARAM_COUNT];
+  expectNothingGrows(10000, [&](int k) {
+    nr_def(params);
+    params[NR_NOISE_LEVEL] = 1.0f;
+    denoise2(60, 60, 3, 180, 8, 56, k % 3 + 1, params, nullptr, in.data(), out.data());
+    if (k % 4 == 0) denoise1(100, kSide, kSide, 0, 0, 32, hdr.data(), hdrOut.data());
+  });
+}
+
+}  // namespace
+
+int runScenario(const std::string& name) {
+  if (name == "digest") return scenarioDigest();
+  if (name == "fork") return scenarioFork();
+  if (name == "no-threads") return scenarioNoThreads();
+  return 98;
+}
+
+}  // namespace veskaro::test
+
+int main(int argc, char** argv) {
+  if (argc == 3 && std::string(argv[1]) == "--scenario") return veskaro::test::runScenario(argv[2]);
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
