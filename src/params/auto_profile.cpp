@@ -159,28 +159,35 @@ struct HalfCounts {
   int highlights = 0;
 };
 
-// False when memory is exhausted.
-bool splitAtMedian(int count, const Scratch& s, int* order, HalfCounts* counts) {
-  if (rankInts(count, s.kept.average, order) != count) return false;
-  const int median = s.kept.average[order[count / 2]];
-  for (int i = 0; i < count; ++i) {
-    if (s.kept.average[i] < median) {
-      append(s.kept, i, s.shadows, &counts->shadows);
-    } else {
-      append(s.kept, i, s.highlights, &counts->highlights);
-    }
-  }
-  return true;
+// The average of rank count / 2. Averages are bytes, so counting them spares the sort.
+int medianOf(int count, const int* averages) {
+  int blocksWith[256] = {};
+  for (int i = 0; i < count; ++i) ++blocksWith[averages[i]];
+  int average = 0;
+  for (int upTo = blocksWith[0]; upTo <= count / 2; upTo += blocksWith[average]) ++average;
+  return average;
 }
 
-// Moves the count blocks of lowest deviation to the front of the list, lowest first. False when memory is exhausted.
-bool bringSmoothestToFront(int count, int blocks, const BlockList& list, const BlockList& picked, int* order) {
-  if (rankFloats(blocks, list.deviation, order) != blocks) return false;
+HalfCounts splitAtMedian(int count, const Scratch& s) {
+  HalfCounts counts;
+  const int median = medianOf(count, s.kept.average);
+  for (int i = 0; i < count; ++i) {
+    if (s.kept.average[i] < median) {
+      append(s.kept, i, s.shadows, &counts.shadows);
+    } else {
+      append(s.kept, i, s.highlights, &counts.highlights);
+    }
+  }
+  return counts;
+}
+
+// Moves the count blocks of lowest deviation to the front of the list, lowest first.
+void bringSmoothestToFront(int count, int blocks, const BlockList& list, const BlockList& picked, int* order) {
+  rankLowest(count, blocks, list.deviation, order);
   int taken = 0;
   while (taken < count) append(list, order[taken], picked, &taken);
   int moved = 0;
   while (moved < count) append(picked, moved, list, &moved);
-  return true;
 }
 
 bool isMeasurable(int value) {
@@ -247,15 +254,12 @@ float meanOfLowest(int count, const Scratch& s, const int* order) {
 
 // The noise statistic of the kept blocks. Returns NR_OK or what went wrong.
 int measureNoise(int kept, const ProfileView& picture, const Scratch& s, int* order, float* statistic) {
-  HalfCounts counts;
-  if (!splitAtMedian(kept, s, order, &counts)) return NR_ERROR_MEMORY;
+  const HalfCounts counts = splitAtMedian(kept, s);
   int perHalf = counts.shadows < counts.highlights ? counts.shadows : counts.highlights;
   if (perHalf == 0) return NR_ERROR_STATISTICS;
   if (perHalf > kCandidates) perHalf = kCandidates;
-  if (!bringSmoothestToFront(perHalf, counts.shadows, s.shadows, s.picked, order) ||
-      !bringSmoothestToFront(perHalf, counts.highlights, s.highlights, s.picked, order)) {
-    return NR_ERROR_MEMORY;
-  }
+  bringSmoothestToFront(perHalf, counts.shadows, s.shadows, s.picked, order);
+  bringSmoothestToFront(perHalf, counts.highlights, s.highlights, s.picked, order);
   for (int i = 0; i < perHalf; ++i) {
     s.shadows.deviation[i] = remeasureBlock(picture, kBlockSize, s.shadows.position[i]);
     s.highlights.deviation[i] = remeasureBlock(picture, kBlockSize, s.highlights.position[i]);

@@ -54,6 +54,13 @@ int rankFloats(int count, const float* keys, int* order) {
   return rank(count, keys, order);
 }
 
+void rankLowest(int lowest, int count, const float* keys, int* order) {
+  for (int i = 0; i < count; ++i) order[i] = i;
+  std::partial_sort(order, order + lowest, order + count, [keys](int a, int b) {
+    return isBefore<float>({keys[a], a}, {keys[b], b});
+  });
+}
+
 }  // namespace veskaro
 
 extern "C" {

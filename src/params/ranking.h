@@ -8,6 +8,9 @@ namespace veskaro {
 int rankInts(int count, const int* keys, int* order);
 int rankFloats(int count, const float* keys, int* order);
 
+// The same for the lowest of the keys only, none of which may be not-a-number: the rest of order is in no order.
+void rankLowest(int lowest, int count, const float* keys, int* order);
+
 }  // namespace veskaro
 
 #endif  // VESKARO_PARAMS_RANKING_H

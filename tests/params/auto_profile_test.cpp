@@ -123,8 +123,9 @@ TEST(AutoProfile, AveragesTheFourLowestOfThirtyTwoFromEachHalf) {
   for (std::size_t i = 0; i < 80; ++i) blocks[i].sparse = 1 + static_cast<int>(i % 40) * 2;  // ranks by the sparse look
   std::swap(blocks[3], blocks[35]);
   for (const std::size_t half : {0, 40}) {
-    blocks[half == 0 ? 31 : half + 31].dense = 12;  // the last candidate of its half
-    blocks[half + 32].dense = 0;                    // one too many: its smoothness must not count
+    blocks[half + 31].dense = 12;                         // the last candidate of its half
+    blocks[half + 32].dense = 0;                          // one too many: its smoothness must not count
+    blocks[half + 32].sparse = blocks[half + 31].sparse;  // though it ties with the last one
   }
   const double expected = (statistic({50, 1, 12}) + statistic({100, 1, 12}) + 2 * statistic({50, 1, 30})) / 4;
   EXPECT_NEAR(profileOf(blocks, 8).params[NR_NOISE_LEVEL], 35 * expected - 15, 1e-4);
