@@ -7,7 +7,7 @@ namespace veskaro::bench {
 
 // Names are kernel/NAME/TARGET and call/MEGAPIXELS/BITS/UNIT/NOISE/THREADS/TARGET.
 bool registerKernels();
-bool registerCalls(const Size& large, const Size& small, int repetitions);
+bool registerCalls(const Size& large, const Size& small);
 
 }  // namespace veskaro::bench
 

@@ -6,7 +6,7 @@
 
 #include "benchmarks.h"
 
-// Options of Google Benchmark, and --quick: smaller pictures, fewer repetitions.
+// Options of Google Benchmark, and --quick: smaller pictures.
 int main(int argc, char** argv) {
   using veskaro::bench::Size;
   bool isQuick = false;
@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   const Size large = isQuick ? Size{2000, 1500} : Size{4000, 3000};
   const Size small = isQuick ? Size{1024, 768} : Size{2048, 1536};
-  if (!veskaro::bench::registerKernels() || !veskaro::bench::registerCalls(large, small, isQuick ? 2 : 3)) {
+  if (!veskaro::bench::registerKernels() || !veskaro::bench::registerCalls(large, small)) {
     std::fputs("the photograph cannot be read\n", stderr);
     return 1;
   }

@@ -6,10 +6,11 @@ import sys
 
 
 def load(path):
-    """By the name of each benchmark: the shortest time in seconds, the shortest wall time, the pixels. The first is CPU
-    time for one thread, which a busy machine disturbs least, and wall time for a team."""
+    """By the name of each benchmark: the shortest time in seconds, the shortest wall and CPU times, the pixels. The first
+    is CPU time for one thread, which a busy machine disturbs least, and wall time for a team."""
     seconds = {}
     wall = {}
+    cpu = {}
     pixels = {}
     with open(path) as file:
         report = json.load(file)
@@ -21,8 +22,9 @@ def load(path):
         time = run["real_time" if is_team else "cpu_time"] / 1000
         seconds[name] = min(time, seconds.get(name, time))
         wall[name] = min(run["real_time"] / 1000, wall.get(name, float("inf")))
+        cpu[name] = min(run["cpu_time"] / 1000, cpu.get(name, float("inf")))
         pixels[name] = run["pixels"]
-    return seconds, wall, pixels
+    return seconds, wall, cpu, pixels
 
 
 def table(heads, rows):
@@ -79,25 +81,27 @@ def print_calls(calls, pixels, vectors):
     print("Whole calls at other settings: MP/s, and times the plain code.\n")
     best = vectors[-1]
     table(["call", "plain", best, "ratio"],
-          [[describe(group, False), rate(pixels[group + "/plain"], times["plain"]),
-            rate(pixels[group + "/plain"], times[best]), f"{times['plain'] / times[best]:.1f}x"]
+          [[describe(group, False), rate(pixels[f"{group}/{best}"], times["plain"]) if "plain" in times else "",
+            rate(pixels[f"{group}/{best}"], times[best]),
+            f"{times['plain'] / times[best]:.1f}x" if "plain" in times else ""]
            for group, times in calls.items() if group not in on_all])
 
 
-def print_teams(wall, vectors):
-    groups = by_target(wall, "call/")
+def print_teams(times, vectors, is_cpu, title):
+    groups = by_target(times, "call/")
     rows = []
     for group, team in groups.items():
         alone = groups.get(group.rsplit("/", 1)[0] + "/1")
         if settings(group)[4] != "1" and alone and len(team) == len(vectors) + 1:
-            rows.append([describe(group, True), *(f"{alone[t] / team[t]:.2f}x" for t in ("plain", *vectors))])
+            n = int(settings(group)[4]) if is_cpu else 1
+            rows.append([describe(group, True), *(f"{n * alone[t] / team[t]:.2f}x" for t in ("plain", *vectors))])
     if rows:
-        print("A team against one thread, wall time both.\n")
+        print(f"A team against one thread: {title}.\n")
         table(["call", "plain", *vectors], rows)
 
 
 def main():
-    seconds, wall, pixels = load(sys.argv[1])
+    seconds, wall, cpu, pixels = load(sys.argv[1])
     kernels = by_target(seconds, "kernel/")
     calls = by_target(seconds, "call/")
     order = ["SSSE3", "SSE4", "AVX2", "AVX3", "AVX3_DL"]
@@ -109,7 +113,8 @@ def main():
         print_kernels(kernels, pixels, vectors)
     if calls:
         print_calls(calls, pixels, vectors)
-        print_teams(wall, vectors)
+        print_teams(wall, vectors, False, "wall time, which other work on the machine lengthens")
+        print_teams(cpu, vectors, True, "what the CPU time of both allows when every thread has a core to itself")
 
 
 if __name__ == "__main__":
