@@ -75,8 +75,8 @@ HWY_INLINE Mask isOrdinary(V v) {
 }
 
 // Whether all samples of some planes over [xStart, xEnd) are.
-template <int kPlanes>
-HWY_INLINE bool areOrdinary(const float* const (&planes)[kPlanes], int xStart, int xEnd) {
+template <typename Float, int kPlanes>
+HWY_INLINE bool areOrdinary(Float* const (&planes)[kPlanes], int xStart, int xEnd) {
   const Floats d;
   Mask all = hn::Eq(hn::Zero(d), hn::Zero(d));
   for (int x = xStart; x < xEnd; x += lanes()) {
