@@ -37,6 +37,7 @@ class Installed(unittest.TestCase):
         self.assertEqual(links["libVeskaroNRLib.so"], "VeskaroNRLib.so")
         self.assertEqual(links["VeskaroNRLib.so"], "VeskaroNRLib.so.1")
         self.assertEqual(links["VeskaroNRLib.so.1"], "VeskaroNRLib.so.1.0.0")
+        self.assertNotRegex(run("readelf", "-dW", self.lib / "VeskaroNRLib.so.1"), "RPATH|RUNPATH")
         for path in self.prefix.rglob("*"):
             if path.is_file() and not path.is_symlink():
                 contents = path.read_bytes()
