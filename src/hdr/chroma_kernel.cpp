@@ -19,7 +19,7 @@ namespace HWY_NAMESPACE {
 
 namespace {
 
-constexpr int kStripColumns = 1024;
+constexpr int kStripColumns = 2048;
 
 HWY_INLINE V colorSum(const VRgb& c) {
   return hn::Add(hn::Add(c.g, c.r), c.b);
@@ -35,14 +35,25 @@ HWY_INLINE VRgb chromaticity(const VPixels& p) {
   return times(m, hn::IfThenElseZero(coloured, hn::Div(hn::Set(d, 1.0f), sum)));
 }
 
-// Chromaticity thresholds are not negative: what is left of a detail is the detail less its part within the threshold.
+// The value, or the threshold with its sign, whichever is smaller. The threshold is not negative.
+HWY_INLINE V within(V value, V threshold) {
+#if HWY_TARGET <= HWY_AVX3
+  constexpr int kSmallerMagnitudeSignOfFirst = 2;
+  return V{_mm512_range_ps(value.raw, threshold.raw, kSmallerMagnitudeSignOfFirst)};
+#else
+  return hn::Min(hn::Max(value, hn::Neg(threshold)), threshold);
+#endif
+}
+
+// What is left of a detail is the detail less its part within the threshold.
 struct ChromaShrink {
   explicit ChromaShrink(const ChromaJob& job) {
-    for (int level = 0; level < kDetailLevels; ++level) threshold[level] = noiseCoefficient(level) * job.thresholdScale;
+    for (int level = 0; level < kDetailLevels; ++level) {
+      threshold[level] = noiseCoefficient(level) * job.thresholdScale * scaleOfLevel(level);
+    }
   }
   HWY_INLINE V operator()(int level, V detail, V /*smooth*/) const {
-    const V t = hn::Set(Floats(), threshold[level]);
-    return hn::Sub(detail, hn::Min(hn::Max(detail, hn::Neg(t)), t));
+    return hn::Sub(detail, within(detail, hn::Set(Floats(), threshold[level])));
   }
   float threshold[kDetailLevels];
 };
@@ -118,7 +129,7 @@ class ChromaRunner {
     const Floats d;
     const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
     float* const to[3] = {rings_[0].base.at(y), rings_[1].base.at(y), rings_[2].base.at(y)};
-    forEachVector(strip.rowStart, strip.rowEnd, [&](int i) HWY_ATTR {
+    forEachVector(strip.rowStart, strip.rowEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(row, i);
       const int x = i - strip.rowStart;
       if (HWY_LIKELY(areOrdinary(p))) {
@@ -142,7 +153,7 @@ class ChromaRunner {
     const Floats d;
     const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
     const RgbeRow out = rowOf(job_.out, job_.size.width, y);
-    forEachVector(strip.xStart, strip.xEnd, [&](int i) HWY_ATTR {
+    forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(in, i);
       const int x = i - strip.xStart;
       if (HWY_LIKELY(areOrdinary(p))) {

@@ -52,9 +52,10 @@ int denoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned ch
   if (settings.chromaOnly || written < 0) return written;
 
   std::memcpy(picture, result, 4 * size.pixels());
-  std::memset(result, 0, 4 * size.pixels());
-  return denoiseLuminance({size, settings.strong, levels.luminanceShadows, levels.luminanceMedian, levels.luminance99,
-                           levels.luminanceThreshold, work, picture, result});
+  const int rebuilt = denoiseLuminance({size, settings.strong, levels.luminanceShadows, levels.luminanceMedian,
+                                        levels.luminance99, levels.luminanceThreshold, work, picture, result});
+  if (rebuilt < 0) std::memset(result, 0, 4 * size.pixels());
+  return rebuilt;
 }
 
 }  // namespace veskaro

@@ -20,26 +20,90 @@ namespace veskaro {
 namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
-// The plain form scales both passes by a quarter; scaling by powers of two commutes with every rounding here, so that
-// one scaling serves both. Products with powers of two are exact: fusing them with a sum changes nothing.
+// The plain form scales both passes of a level by a quarter. Scaling by powers of two commutes with every rounding
+// here, so the passes leave it out, the smoothed image of a level is kept 16^(level + 1) times too large, and the scale
+// is taken back when the details are added up. Products with powers of two are exact: fusing them with a sum changes
+// nothing.
+constexpr float scaleOfLevel(int level) {
+  return static_cast<float>(1 << (4 * (level + 1)));
+}
+
+HWY_INLINE V weighTaps(V before, V centre, V after) {
+  return hn::MulAdd(centre, hn::Set(Floats(), 2.0f), hn::Add(before, after));
+}
 
 // to[x] = four times the mean of from[x - spacing], from[x] twice, from[x + spacing].
-HWY_INLINE void smoothAlongRow(const float* from, float* to, int columns, int spacing) {
+HWY_INLINE void smoothAlongRow(const float* from, float* to, int start, int end, int spacing) {
   const Floats d;
-  const V two = hn::Set(d, 2.0f);
-  for (int x = 0; x < columns; x += lanes()) {
-    const V outer = hn::Add(hn::LoadU(d, from + x - spacing), hn::LoadU(d, from + x + spacing));
-    hn::Store(hn::MulAdd(hn::Load(d, from + x), two, outer), d, to + x);
+  for (int x = start; x < end; x += lanes()) {
+    hn::Store(weighTaps(hn::LoadU(d, from + x - spacing), hn::Load(d, from + x), hn::LoadU(d, from + x + spacing)), d,
+              to + x);
   }
 }
 
-// to = the mean of three such rows, the middle one taken twice.
-HWY_INLINE void smoothAcrossRows(const float* above, const float* row, const float* below, float* to, int columns) {
+// Sixteen times the mean, of three such rows.
+HWY_INLINE V smoothAcross(const float* above, const float* row, const float* below, int x) {
   const Floats d;
-  const V sixteenth = hn::Set(d, 0.0625f), eighth = hn::Set(d, 0.125f);
+  return weighTaps(hn::Load(d, above + x), hn::Load(d, row + x), hn::Load(d, below + x));
+}
+
+// The lanes that lie kDistance before those of current, and behind.
+template <int kDistance>
+HWY_INLINE V lanesBefore(V previous, V current) {
+#if HWY_TARGET <= HWY_AVX3
+  return V{_mm512_castsi512_ps(
+      _mm512_alignr_epi32(_mm512_castps_si512(current.raw), _mm512_castps_si512(previous.raw), 16 - kDistance))};
+#else
+  const Floats d;
+  constexpr int kBytes = 16 - 4 * kDistance;
+#if HWY_TARGET <= HWY_AVX2
+  const V middle = hn::ConcatLowerUpper(d, current, previous);
+  if constexpr (kDistance == 4) return middle;
+#else
+  const V middle = previous;
+#endif
+  if constexpr (kBytes > 0) return hn::CombineShiftRightBytes<kBytes>(d, current, middle);
+#endif
+}
+
+template <int kDistance>
+HWY_INLINE V lanesAfter(V current, V next) {
+#if HWY_TARGET <= HWY_AVX3
+  return V{_mm512_castsi512_ps(
+      _mm512_alignr_epi32(_mm512_castps_si512(next.raw), _mm512_castps_si512(current.raw), kDistance))};
+#else
+  const Floats d;
+#if HWY_TARGET <= HWY_AVX2
+  const V middle = hn::ConcatLowerUpper(d, next, current);
+  if constexpr (kDistance == 4) return middle;
+#else
+  const V middle = next;
+#endif
+  if constexpr (kDistance < 4) return hn::CombineShiftRightBytes<4 * kDistance>(d, middle, current);
+#endif
+}
+
+// What one level leaves of a row, and that row smoothed along x for the next level, whose taps are kNextSpacing apart.
+// The second lags behind the first and does not reach the ends.
+template <int kNextSpacing>
+HWY_INLINE void smoothAcrossThenAlong(const float* above, const float* row, const float* below, float* smooth,
+                                      float* nextAcross, int columns) {
+  const Floats d;
+  V beforeLast = hn::Zero(d), last = hn::Zero(d);
   for (int x = 0; x < columns; x += lanes()) {
-    const V outer = hn::Mul(hn::Add(hn::Load(d, above + x), hn::Load(d, below + x)), sixteenth);
-    hn::Store(hn::MulAdd(hn::Load(d, row + x), eighth, outer), d, to + x);
+    const V current = smoothAcross(above, row, below, x);
+    hn::Store(current, d, smooth + x);
+    if constexpr (kNextSpacing < HWY_LANES(float)) {
+      const V along =
+          weighTaps(lanesBefore<kNextSpacing>(beforeLast, last), last, lanesAfter<kNextSpacing>(last, current));
+      hn::Store(along, d, nextAcross + x - lanes());
+      beforeLast = last;
+      last = current;
+    } else {
+      const float* const centre = smooth + x - kNextSpacing;
+      hn::Store(weighTaps(hn::Load(d, centre - kNextSpacing), hn::Load(d, centre), current), d,
+                nextAcross + x - kNextSpacing);
+    }
   }
 }
 
@@ -53,53 +117,91 @@ class DetailStream {
   // Makes every row that row y of the result needs.
   void advanceTo(int y) { makeSmooth(kDetailLevels - 1, y); }
 
-  // to[x] = the shrunk details of all levels, finest first, then the last level's smoothed image, at row y.
+  // to[x] = the shrunk details of all levels, finest first, then the last level's smoothed image, at row y. shrink gets
+  // a level's detail and smoothed value at that level's scale, and answers at it.
   template <class Shrink>
   HWY_INLINE void addUp(int plane, int y, const Shrink& shrink, float* to) const {
     const Floats d;
+    const V sixteen = hn::Set(d, 16.0f);
     const DetailRings& r = rings_[plane];
     const int offset = strip_.xStart - strip_.rowStart, columns = strip_.xEnd - strip_.xStart;
     const float* rows[kDetailLevels + 1] = {r.base.at(y) + offset};
     for (int level = 0; level < kDetailLevels; ++level) rows[level + 1] = r.smooth[level].at(y) + offset;
     for (int x = 0; x < columns; x += lanes()) {
-      V finer = hn::Load(d, rows[1] + x);
-      V sum = shrink(0, hn::Sub(hn::Load(d, rows[0] + x), finer), finer);
+      V smooth = hn::Load(d, rows[1] + x);
+      V sum = hn::Mul(shrink(0, hn::MulSub(hn::Load(d, rows[0] + x), sixteen, smooth), smooth),
+                      hn::Set(d, 1.0f / scaleOfLevel(0)));
       HWY_UNROLL(4)
       for (int level = 1; level < kDetailLevels; ++level) {
-        const V smooth = hn::Load(d, rows[level + 1] + x);
-        sum = hn::Add(sum, shrink(level, hn::Sub(finer, smooth), smooth));
-        finer = smooth;
+        const V finer = smooth;
+        smooth = hn::Load(d, rows[level + 1] + x);
+        sum = hn::MulAdd(shrink(level, hn::MulSub(finer, sixteen, smooth), smooth),
+                         hn::Set(d, 1.0f / scaleOfLevel(level)), sum);
       }
-      hn::Store(hn::Add(sum, finer), d, to + x);
+      hn::Store(hn::MulAdd(smooth, hn::Set(d, 1.0f / scaleOfLevel(kDetailLevels - 1)), sum), d, to + x);
     }
   }
 
  private:
   void makeSmooth(int level, int last) {
-    const int spacing = levelSpacing(level);
     for (int& y = smoothDone_[level]; y <= last; ++y) {
-      makeAcross(level, std::min(y + spacing, height_ - 1));
+      const int spacing = levelSpacing(level);
+      const int finer = std::min(y + spacing, height_ - 1);
+      if (level == 0) {
+        makeBase(finer);
+      } else {
+        makeSmooth(level - 1, finer);
+      }
+      for (int p = 0; p < kPlanes; ++p) smoothRow(rings_[p], level, y);
+    }
+  }
+
+  void makeBase(int last) {
+    for (int& y = baseDone_; y <= last; ++y) {
+      makeRow_(y);
       for (int p = 0; p < kPlanes; ++p) {
-        const StripRing& across = rings_[p].across[level];
-        smoothAcrossRows(across.at(mirroredRow(y - spacing)), across.at(y), across.at(mirroredRow(y + spacing)),
-                         rings_[p].smooth[level].at(y), strip_.columns());
+        float* const base = rings_[p].base.at(y);
+        mirrorEnds(base, 1);
+        smoothAlongRow(base, rings_[p].across[0].at(y), 0, strip_.columns(), 1);
       }
     }
   }
 
-  void makeAcross(int level, int last) {
-    for (int& y = acrossDone_[level]; y <= last; ++y) {
-      if (level == 0) {
-        makeRow_(y);
-      } else {
-        makeSmooth(level - 1, y);
-      }
-      for (int p = 0; p < kPlanes; ++p) {
-        float* const finer = (level == 0 ? rings_[p].base : rings_[p].smooth[level - 1]).at(y);
-        mirrorEnds(finer, levelSpacing(level));
-        smoothAlongRow(finer, rings_[p].across[level].at(y), strip_.columns(), levelSpacing(level));
-      }
+  void smoothRow(const DetailRings& rings, int level, int y) const {
+    const int columns = strip_.columns(), spacing = levelSpacing(level);
+    const StripRing& across = rings.across[level];
+    const float* const above = across.at(mirroredRow(y - spacing));
+    const float* const row = across.at(y);
+    const float* const below = across.at(mirroredRow(y + spacing));
+    float* const smooth = rings.smooth[level].at(y);
+    if (level + 1 == kDetailLevels) {
+      for (int x = 0; x < columns; x += lanes()) hn::Store(smoothAcross(above, row, below, x), Floats(), smooth + x);
+      return;
     }
+    float* const next = rings.across[level + 1].at(y);
+    switch (level) {
+      case 0:
+        smoothAcrossThenAlong<2>(above, row, below, smooth, next, columns);
+        break;
+      case 1:
+        smoothAcrossThenAlong<4>(above, row, below, smooth, next, columns);
+        break;
+      case 2:
+        smoothAcrossThenAlong<8>(above, row, below, smooth, next, columns);
+        break;
+      default:
+        smoothAcrossThenAlong<16>(above, row, below, smooth, next, columns);
+    }
+    finishAlong(smooth, next, 2 * spacing);
+  }
+
+  // The ends of a row along x, which are mirrored at the picture's edges.
+  void finishAlong(float* smooth, float* next, int spacing) const {
+    const int columns = strip_.columns();
+    mirrorEnds(smooth, spacing);
+    if (strip_.atLeftEdge) smoothAlongRow(smooth, next, 0, kMaxLanes, spacing);
+    const int whole = (columns + lanes() - 1) / lanes() * lanes();
+    smoothAlongRow(smooth, next, std::max(0, whole - 2 * kMaxLanes), columns, spacing);
   }
 
   int mirroredRow(int y) const { return y >= 0 && y < height_ ? y : static_cast<int>(mirroredIndex(y, height_)); }
@@ -114,7 +216,7 @@ class DetailStream {
   const int height_;
   const Strip strip_;
   const MakeRow& makeRow_;
-  int acrossDone_[kDetailLevels] = {};
+  int baseDone_ = 0;
   int smoothDone_[kDetailLevels] = {};
 };
 

@@ -50,7 +50,7 @@ class StripPlan {
 };
 
 // The last rows of one plane of a strip, addressed by row number. In front of a row there is room for the taps of the
-// coarsest level, behind it for them and for a partial vector.
+// coarsest level and as much again for kernels that lag behind by them; behind it for the taps and a partial vector.
 class StripRing {
  public:
   StripRing() = default;
@@ -60,8 +60,8 @@ class StripRing {
   float* at(int y) const { return base_ + (y % slots_) * rowFloats_ + kRoom; }
 
  private:
-  static constexpr int kRoom = kMaxLanes;
-  static constexpr std::ptrdiff_t paddedRow(int columns) { return roundUpToLanes(columns) + 3 * kRoom; }
+  static constexpr int kRoom = 2 * kMaxLanes;
+  static constexpr std::ptrdiff_t paddedRow(int columns) { return roundUpToLanes(columns) + 2 * kRoom; }
 
   int slots_ = 0;
   std::ptrdiff_t rowFloats_ = 0;

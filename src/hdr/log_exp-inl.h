@@ -25,6 +25,11 @@ template <int kSize>
 HWY_INLINE VW lookUp(const std::uint32_t (&table)[kSize], VW index) {
   const Words d;
   constexpr int kLanes = static_cast<int>(HWY_LANES(float));
+#if HWY_TARGET <= HWY_AVX3
+  if constexpr (kSize == 2 * kLanes) {
+    return VW{_mm512_permutex2var_epi32(hn::Load(d, table).raw, index.raw, hn::Load(d, table + kLanes).raw)};
+  }
+#endif
   if constexpr (kLanes >= 8) {
     const auto lane = hn::IndicesFromVec(d, hn::And(index, hn::Set(d, kLanes - 1)));
     VW found[kSize / kLanes];
@@ -101,21 +106,25 @@ HWY_INLINE V logOf(V v) {
   const VD offset = hn::Set(dd, 4503599627370496.0 + 2147483648.0);
   const Interleaved ks = joinWords(hn::Xor(k, hn::Set(d, 0x80000000u)), hn::Set(d, 0x43300000u));
 
-  const auto& inverse = LogConstants::inverse();
-  const auto& logarithm = LogConstants::logarithm();
+  constexpr const auto& inverse = LogConstants::kInverse;
+  constexpr const auto& logarithm = LogConstants::kLogarithm;
   const Interleaved inverses = joinWords(lookUp(inverse.low, interval), lookUp(inverse.high, interval));
   const Interleaved logs = joinWords(lookUp(logarithm.low, interval), lookUp(logarithm.high, interval));
   return narrowInterleaved(logOfParts(hn::Sub(ks.first, offset), zs.first, inverses.first, logs.first),
                            logOfParts(hn::Sub(ks.second, offset), zs.second, inverses.second, logs.second));
 }
 
-// 32 x / ln 2 - steps to double precision of the small result. x is a float: the product with the leading half of the
-// factor is exact, so it does without fused operations.
+// 32 x / ln 2 - steps to double precision of the small result. x is a float: without fused operations, the product with
+// the leading half of the factor is exact.
 HWY_INLINE VD fractionOfStep(VD x, VD steps) {
   const Doubles d;
+#if HWY_NATIVE_FMA
+  return hn::MulSub(x, hn::Set(d, ExpConstants::kStepsPerLn2), steps);
+#else
   constexpr double kLeading = 0x1.715476p+0 * ExpConstants::kSteps;  // the first 27 bits
   constexpr double kTrailing = ExpConstants::kStepsPerLn2 - kLeading;
   return hn::Add(hn::Sub(hn::Mul(x, hn::Set(d, kLeading)), steps), hn::Mul(x, hn::Set(d, kTrailing)));
+#endif
 }
 
 HWY_INLINE VD expOfDouble(VD x) {
@@ -128,7 +137,7 @@ HWY_INLINE VD expOfDouble(VD x) {
 
   const auto k = hn::BitCast(du, shifted);
   const VW index = hn::DupEven(hn::BitCast(dw, k));
-  const auto& powers = ExpConstants::powers();
+  constexpr const auto& powers = ExpConstants::kPowers;
   const VW entry = hn::OddEven(lookUp(powers.high, index), lookUp(powers.low, index));
   const VD power = hn::BitCast(d, hn::Add(hn::BitCast(du, entry), hn::ShiftLeft<47>(k)));
 

@@ -26,12 +26,23 @@ constexpr int kStripColumns = 2048;
 // Beyond these the exponential, or the colour rebuilt from it, may leave the range of ordinary pixels.
 constexpr float kLargestLog = 80.0f;
 
+// The curve of a level for smoothed values and thresholds at the level's scale.
+ThresholdCurve scaledCurve(const LuminanceJob& job, int level) {
+  ThresholdCurve curve(job, level);
+  for (float* value :
+       {&curve.shadowsEnd, &curve.midEnd, &curve.zeroAbove, &curve.shadows, &curve.midOffset, &curve.highOffset}) {
+    *value *= scaleOfLevel(level);
+  }
+  return curve;
+}
+
 // The threshold may be negative, so both tests are made, in their order.
 struct LuminanceShrink {
-  explicit LuminanceShrink(const LuminanceJob& job) : curves{{job, 0}, {job, 1}, {job, 2}, {job, 3}, {job, 4}} {}
+  explicit LuminanceShrink(const LuminanceJob& job)
+      : curves{scaledCurve(job, 0), scaledCurve(job, 1), scaledCurve(job, 2), scaledCurve(job, 3),
+               scaledCurve(job, 4)} {}
 
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
-    const Floats d;
     const V threshold = thresholdAt(curves[level], smooth);
     const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
     return hn::IfThenElse(hn::Gt(hn::Neg(threshold), detail), hn::Add(detail, threshold), above);
@@ -49,10 +60,25 @@ struct LuminanceShrink {
   ThresholdCurve curves[kDetailLevels];
 };
 
+// Whether every number of a level's curve is far from the ends of the float range, so that scaling it is exact.
+bool isOrdinary(const ThresholdCurve& c) {
+  const auto moderate = [](float v) { return v == 0.0f || (std::abs(v) > 1e-25f && std::abs(v) < 1e25f); };
+  return moderate(c.shadowsEnd) && moderate(c.midEnd) && moderate(c.shadows) && moderate(c.midSlope) &&
+         moderate(c.midOffset) && moderate(c.highSlope) && moderate(c.highOffset);
+}
+
+bool areOrdinary(const LuminanceJob& job) {
+  if (job.size.width < kNarrowest) return false;
+  for (int level = 0; level < kDetailLevels; ++level) {
+    if (!isOrdinary(ThresholdCurve(job, level))) return false;
+  }
+  return true;
+}
+
 // Black counts as 1, whose logarithm comes out as 0.
 HWY_INLINE V logLuminance(const VPixels& p) {
   const Floats d;
-  const V y = hn::Mul(luminance(widenMantissas(p)), scaleOf(p));
+  const V y = hn::Mul(luminance(mantissas(p)), scaleOf(p));
   return logOf(hn::IfThenElse(hn::Gt(y, hn::Zero(d)), y, hn::Set(d, 1.0f)));
 }
 
@@ -88,7 +114,7 @@ class LuminanceRunner {
   void makeLogs(const Strip& strip, int y) const {
     const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
     float* const to = rings_.base.at(y);
-    forEachVector(strip.rowStart, strip.rowEnd, [&](int i) HWY_ATTR {
+    forEachVector(strip.rowStart, strip.rowEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(row, i);
       float* const x = to + (i - strip.rowStart);
       if (HWY_LIKELY(areOrdinary(p))) {
@@ -103,7 +129,7 @@ class LuminanceRunner {
     const Floats d;
     const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
     const RgbeRow out = rowOf(job_.out, job_.size.width, y);
-    forEachVector(strip.xStart, strip.xEnd, [&](int i) HWY_ATTR {
+    forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(in, i);
       const float* const x = result_ + (i - strip.xStart);
       const V logLuma = hn::LoadU(d, x);
@@ -126,7 +152,7 @@ class LuminanceRunner {
 }  // namespace
 
 int denoiseLuminance(const LuminanceJob& job) {
-  if (job.size.width < kNarrowest) return vectors::kNotTaken;
+  if (!areOrdinary(job)) return vectors::kNotTaken;
   const bool done = runWithScratch([&job](Arena* arena) { return LuminanceRunner(job, arena); });
   return done ? job.size.height : NR_ERROR_MEMORY;
 }

@@ -85,13 +85,12 @@ HWY_INLINE void storePixels(const VRgb& c, const RgbeRow& row, int i) {
 }
 
 // Calls visit(i) for the first pixel of each whole vector of [start, end); the last ones overlap. At least a vector's
-// worth of pixels.
+// worth of pixels. For the sake of speed the visit is to be inlined.
 template <class Visit>
 HWY_INLINE void forEachVector(int start, int end, const Visit& visit) {
-  int i = start;
-  for (; i + lanes() < end; i += lanes()) visit(i);
-  visit(end - lanes());
+  for (int i = start; i < end; i += lanes()) visit(i + lanes() <= end ? i : end - lanes());
 }
+#define VESKARO_INLINE_LAMBDA HWY_ATTR __attribute__((always_inline))
 
 #endif  // HWY_TARGET != HWY_SCALAR
 }  // namespace HWY_NAMESPACE

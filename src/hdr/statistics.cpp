@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "VeskaroNRLib.h"
+#include "hdr/percentile_search.h"
 #include "hdr/rgbe.h"
 #include "hdr/ybr.h"
 #include "host/fp_environment.h"
@@ -15,41 +16,7 @@ namespace veskaro {
 
 namespace {
 
-constexpr int kBins = 65536;
-
-float logOrZero(float value) {
-  return value > 0.0f ? std::log(value) : 0.0f;
-}
-
-// One measured quantity: its extremes, then its histogram between them. Bins are counted with 65535 steps over the
-// range and read back with 65536.
-class LogHistogram {
- public:
-  void extend(float value) {
-    min_ = std::min(min_, value);
-    max_ = std::max(max_, value);
-  }
-  bool hasSpread() const { return min_ < max_ && max_ < std::numeric_limits<float>::infinity(); }
-
-  void startCounting(int* bins) {
-    bins_ = bins;
-    toBin_ = 65535.0f / (max_ - min_);
-  }
-  void count(float value) { ++bins_[std::clamp(static_cast<int>((value - min_) * toBin_), 0, kBins - 1)]; }
-
-  float percentile(float perc, std::size_t pixels) const {
-    const float fromBin = (max_ - min_) * 1.52587890625e-05f;
-    return static_cast<float>(percentileBin(perc, pixels, kBins, bins_)) * fromBin + min_;
-  }
-  double range() const { return static_cast<double>(max_) - static_cast<double>(min_); }
-
- private:
-  // A picture that is uniform and below 1 has spread all the same: its maximum stays 0.
-  float min_ = 1e9f;
-  float max_ = 0.0f;
-  float toBin_ = 0.0f;
-  int* bins_ = nullptr;
-};
+constexpr float kShares[kPercentiles] = {0.01f, 0.5f, 0.99f};
 
 // Calls visit(log colour sum, log luminance) for every pixel; black counts as 0, the log of 1.
 template <class Visit>
@@ -68,31 +35,56 @@ float towards(float from, float to, double share) {
   return static_cast<float>(from + share * static_cast<double>(to - from));
 }
 
-HdrStatistics summarize(const LogHistogram& sum, const LogHistogram& luminance, std::size_t pixels,
-                        float initialThreshold) {
-  const float sumP01 = sum.percentile(0.01f, pixels);
-  const float sumMedian = sum.percentile(0.5f, pixels);
-  const float sumP99 = sum.percentile(0.99f, pixels);
-  const float lumP01 = luminance.percentile(0.01f, pixels);
-  const float medY = luminance.percentile(0.5f, pixels);
-  const float satY = luminance.percentile(0.99f, pixels);
-  const float seuil = static_cast<float>(2.0 * initialThreshold * luminance.range());
-  return {towards(sumMedian, sumP01, 0.25),
-          towards(sumMedian, sumP99, 0.5),
-          (lumP01 + medY) * 0.5f,
+HdrStatistics summarize(const LogPercentiles& sum, const LogPercentiles& luminance, float initialThreshold) {
+  const auto at = [](const LogPercentiles& p, int n) { return p.scale.valueOf(p.bins[n]); };
+  const float sumMedian = at(sum, 1), medY = at(luminance, 1), satY = at(luminance, 2);
+  const float seuil = static_cast<float>(2.0 * initialThreshold * luminance.scale.range());
+  return {towards(sumMedian, at(sum, 0), 0.25),
+          towards(sumMedian, at(sum, 2), 0.5),
+          (at(luminance, 0) + medY) * 0.5f,
           medY,
           satY,
           (satY - medY) * seuil};
+}
+
+// The share of the pixels as a count, truncated. False when no running sum can exceed it.
+bool percentileLimit(float perc, std::size_t imageSize, std::uint64_t* limit) {
+  const float target = perc * static_cast<float>(imageSize);
+  constexpr float kUnsignedLimit = 18446744073709551616.0f;
+  if (!(target < kUnsignedLimit)) return false;  // or not a number
+  *limit = target > 0.0f ? static_cast<std::uint64_t>(target) : 0;
+  return true;
+}
+
+// Two passes: the extremes of the logarithms, then their histograms.
+int countPercentiles(const PictureSize& size, const unsigned char* picture, LogPercentiles* sum,
+                     LogPercentiles* luminance) {
+  forEachPixel(size, picture, [&](float logSum, float logLuminance) {
+    sum->scale.extend(logSum);
+    luminance->scale.extend(logLuminance);
+  });
+  if (!sum->scale.hasSpread() || !luminance->scale.hasSpread()) return NR_ERROR_STATISTICS;
+
+  HeapArray<int> histo32ch(kLogBins, Fill::kZeros), histo32lum(kLogBins, Fill::kZeros);
+  if (!histo32ch || !histo32lum) return NR_ERROR_MEMORY;
+  const float ech0ch = sum->scale.binsPerUnit(), ech0lum = luminance->scale.binsPerUnit();
+  forEachPixel(size, picture, [&](float logSum, float logLuminance) {
+    ++histo32ch.data()[sum->scale.binOf(logSum, ech0ch)];
+    ++histo32lum.data()[luminance->scale.binOf(logLuminance, ech0lum)];
+  });
+  for (int n = 0; n < kPercentiles; ++n) {
+    sum->bins[n] = percentileBin(kShares[n], size.pixels(), kLogBins, histo32ch.data());
+    luminance->bins[n] = percentileBin(kShares[n], size.pixels(), kLogBins, histo32lum.data());
+  }
+  return NR_OK;
 }
 
 }  // namespace
 
 int percentileBin(float perc, std::size_t imageSize, int histoLen, const int* histo) {
   if (histoLen < 1) return 0;
-  const float target = perc * static_cast<float>(imageSize);
-  constexpr float kUnsignedLimit = 18446744073709551616.0f;
-  if (!(target < kUnsignedLimit)) return histoLen;  // more than any sum, or not a number
-  const std::uint64_t limit = target > 0.0f ? static_cast<std::uint64_t>(target) : 0;
+  std::uint64_t limit;
+  if (!percentileLimit(perc, imageSize, &limit)) return histoLen;
   std::uint64_t sum = 0;
   for (int i = 0; i < histoLen; ++i) {
     sum += static_cast<std::uint64_t>(static_cast<std::int64_t>(histo[i]));
@@ -104,23 +96,13 @@ int percentileBin(float perc, std::size_t imageSize, int histoLen, const int* hi
 int measurePicture(const PictureSize& size, const unsigned char* picture, float initialThreshold,
                    HdrStatistics* statistics) {
   if (size.isEmpty()) return NR_ERROR_STATISTICS;
-  LogHistogram sum, luminance;
-  forEachPixel(size, picture, [&](float logSum, float logLuminance) {
-    sum.extend(logSum);
-    luminance.extend(logLuminance);
-  });
-  if (!sum.hasSpread() || !luminance.hasSpread()) return NR_ERROR_STATISTICS;
-
-  HeapArray<int> histo32ch(kBins, Fill::kZeros), histo32lum(kBins, Fill::kZeros);
-  if (!histo32ch || !histo32lum) return NR_ERROR_MEMORY;
-  sum.startCounting(histo32ch.data());
-  luminance.startCounting(histo32lum.data());
-  forEachPixel(size, picture, [&](float logSum, float logLuminance) {
-    sum.count(logSum);
-    luminance.count(logLuminance);
-  });
-  *statistics = summarize(sum, luminance, size.pixels(), initialThreshold);
-  return NR_OK;
+  std::uint64_t ranks[kPercentiles] = {};
+  for (int n = 0; n < kPercentiles; ++n) percentileLimit(kShares[n], size.pixels(), &ranks[n]);
+  LogPercentiles quantities[kQuantities];
+  int result = searchPercentiles(size, picture, ranks, quantities);
+  if (result == vectors::kNotTaken) result = countPercentiles(size, picture, &quantities[0], &quantities[1]);
+  if (result == NR_OK) *statistics = summarize(quantities[0], quantities[1], initialThreshold);
+  return result;
 }
 
 }  // namespace veskaro

@@ -101,7 +101,7 @@ TEST(VectorForms, StagesWithAnyLevels) {
 
 TEST(VectorForms, Statistics) {
   unsigned seed = 0;
-  for (const Size& size : {Size{1, 1}, Size{7, 3}, Size{15, 40}, Size{16, 16}, Size{33, 90}, Size{700, 300}}) {
+  for (const Size& size : {Size{1, 1}, Size{7, 3}, Size{15, 40}, Size{16, 16}, Size{33, 1100}, Size{700, 300}}) {
     for (Kind kind : kAllKinds) {
       RgbePicture picture = randomPicture(size.width, size.height, kind, ++seed);
       const auto measure = [&] {
