@@ -7,6 +7,7 @@
 #endif
 
 #include "filters/colour_difference.h"
+#include "filters/level_stream.h"
 #include "simd/rows.h"
 #include "simd/vectors-inl.h"
 
@@ -33,6 +34,18 @@ HWY_INLINE void storeRgb(const VectorRgb& p, const Rows& row, std::ptrdiff_t x) 
   hn::StoreU(p.r, d, row.plane[0] + x);
   hn::StoreU(p.g, d, row.plane[1] + x);
   hn::StoreU(p.b, d, row.plane[2] + x);
+}
+
+HWY_INLINE VectorRgb loadRgb(const StripRow& row, std::ptrdiff_t x) {
+  const Floats d;
+  return {hn::LoadU(d, row.plane(0) + x), hn::LoadU(d, row.plane(1) + x), hn::LoadU(d, row.plane(2) + x)};
+}
+
+HWY_INLINE void storeRgb(const VectorRgb& p, const StripRow& row, std::ptrdiff_t x) {
+  const Floats d;
+  hn::StoreU(p.r, d, row.plane(0) + x);
+  hn::StoreU(p.g, d, row.plane(1) + x);
+  hn::StoreU(p.b, d, row.plane(2) + x);
 }
 
 HWY_INLINE VectorYcc toYcc(const VectorRgb& p) {

@@ -67,11 +67,9 @@ bool toComparisonImage(std::ptrdiff_t pixels, const float* level, float* compari
 
 // One filter alone. Strips need no margins here: what they read is not what they write.
 struct NoiseStream {
-  NoiseStream(Arena* arena, const Rectangle& area)
-      : noise(arena, stripRowFloats(area.xEnd - area.xStart)),
-        rows(arena, 3, stripRowFloats(area.xEnd - area.xStart)) {}
+  NoiseStream(Arena* arena, const Rectangle&) : noise(arena), rows(arena) {}
   NoiseStage noise;
-  RowRing rows;  // own, reduced, records
+  StripRing<3> rows;  // own, reduced, records
 };
 
 bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
@@ -85,28 +83,25 @@ bool reduceNoise(int width, const Rectangle& area, const float* level, const flo
       const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
       for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
         const int loaded = area.yStart - kReach + t;
-        s.noise.useOwnRow(t);
-        levelImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.level(t) + -kReach);
-        comparisonImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.comparison(t) + -kReach);
+        levelImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.level(t).rows() + -kReach);
+        comparisonImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.comparison(t).rows() + -kReach);
         s.noise.rowsLoaded(t, -kReach, columns + kReach);
         if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
         if (t < 2 * kReach) continue;
         const int y = t - kReach;
-        destImage.load(x, loaded - kReach, columns, s.rows.at(0));
+        destImage.load(x, loaded - kReach, columns, s.rows.at(0).rows());
         s.noise.reduce(y, 0, columns, s.rows.at(0), s.rows.at(1), s.rows.at(2), settings);
-        destImage.store(s.rows.at(1), x, loaded - kReach, columns);
-        recordImage.store(s.rows.at(2), x, loaded - kReach, columns);
+        destImage.store(s.rows.at(1).rows(), x, loaded - kReach, columns);
+        recordImage.store(s.rows.at(2).rows(), x, loaded - kReach, columns);
       }
     }
   });
 }
 
 struct SharpenStream {
-  SharpenStream(Arena* arena, const Rectangle& area)
-      : sharpen(arena, stripRowFloats(area.xEnd - area.xStart)),
-        records(arena, 1, stripRowFloats(area.xEnd - area.xStart)) {}
+  SharpenStream(Arena* arena, const Rectangle&) : sharpen(arena), records(arena) {}
   SharpenStage sharpen;
-  RowRing records;
+  StripRing<1> records;
 };
 
 bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
@@ -119,14 +114,13 @@ bool sharpen(int width, const Rectangle& area, const float* reduced, const float
       const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
       for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
         const int loaded = area.yStart - kReach + t;
-        s.sharpen.useOwnRow(t);
-        reducedImage.load(x - kReach, loaded, columns + 2 * kReach, s.sharpen.reduced(t) + -kReach);
+        reducedImage.load(x - kReach, loaded, columns + 2 * kReach, s.sharpen.reduced(t).rows() + -kReach);
         s.sharpen.rowLoaded(t, -kReach, columns + kReach);
         if (t >= kReach) s.sharpen.computeDistances(t - kReach, 0, columns);
         if (t < 2 * kReach) continue;
-        recordImage.load(x, loaded - kReach, columns, s.records.at(0));
+        recordImage.load(x, loaded - kReach, columns, s.records.at(0).rows());
         s.sharpen.sharpen(t - kReach, 0, columns, s.records.at(0), settings);
-        destImage.store(s.sharpen.sharpened(), x, loaded - kReach, columns);
+        destImage.store(s.sharpen.sharpened().rows(), x, loaded - kReach, columns);
       }
     }
   });

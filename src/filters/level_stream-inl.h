@@ -21,7 +21,8 @@ namespace veskaro {
 namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
-HWY_INLINE void toComparisonRow(const Rows& rgb, int xStart, int xEnd, const Rows& comparison) {
+template <class Row>
+HWY_INLINE void toComparisonRow(const Row& rgb, int xStart, int xEnd, const Row& comparison) {
   for (int x = xStart; x < xEnd; x += lanes()) {
     const VectorYcc p = toComparisonYcc(loadRgb(rgb, x));
     storeRgb({p.y, p.bMinusY, p.rMinusY}, comparison, x);
@@ -33,14 +34,10 @@ class FilterRings {
  public:
   static constexpr int kRows = 2 * kReach + 1;
 
-  FilterRings(Arena* arena, std::ptrdiff_t rowFloats)
-      : memory_(arena, kRows, rowFloats), distances_(arena, rowFloats) {}
+  explicit FilterRings(Arena* arena) : rows_(arena), distances_(arena) {}
 
-  // Row y is to be filled in the rings' own memory, or lies ready elsewhere.
-  void useOwnRow(int y) { rows_[y % kRows] = memory_.at(y); }
-  void useRow(int y, const Rows& row) { rows_[y % kRows] = row; }
-
-  const Rows& row(int y) const { return rows_[y % kRows]; }
+  StripRow row(int y) const { return rows_.at(y); }
+  DistanceRow distancesAround(int y) const { return distances_.around(y); }
   void setOrdinary(int y, bool isOrdinaryRow) { ordinary_[y % kRows] = isOrdinaryRow; }
 
   bool areOrdinary(int first, int last) const {
@@ -52,7 +49,7 @@ class FilterRings {
 
   // The distances of row y over [xStart, xEnd), between the given rows y to y + 2.
   template <class Distance>
-  void computeDistances(int y, const Rows (&rows)[3], int xStart, int xEnd) const {
+  void computeDistances(int y, const StripRow (&rows)[3], int xStart, int xEnd) const {
     if (areOrdinary(y, y + kReach)) {
       HWY_NAMESPACE::computeDistances<Distance, true>(distances_, y, rows, xStart, xEnd);
     } else {
@@ -60,58 +57,47 @@ class FilterRings {
     }
   }
 
-  // The rows around row y and its distances, as the row filters take them.
-  void around(int y, Rows (&rows)[kRows], const float* (&distance)[kRows][kRows]) const {
-    for (int dy = -kReach; dy <= kReach; ++dy) {
-      rows[dy + kReach] = row(y + dy);
-      for (int dx = -kReach; dx <= kReach; ++dx) {
-        if (dx != 0 || dy != 0) distance[dy + kReach][dx + kReach] = distances_.between(dx, dy, y);
-      }
-    }
+  void rowsAround(int y, StripRow (&rows)[kRows]) const {
+    for (int dy = -kReach; dy <= kReach; ++dy) rows[dy + kReach] = row(y + dy);
   }
 
  private:
-  RowRing memory_;
-  Rows rows_[kRows] = {};
+  StripRing<kRows> rows_;
   DistanceRing distances_;
   bool ordinary_[kRows] = {};
 };
 
 class NoiseStage {
  public:
-  NoiseStage(Arena* arena, std::ptrdiff_t rowFloats) : rings_(arena, rowFloats), comparison_(arena, 3, rowFloats) {}
+  explicit NoiseStage(Arena* arena) : rings_(arena), comparison_(arena) {}
 
-  void useOwnRow(int y) { rings_.useOwnRow(y); }
-  void useRow(int y, const Rows& row) { rings_.useRow(y, row); }
-  Rows level(int y) const { return rings_.row(y); }
-  Rows comparison(int y) const { return comparison_.at(y); }
+  StripRow level(int y) const { return rings_.row(y); }
+  StripRow comparison(int y) const { return comparison_.at(y); }
 
   // Takes row y, whose level row has been filled over [xStart, xEnd), and computes its comparison row. Differences of
   // ordinary samples need no look of their own.
   void rowLoaded(int y, int xStart, int xEnd) {
-    const Rows rgb = level(y);
+    const StripRow rgb = level(y);
     toComparisonRow(rgb, xStart, xEnd, comparison(y));
-    const float* const planes[4] = {rgb.plane[0], rgb.plane[1], rgb.plane[2], comparison(y).plane[0]};
+    const float* const planes[4] = {rgb.plane(0), rgb.plane(1), rgb.plane(2), comparison(y).plane(0)};
     rings_.setOrdinary(y, areOrdinary(planes, xStart, xEnd));
   }
 
   // The same with a comparison row that the host has filled, with whatever it likes.
   void rowsLoaded(int y, int xStart, int xEnd) {
-    rings_.setOrdinary(y, areOrdinary(level(y).plane, xStart, xEnd) && areOrdinary(comparison(y).plane, xStart, xEnd));
+    rings_.setOrdinary(
+        y, areOrdinary(level(y).rows().plane, xStart, xEnd) && areOrdinary(comparison(y).rows().plane, xStart, xEnd));
   }
 
   void computeDistances(int y, int xStart, int xEnd) const {
-    const Rows rows[3] = {comparison(y), comparison(y + 1), comparison(y + 2)};
+    const StripRow rows[3] = {comparison(y), comparison(y + 1), comparison(y + 2)};
     rings_.computeDistances<ComparisonDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
-  void reduce(int y, int xStart, int xEnd, const Rows& own, const Rows& reduced, const Rows& records,
+  void reduce(int y, int xStart, int xEnd, const StripRow& own, const StripRow& reduced, const StripRow& records,
               const NoiseSettings& settings) const {
-    NoiseRow row;
-    rings_.around(y, row.level, row.distance);
-    row.own = own;
-    row.reduced = reduced;
-    row.records = records;
+    NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, records};
+    rings_.rowsAround(y, row.level);
     if (rings_.areOrdinary(y - kReach, y + kReach) && areOrdinary(settings)) {
       reduceNoiseRow<true>(row, xStart, xEnd, settings);
     } else {
@@ -121,30 +107,29 @@ class NoiseStage {
 
  private:
   FilterRings rings_;
-  RowRing comparison_;
+  StripRing<3> comparison_;
 };
 
 class SharpenStage {
  public:
-  SharpenStage(Arena* arena, std::ptrdiff_t rowFloats) : rings_(arena, rowFloats), sharpened_(arena, 1, rowFloats) {}
+  explicit SharpenStage(Arena* arena) : rings_(arena), sharpened_(arena) {}
 
-  void useOwnRow(int y) { rings_.useOwnRow(y); }
-  Rows reduced(int y) const { return rings_.row(y); }
-  Rows sharpened() const { return sharpened_.at(0); }
+  StripRow reduced(int y) const { return rings_.row(y); }
+  StripRow sharpened() const { return sharpened_.at(0); }
 
   // Takes row y, whose reduced row has been filled over [xStart, xEnd).
-  void rowLoaded(int y, int xStart, int xEnd) { rings_.setOrdinary(y, areOrdinary(reduced(y).plane, xStart, xEnd)); }
+  void rowLoaded(int y, int xStart, int xEnd) {
+    rings_.setOrdinary(y, areOrdinary(reduced(y).rows().plane, xStart, xEnd));
+  }
 
   void computeDistances(int y, int xStart, int xEnd) const {
-    const Rows rows[3] = {reduced(y), reduced(y + 1), reduced(y + 2)};
+    const StripRow rows[3] = {reduced(y), reduced(y + 1), reduced(y + 2)};
     rings_.computeDistances<ColourDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
-  void sharpen(int y, int xStart, int xEnd, const Rows& records, const SharpenSettings& settings) const {
-    SharpenRow row;
-    rings_.around(y, row.reduced, row.distance);
-    row.records = records;
-    row.sharpened = sharpened();
+  void sharpen(int y, int xStart, int xEnd, const StripRow& records, const SharpenSettings& settings) const {
+    SharpenRow row = {{}, rings_.distancesAround(y), records, sharpened()};
+    rings_.rowsAround(y, row.reduced);
     if (rings_.areOrdinary(y - kReach, y + kReach)) {
       sharpenRow<true>(row, xStart, xEnd, settings);
     } else {
@@ -154,7 +139,7 @@ class SharpenStage {
 
  private:
   FilterRings rings_;
-  RowRing sharpened_;
+  StripRing<1> sharpened_;
 };
 
 // Both filters over the rectangle of a level, in place.
@@ -170,9 +155,9 @@ class LevelStream {
   LevelStream(Arena* arena, const Rectangle& area)
       : area_(area),
         rows_(area.yEnd - area.yStart),
-        noise_(arena, stripRowFloats(area.xEnd - area.xStart)),
-        sharpen_(arena, stripRowFloats(area.xEnd - area.xStart)),
-        records_(arena, 3, stripRowFloats(area.xEnd - area.xStart)),
+        noise_(arena),
+        sharpen_(arena),
+        records_(arena),
         hasStrips_(area.xEnd - area.xStart > kStripColumns),
         margin_(hasStrips_ ? arena->take(kMarginFloats * (rows_ + 2 * kReach)) : nullptr) {}
 
@@ -195,24 +180,12 @@ class LevelStream {
   int column(int x) const { return x - strip_.xStart; }
 
   void load(const Image& image, int y) {
+    const Rows level = noise_.level(y).rows();
     const int first = column(strip_.readStart);
     const int last = column(strip_.readEnd);
-    useLevelRow(image, y, first, last);
+    image.load(strip_.readStart, levelRow(y), last - first, level + first);
+    if (hasStrips_) exchangeMargin(y, level);
     noise_.rowLoaded(y, first, last);
-  }
-
-  // Rows of a planar level that one strip covers are used where they lie: row y is overwritten with the result once it
-  // has been sharpened, two rows after the last noise reduction that looks at it.
-  void useLevelRow(const Image& image, int y, int first, int last) {
-    if constexpr (Image::kIsPlanar) {
-      if (!hasStrips_) {
-        noise_.useRow(y, image.row(levelRow(y)) + strip_.xStart);
-        return;
-      }
-    }
-    noise_.useOwnRow(y);
-    image.load(strip_.readStart, levelRow(y), last - first, noise_.level(y) + first);
-    if (hasStrips_) exchangeMargin(y, noise_.level(y));
   }
 
   // The columns left of this strip have been filtered in place: take them as they were, and keep this strip's last ones
@@ -233,16 +206,16 @@ class LevelStream {
     const int first = column(strip_.reduceStart);
     const int last = column(strip_.reduceEnd);
     const int width = column(strip_.xEnd);
-    const Rows level = noise_.level(y);
-    sharpen_.useOwnRow(y);
-    const Rows reduced = sharpen_.reduced(y);
+    const StripRow reducedRow = sharpen_.reduced(y);
+    const Rows level = noise_.level(y).rows();
+    const Rows reduced = reducedRow.rows();
     if (y < rows_ + kReach) noise_.computeDistances(y, first, last);
     if (isInside(y)) {
-      noise_.reduce(y, first, last, level, reduced, records_.at(y), settings);
+      noise_.reduce(y, first, last, noise_.level(y), reducedRow, records_.at(y), settings);
       PlanarImage::copy(level + -kReach, reduced + -kReach, first + kReach);
       PlanarImage::copy(level + last, reduced + last, width + kReach - last);
       if (outputs.reduced != nullptr) outputs.reduced->store(reduced, strip_.xStart, levelRow(y), width);
-      if (outputs.records != nullptr) outputs.records->store(records_.at(y), strip_.xStart, levelRow(y), width);
+      if (outputs.records != nullptr) outputs.records->store(records_.at(y).rows(), strip_.xStart, levelRow(y), width);
     } else {
       PlanarImage::copy(level + -kReach, reduced + -kReach, width + 2 * kReach);
     }
@@ -254,14 +227,14 @@ class LevelStream {
     sharpen_.computeDistances(y, 0, width);
     if (!isInside(y)) return;
     sharpen_.sharpen(y, 0, width, records_.at(y), settings);
-    image.store(sharpen_.sharpened(), strip_.xStart, levelRow(y), width);
+    image.store(sharpen_.sharpened().rows(), strip_.xStart, levelRow(y), width);
   }
 
   Rectangle area_;
   int rows_;
   NoiseStage noise_;
   SharpenStage sharpen_;
-  RowRing records_;
+  StripRing<3> records_;
   bool hasStrips_;
   float* margin_;
   Strip strip_ = {};

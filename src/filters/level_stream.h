@@ -34,11 +34,29 @@ struct Strip {
   }
 };
 
-// Floats of a ring row for a rectangle this wide: its widest strip with margins, and room for vectors on both sides.
-constexpr std::ptrdiff_t stripRowFloats(int columns) {
-  const int strip = columns < kStripColumns ? columns : kStripColumns;
-  return roundUpToLanes(strip + 2 * kStripMargin) + 3 * kMaxLanes;
-}
+// Floats of a plane of a strip's row: the widest strip with its margins, and room for vectors on both sides. A
+// constant, so that kernels reach all planes of a row from one pointer.
+constexpr std::ptrdiff_t kStripPlane = roundUpToLanes(kStripColumns + 2 * kStripMargin) + 3 * kMaxLanes;
+
+// Three planes of one row of a strip; points at column 0 of the first.
+struct StripRow {
+  float* first;
+
+  float* plane(int k) const { return first + k * kStripPlane; }
+  Rows rows() const { return {{plane(0), plane(1), plane(2)}}; }
+};
+
+// The last kSlots rows of a strip, addressed by row number.
+template <int kSlots>
+class StripRing {
+ public:
+  explicit StripRing(Arena* arena) : base_(arena->take(kSlots * 3 * kStripPlane)) {}
+
+  StripRow at(int y) const { return {base_ + (y % kSlots) * 3 * kStripPlane + kMaxLanes}; }
+
+ private:
+  float* base_;
+};
 
 }  // namespace veskaro
 

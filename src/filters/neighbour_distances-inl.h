@@ -7,8 +7,9 @@
 #define VESKARO_FILTERS_NEIGHBOUR_DISTANCES_INL_H
 #endif
 
+#include "filters/colour_difference-inl.h"
+#include "filters/level_stream.h"
 #include "filters/neighbour_weights.h"
-#include "simd/rows.h"
 #include "simd/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -23,7 +24,7 @@ struct ComparisonDistance {
     const Floats d;
     if (kOrdinary) {
       const V half = hn::Set(d, 0.5f);
-      return sumOfOrdinary(hn::Mul(half, dR), hn::Mul(half, dB), hn::Add(dY, dY));
+      return sumOfOrdinary(hn::Mul(half, dR), hn::Mul(half, dB), hn::Mul(hn::Set(d, 2.0f), dY));
     }
     const Doubles dd;
     const Widened y = widen(dY);
@@ -44,55 +45,67 @@ struct ColourDistance {
 };
 
 template <class Distance, bool kOrdinary>
-HWY_INLINE V distanceTo(V c0, V c1, V c2, const Rows& other, int x) {
-  const Floats d;
-  const V d0 = hn::Abs(hn::Sub(c0, hn::LoadU(d, other.plane[0] + x)));
-  const V d1 = hn::Abs(hn::Sub(c1, hn::LoadU(d, other.plane[1] + x)));
-  const V d2 = hn::Abs(hn::Sub(c2, hn::LoadU(d, other.plane[2] + x)));
-  return Distance::template of<kOrdinary>(d0, d1, d2);
+HWY_INLINE V distanceBetween(const VectorRgb& a, const VectorRgb& b) {
+  return Distance::template of<kOrdinary>(hn::Abs(hn::Sub(a.r, b.r)), hn::Abs(hn::Sub(a.g, b.g)),
+                                          hn::Abs(hn::Sub(a.b, b.b)));
 }
+
+// The distances of one row's pixels to all their neighbours, found from whichever end they were computed. The pointers
+// are those of the rows they were computed for, column 0 of the first plane; planes follow in the order of dx.
+struct DistanceRow {
+  const float* beside;         // this row, to dx 1 and 2
+  const float* above[2] = {};  // one and two rows up, to the rows as far below them, dx -2 to 2
+  const float* below[2] = {};  // this row, to the rows one and two further down
+
+  template <int kDx, int kDy>
+  HWY_INLINE V to(int x) const {
+    constexpr bool kIsForward = kDy > 0 || (kDy == 0 && kDx > 0);
+    constexpr int kFromDx = kIsForward ? kDx : -kDx;
+    constexpr int kFromX = kIsForward ? 0 : kDx;
+    constexpr int kRow = kDy < 0 ? -kDy - 1 : kDy - 1;
+    const float* rows = kDy == 0 ? beside : kDy > 0 ? below[kRow & 1] : above[kRow & 1];
+    constexpr std::ptrdiff_t kPlane = kDy == 0 ? kFromDx - 1 : kFromDx + kReach;
+    return hn::LoadU(Floats(), rows + kPlane * kStripPlane + kFromX + x);
+  }
+};
 
 // The forward distances of the last rows, as far back as a neighbour reaches.
 class DistanceRing {
  public:
-  DistanceRing() = default;
-  DistanceRing(Arena* arena, std::ptrdiff_t rowFloats) : rowFloats_(rowFloats), base_(arena->take(27 * rowFloats)) {}
+  explicit DistanceRing(Arena* arena) : base_(arena->take(kPlanes * kStripPlane)) {}
 
-  // Distances of the pixels of row q to those dx columns and dy rows further on; dy > 0, or dy == 0 and dx > 0.
-  float* forward(int dx, int dy, int q) const {
-    const int row = dy == 0 ? dx - 1 : dy == 1 ? 2 + (q % 2) * 5 + dx + kReach : 12 + (q % 3) * 5 + dx + kReach;
-    return base_ + row * rowFloats_ + kMaxLanes;
+  // Where the distances of the pixels of row y to those dy rows further down begin: planes for dx 1 and 2 in the row
+  // itself, for dx -2 to 2 below.
+  float* forward(int dy, int y) const {
+    const int plane = dy == 0 ? 0 : dy == 1 ? 2 + (y % 2) * 5 : 12 + (y % 3) * 5;
+    return base_ + plane * kStripPlane + kMaxLanes;
   }
 
-  // Distances of the pixels of row q to their neighbours at (dx, dy), whichever end they were computed from.
-  const float* between(int dx, int dy, int q) const {
-    const bool isForward = dy > 0 || (dy == 0 && dx > 0);
-    return isForward ? forward(dx, dy, q) : forward(-dx, -dy, q + dy) + dx;
+  DistanceRow around(int y) const {
+    return {forward(0, y), {forward(1, y - 1), forward(2, y - 2)}, {forward(1, y), forward(2, y)}};
   }
 
  private:
-  std::ptrdiff_t rowFloats_ = 0;
-  float* base_ = nullptr;
+  static constexpr int kPlanes = 2 + 2 * 5 + 3 * 5;
+  float* base_;
 };
 
-// Computes all forward distances of row q over [xStart, xEnd), from that row and the two below.
+// Computes all forward distances of row y over [xStart, xEnd), from that row and the two below.
 template <class Distance, bool kOrdinary>
-HWY_NOINLINE void computeDistances(const DistanceRing& ring, int q, const Rows (&rows)[3], int xStart, int xEnd) {
+HWY_NOINLINE void computeDistances(const DistanceRing& ring, int y, const StripRow (&rows)[3], int xStart, int xEnd) {
   const Floats d;
-  float* to[3][5];
-  for (int dy = 0; dy <= kReach; ++dy) {
-    for (int dx = dy == 0 ? 1 : -kReach; dx <= kReach; ++dx) to[dy][dx + kReach] = ring.forward(dx, dy, q);
-  }
+  float* const beside = ring.forward(0, y);
+  float* const below[2] = {ring.forward(1, y), ring.forward(2, y)};
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const V c0 = hn::LoadU(d, rows[0].plane[0] + x);
-    const V c1 = hn::LoadU(d, rows[0].plane[1] + x);
-    const V c2 = hn::LoadU(d, rows[0].plane[2] + x);
+    const VectorRgb centre = loadRgb(rows[0], x);
     for (int dx = 1; dx <= kReach; ++dx) {
-      hn::StoreU(distanceTo<Distance, kOrdinary>(c0, c1, c2, rows[0], x + dx), d, to[0][dx + kReach] + x);
+      const V distance = distanceBetween<Distance, kOrdinary>(centre, loadRgb(rows[0], x + dx));
+      hn::StoreU(distance, d, beside + (dx - 1) * kStripPlane + x);
     }
     for (int dy = 1; dy <= kReach; ++dy) {
       for (int dx = -kReach; dx <= kReach; ++dx) {
-        hn::StoreU(distanceTo<Distance, kOrdinary>(c0, c1, c2, rows[dy], x + dx), d, to[dy][dx + kReach] + x);
+        const V distance = distanceBetween<Distance, kOrdinary>(centre, loadRgb(rows[dy], x + dx));
+        hn::StoreU(distance, d, below[dy - 1] + (dx + kReach) * kStripPlane + x);
       }
     }
   }

@@ -16,25 +16,22 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
 struct NoiseRow {
-  Rows level[5];                // the rows from two above to two below
-  const float* distance[5][5];  // of each pixel to its neighbour, by dy + 2 and dx + 2
-  Rows own;                     // the values that are mixed with the neighbour average
-  Rows reduced;                 // result
-  Rows records;                 // mix fraction, threshold, rolloff
+  StripRow level[5];  // the rows from two above to two below
+  DistanceRow distance;
+  StripRow own;      // the values that are mixed with the neighbour average
+  StripRow reduced;  // result
+  StripRow records;  // mix fraction, threshold, rolloff
 };
 
 struct VectorTolerance {
   V threshold, rolloff, inverseRolloff, cut;
 };
 
-HWY_INLINE VectorTolerance toleranceAt(const Rows& centre, int x, const NoiseSettings& s) {
+HWY_INLINE VectorTolerance toleranceAt(const VectorRgb& centre, const NoiseSettings& s) {
   const Floats d;
   const V zero = hn::Zero(d);
   const V one = hn::Set(d, 1.0f);
-  const V r = hn::LoadU(d, centre.plane[0] + x);
-  const V g = hn::LoadU(d, centre.plane[1] + x);
-  const V b = hn::LoadU(d, centre.plane[2] + x);
-  const V sum = hn::Add(hn::Add(g, b), r);
+  const V sum = hn::Add(hn::Add(centre.g, centre.b), centre.r);
   const V raised = hn::IfThenElseZero(hn::Gt(sum, zero), sum);
   const V brightness = hn::Min(raised, hn::Set(d, 765.0f));
   const V m = hn::Add(one, hn::Mul(hn::Set(d, s.highlightSlope), brightness));
@@ -62,7 +59,7 @@ HWY_INLINE VectorSum addSums(const VectorSum& a, const VectorSum& b) {
 // Adds a neighbour of the given weight but where it is beyond reach. The weight is then 0 already, and ordinary samples
 // may be added with it, which leaves every sum as it is.
 template <bool kOrdinary>
-HWY_INLINE void addWeighted(const Rows& row, int x, V weight, Mask isBeyond, VectorSum& sum) {
+HWY_INLINE void addWeighted(const StripRow& row, int x, V weight, Mask isBeyond, VectorSum& sum) {
   const VectorRgb p = loadRgb(row, x);
   const VectorSum added = addSums(sum, {hn::Mul(p.r, weight), hn::Mul(p.g, weight), hn::Mul(p.b, weight), weight});
   if (kOrdinary) {
@@ -84,11 +81,10 @@ HWY_INLINE V similarityFactor(V distance, const VectorTolerance& t) {
 
 template <bool kOrdinary, int kDx, int kDy>
 HWY_INLINE void addNoiseNeighbour(const NoiseRow& row, int x, const VectorTolerance& t, VectorSum& sum) {
-  const Floats d;
   constexpr float kWeight = kNeighbourWeight[kDy + kReach][kDx + kReach];
-  const V distance = hn::LoadU(d, row.distance[kDy + kReach][kDx + kReach] + x);
+  const V distance = row.distance.to<kDx, kDy>(x);
   const Mask isBeyond = hn::Gt(distance, t.cut);
-  const V weight = hn::Mul(hn::Set(d, kWeight), similarityFactor<kOrdinary>(distance, t));
+  const V weight = hn::Mul(hn::Set(Floats(), kWeight), similarityFactor<kOrdinary>(distance, t));
   addWeighted<kOrdinary>(row.level[kDy + kReach], x + kDx, hn::IfThenZeroElse(isBeyond, weight), isBeyond, sum);
 }
 
@@ -98,7 +94,7 @@ HWY_INLINE VectorSum sumColumn(const NoiseRow& row, int x, const VectorTolerance
   VectorSum sum = emptySum();
   addNoiseNeighbour<kOrdinary, kDx, -2>(row, x, t, sum);
   addNoiseNeighbour<kOrdinary, kDx, -1>(row, x, t, sum);
-  if (kDx != 0) addNoiseNeighbour<kOrdinary, kDx, 0>(row, x, t, sum);
+  if constexpr (kDx != 0) addNoiseNeighbour<kOrdinary, kDx, 0>(row, x, t, sum);
   addNoiseNeighbour<kOrdinary, kDx, +1>(row, x, t, sum);
   addNoiseNeighbour<kOrdinary, kDx, +2>(row, x, t, sum);
   return sum;
@@ -113,15 +109,10 @@ HWY_INLINE VectorSum sumColumns(const NoiseRow& row, int x, const VectorToleranc
   return addSums(sum, sumColumn<kOrdinary, +2>(row, x, t));
 }
 
-// The pixel itself where no neighbour is similar, else its own value moved towards the average.
-HWY_INLINE void mixPlane(const NoiseRow& row, int plane, int x, V sum, V inverseWeight, V outerMix, V centreMix,
-                         Mask isAlone) {
-  const Floats d;
+// A sample moved towards the average.
+HWY_INLINE V mix(V own, V sum, V inverseWeight, V outerMix, V centreMix) {
   const V average = hn::Mul(sum, inverseWeight);
-  const V own = hn::LoadU(d, row.own.plane[plane] + x);
-  const V mixed = hn::Add(hn::Mul(own, centreMix), hn::Mul(average, outerMix));
-  const V centre = hn::LoadU(d, row.level[kReach].plane[plane] + x);
-  hn::StoreU(hn::IfThenElse(isAlone, centre, mixed), d, row.reduced.plane[plane] + x);
+  return hn::Add(hn::Mul(own, centreMix), hn::Mul(average, outerMix));
 }
 
 template <bool kOrdinary>
@@ -129,18 +120,24 @@ HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, cons
   const Floats d;
   const V one = hn::Set(d, 1.0f);
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorTolerance t = toleranceAt(row.level[kReach], x, s);
+    const VectorTolerance t = toleranceAt(loadRgb(row.level[kReach], x), s);
     const VectorSum sum = sumColumns<kOrdinary>(row, x, t);
-    const Mask isAlone = hn::Eq(sum.weight, hn::Zero(d));
+
     const V inverseWeight = hn::Div(one, sum.weight);
     const V outerMix = hn::Mul(hn::Set(d, s.amount), hn::Sub(one, hn::Div(one, hn::Add(sum.weight, one))));
     const V centreMix = hn::Sub(one, outerMix);
-    mixPlane(row, 0, x, sum.r, inverseWeight, outerMix, centreMix, isAlone);
-    mixPlane(row, 1, x, sum.g, inverseWeight, outerMix, centreMix, isAlone);
-    mixPlane(row, 2, x, sum.b, inverseWeight, outerMix, centreMix, isAlone);
-    hn::StoreU(hn::IfThenZeroElse(isAlone, outerMix), d, row.records.plane[0] + x);
-    hn::StoreU(t.threshold, d, row.records.plane[1] + x);
-    hn::StoreU(t.rolloff, d, row.records.plane[2] + x);
+    const VectorRgb own = loadRgb(row.own, x);
+    const V r = mix(own.r, sum.r, inverseWeight, outerMix, centreMix);
+    const V g = mix(own.g, sum.g, inverseWeight, outerMix, centreMix);
+    const V b = mix(own.b, sum.b, inverseWeight, outerMix, centreMix);
+
+    // Where no neighbour is similar the pixel stays what it is.
+    const Mask isAlone = hn::Eq(sum.weight, hn::Zero(d));
+    const VectorRgb centre = loadRgb(row.level[kReach], x);
+    storeRgb({hn::IfThenElse(isAlone, centre.r, r), hn::IfThenElse(isAlone, centre.g, g),
+              hn::IfThenElse(isAlone, centre.b, b)},
+             row.reduced, x);
+    storeRgb({hn::IfThenZeroElse(isAlone, outerMix), t.threshold, t.rolloff}, row.records, x);
   }
 }
 

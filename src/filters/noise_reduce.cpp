@@ -6,9 +6,9 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
-#include "host/fp_environment.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
+#include "host/fp_environment.h"
 #include "pyramid/lift.h"
 
 namespace veskaro {

@@ -15,20 +15,20 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
 struct SharpenRow {
-  Rows reduced[5];              // the rows from two above to two below
-  const float* distance[5][5];  // of each pixel to its neighbour, by dy + 2 and dx + 2
-  Rows records;                 // of the noise filter
-  Rows sharpened;               // result
+  StripRow reduced[5];  // the rows from two above to two below
+  DistanceRow distance;
+  StripRow records;    // of the noise filter
+  StripRow sharpened;  // result
 };
 
 struct VectorBand {
   V threshold, cut, perThreshold, perRolloff;
 };
 
-HWY_INLINE VectorBand bandAt(const Rows& records, int x) {
+HWY_INLINE VectorBand bandAt(const StripRow& records, int x) {
   const Floats d;
   const V one = hn::Set(d, 1.0f);
-  const V threshold = hn::LoadU(d, records.plane[2] + x);
+  const V threshold = hn::LoadU(d, records.plane(2) + x);
   const V rolloff = hn::Mul(hn::Set(d, 0.25f), threshold);
   return {threshold, hn::Add(threshold, rolloff), hn::Div(one, threshold), hn::Div(one, rolloff)};
 }
@@ -37,7 +37,7 @@ template <bool kOrdinary, int kDx, int kDy>
 HWY_INLINE void addSharpeningNeighbour(const SharpenRow& row, int x, const VectorBand& band, VectorSum& sum) {
   const Floats d;
   constexpr float kWeight = kNeighbourWeight[kDy + kReach][kDx + kReach];
-  const V distance = hn::LoadU(d, row.distance[kDy + kReach][kDx + kReach] + x);
+  const V distance = row.distance.to<kDx, kDy>(x);
   const V risingSlope = hn::Mul(hn::Set(d, kWeight), band.perThreshold);
   const V fallingSlope = hn::Mul(hn::Set(d, sharpeningSlopeWeight(kDx, kDy)), band.perRolloff);
   const Mask isBelow = hn::Le(distance, band.threshold);
@@ -52,7 +52,7 @@ template <bool kOrdinary, int kDy>
 HWY_INLINE void addSharpeningRow(const SharpenRow& row, int x, const VectorBand& band, VectorSum& sum) {
   addSharpeningNeighbour<kOrdinary, -2, kDy>(row, x, band, sum);
   addSharpeningNeighbour<kOrdinary, -1, kDy>(row, x, band, sum);
-  if (kDy != 0) addSharpeningNeighbour<kOrdinary, 0, kDy>(row, x, band, sum);
+  if constexpr (kDy != 0) addSharpeningNeighbour<kOrdinary, 0, kDy>(row, x, band, sum);
   addSharpeningNeighbour<kOrdinary, +1, kDy>(row, x, band, sum);
   addSharpeningNeighbour<kOrdinary, +2, kDy>(row, x, band, sum);
 }
@@ -89,7 +89,7 @@ HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const 
   for (int x = xStart; x < xEnd; x += lanes()) {
     const VectorSum sum = sumSharpeningNeighbours<kOrdinary>(row, x, bandAt(row.records, x));
     const VectorRgb own = loadRgb(row.reduced[kReach], x);
-    const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.records.plane[0] + x), s);
+    const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.records.plane(0) + x), s);
     const Mask isFlat = hn::Eq(sum.weight, hn::Zero(d));
     storeRgb({hn::IfThenElse(isFlat, own.r, pushed.r), hn::IfThenElse(isFlat, own.g, pushed.g),
               hn::IfThenElse(isFlat, own.b, pushed.b)},

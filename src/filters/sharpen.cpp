@@ -5,11 +5,11 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
-#include "host/fp_environment.h"
 #include "filters/colour_difference.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
 #include "filters/noise_reduce.h"
+#include "host/fp_environment.h"
 #include "pyramid/lift.h"
 #include "pyramid/similarity.h"
 

@@ -66,7 +66,7 @@ template <bool kOrdinary>
 HWY_INLINE V similarityTo(const VectorRgb& centre, const Rows& guide, int i, const ReconstructSettings& s) {
   const Floats d;
   const V threshold = hn::Set(d, s.threshold);
-  const V distance = distanceTo<ColourDistance, kOrdinary>(centre.r, centre.g, centre.b, guide, i);
+  const V distance = distanceBetween<ColourDistance, kOrdinary>(centre, loadRgb(guide, i));
   const V one = hn::Set(d, 1.0f);
   const V ramp = hn::Add(hn::Div(hn::Sub(threshold, distance), hn::Set(d, s.rolloff)), one);
   const V beyond = hn::IfThenZeroElse(hn::Gt(distance, hn::Set(d, s.rolloff + s.threshold)), ramp);

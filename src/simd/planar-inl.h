@@ -87,8 +87,6 @@ HWY_NOINLINE void interleaveRow(const RowsOf<T>& from, int pixels, unsigned char
 
 // A level of interleaved pixels, the host's form.
 struct InterleavedImage {
-  static constexpr bool kIsPlanar = false;
-
   float* samples;
   std::ptrdiff_t rowSamples;
 
@@ -103,8 +101,6 @@ struct InterleavedImage {
 
 // A level of three planes, the form inside a tile. Rows have room for a vector behind their last pixel.
 struct PlanarImage {
-  static constexpr bool kIsPlanar = true;
-
   float* plane[3];
   std::ptrdiff_t pitch;
 
