@@ -69,7 +69,7 @@ class FilterRings {
 
 class NoiseStage {
  public:
-  explicit NoiseStage(Arena* arena) : rings_(arena), comparison_(arena) {}
+  explicit NoiseStage(Arena* arena) : rings_(arena), comparison_(arena), steps_(arena) {}
 
   StripRow level(int y) const { return rings_.row(y); }
   StripRow comparison(int y) const { return comparison_.at(y); }
@@ -96,7 +96,7 @@ class NoiseStage {
 
   void reduce(int y, int xStart, int xEnd, const StripRow& own, const StripRow& reduced, const StripRow& records,
               const NoiseSettings& settings) const {
-    NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, records};
+    NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, records, steps_.at(0), steps_.at(1)};
     rings_.rowsAround(y, row.level);
     if (rings_.areOrdinary(y - kReach, y + kReach) && areOrdinary(settings)) {
       reduceNoiseRow<true>(row, xStart, xEnd, settings);
@@ -108,11 +108,12 @@ class NoiseStage {
  private:
   FilterRings rings_;
   StripRing<3> comparison_;
+  StripRing<2> steps_;
 };
 
 class SharpenStage {
  public:
-  explicit SharpenStage(Arena* arena) : rings_(arena), sharpened_(arena) {}
+  explicit SharpenStage(Arena* arena) : rings_(arena), sharpened_(arena), steps_(arena) {}
 
   StripRow reduced(int y) const { return rings_.row(y); }
   StripRow sharpened() const { return sharpened_.at(0); }
@@ -128,7 +129,7 @@ class SharpenStage {
   }
 
   void sharpen(int y, int xStart, int xEnd, const StripRow& records, const SharpenSettings& settings) const {
-    SharpenRow row = {{}, rings_.distancesAround(y), records, sharpened()};
+    SharpenRow row = {{}, rings_.distancesAround(y), records, sharpened(), steps_.at(0), steps_.at(1), steps_.at(2)};
     rings_.rowsAround(y, row.reduced);
     if (rings_.areOrdinary(y - kReach, y + kReach)) {
       sharpenRow<true>(row, xStart, xEnd, settings);
@@ -140,6 +141,7 @@ class SharpenStage {
  private:
   FilterRings rings_;
   StripRing<1> sharpened_;
+  StripRing<3> steps_;
 };
 
 // Both filters over the rectangle of a level, in place.

@@ -18,29 +18,35 @@ namespace HWY_NAMESPACE {
 struct NoiseRow {
   StripRow level[5];  // the rows from two above to two below
   DistanceRow distance;
-  StripRow own;      // the values that are mixed with the neighbour average
-  StripRow reduced;  // result
-  StripRow records;  // mix fraction, threshold, rolloff
+  StripRow own;        // the values that are mixed with the neighbour average
+  StripRow reduced;    // result
+  StripRow records;    // mix fraction, threshold, rolloff
+  StripRow tolerance;  // between the steps: inverse rolloff, greatest distance that counts, weight sum
+  StripRow sum;        // between the steps: weighted sums
 };
 
 struct VectorTolerance {
-  V threshold, rolloff, inverseRolloff, cut;
+  V threshold, inverseRolloff, cut;
 };
 
-HWY_INLINE VectorTolerance toleranceAt(const VectorRgb& centre, const NoiseSettings& s) {
+// How far a neighbour may lie from each pixel.
+HWY_INLINE void computeTolerances(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
   const Floats d;
   const V zero = hn::Zero(d);
   const V one = hn::Set(d, 1.0f);
-  const V sum = hn::Add(hn::Add(centre.g, centre.b), centre.r);
-  const V raised = hn::IfThenElseZero(hn::Gt(sum, zero), sum);
-  const V brightness = hn::Min(raised, hn::Set(d, 765.0f));
-  const V m = hn::Add(one, hn::Mul(hn::Set(d, s.highlightSlope), brightness));
-  VectorTolerance t;
-  t.threshold = hn::Mul(hn::Set(d, s.threshold), m);
-  t.rolloff = hn::Mul(hn::Set(d, s.rolloff), m);
-  t.inverseRolloff = hn::IfThenElseZero(hn::Gt(t.rolloff, zero), hn::Div(one, t.rolloff));
-  t.cut = hn::Add(t.threshold, t.rolloff);
-  return t;
+  for (int x = xStart; x < xEnd; x += lanes()) {
+    const VectorRgb centre = loadRgb(row.level[kReach], x);
+    const V sum = hn::Add(hn::Add(centre.g, centre.b), centre.r);
+    const V raised = hn::IfThenElseZero(hn::Gt(sum, zero), sum);
+    const V brightness = hn::Min(raised, hn::Set(d, 765.0f));
+    const V m = hn::Add(one, hn::Mul(hn::Set(d, s.highlightSlope), brightness));
+    const V threshold = hn::Mul(hn::Set(d, s.threshold), m);
+    const V rolloff = hn::Mul(hn::Set(d, s.rolloff), m);
+    hn::StoreU(threshold, d, row.records.plane(1) + x);
+    hn::StoreU(rolloff, d, row.records.plane(2) + x);
+    hn::StoreU(hn::IfThenElseZero(hn::Gt(rolloff, zero), hn::Div(one, rolloff)), d, row.tolerance.plane(0) + x);
+    hn::StoreU(hn::Add(threshold, rolloff), d, row.tolerance.plane(1) + x);
+  }
 }
 
 struct VectorSum {
@@ -101,12 +107,19 @@ HWY_INLINE VectorSum sumColumn(const NoiseRow& row, int x, const VectorTolerance
 }
 
 template <bool kOrdinary>
-HWY_INLINE VectorSum sumColumns(const NoiseRow& row, int x, const VectorTolerance& t) {
-  VectorSum sum = sumColumn<kOrdinary, -2>(row, x, t);
-  sum = addSums(sum, sumColumn<kOrdinary, -1>(row, x, t));
-  sum = addSums(sum, sumColumn<kOrdinary, 0>(row, x, t));
-  sum = addSums(sum, sumColumn<kOrdinary, +1>(row, x, t));
-  return addSums(sum, sumColumn<kOrdinary, +2>(row, x, t));
+HWY_INLINE void sumNeighbours(const NoiseRow& row, int xStart, int xEnd) {
+  const Floats d;
+  for (int x = xStart; x < xEnd; x += lanes()) {
+    const VectorTolerance t = {hn::LoadU(d, row.records.plane(1) + x), hn::LoadU(d, row.tolerance.plane(0) + x),
+                               hn::LoadU(d, row.tolerance.plane(1) + x)};
+    VectorSum sum = sumColumn<kOrdinary, -2>(row, x, t);
+    sum = addSums(sum, sumColumn<kOrdinary, -1>(row, x, t));
+    sum = addSums(sum, sumColumn<kOrdinary, 0>(row, x, t));
+    sum = addSums(sum, sumColumn<kOrdinary, +1>(row, x, t));
+    sum = addSums(sum, sumColumn<kOrdinary, +2>(row, x, t));
+    storeRgb({sum.r, sum.g, sum.b}, row.sum, x);
+    hn::StoreU(sum.weight, d, row.tolerance.plane(2) + x);
+  }
 }
 
 // A sample moved towards the average.
@@ -115,30 +128,36 @@ HWY_INLINE V mix(V own, V sum, V inverseWeight, V outerMix, V centreMix) {
   return hn::Add(hn::Mul(own, centreMix), hn::Mul(average, outerMix));
 }
 
-template <bool kOrdinary>
-HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
+// Each pixel moved towards the average of its neighbours; where none is similar it stays what it is.
+HWY_INLINE void mixWithAverage(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
   const Floats d;
   const V one = hn::Set(d, 1.0f);
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorTolerance t = toleranceAt(loadRgb(row.level[kReach], x), s);
-    const VectorSum sum = sumColumns<kOrdinary>(row, x, t);
-
-    const V inverseWeight = hn::Div(one, sum.weight);
-    const V outerMix = hn::Mul(hn::Set(d, s.amount), hn::Sub(one, hn::Div(one, hn::Add(sum.weight, one))));
+    const V weight = hn::LoadU(d, row.tolerance.plane(2) + x);
+    const VectorRgb sum = loadRgb(row.sum, x);
+    const V inverseWeight = hn::Div(one, weight);
+    const V outerMix = hn::Mul(hn::Set(d, s.amount), hn::Sub(one, hn::Div(one, hn::Add(weight, one))));
     const V centreMix = hn::Sub(one, outerMix);
     const VectorRgb own = loadRgb(row.own, x);
     const V r = mix(own.r, sum.r, inverseWeight, outerMix, centreMix);
     const V g = mix(own.g, sum.g, inverseWeight, outerMix, centreMix);
     const V b = mix(own.b, sum.b, inverseWeight, outerMix, centreMix);
-
-    // Where no neighbour is similar the pixel stays what it is.
-    const Mask isAlone = hn::Eq(sum.weight, hn::Zero(d));
+    const Mask isAlone = hn::Eq(weight, hn::Zero(d));
     const VectorRgb centre = loadRgb(row.level[kReach], x);
     storeRgb({hn::IfThenElse(isAlone, centre.r, r), hn::IfThenElse(isAlone, centre.g, g),
               hn::IfThenElse(isAlone, centre.b, b)},
              row.reduced, x);
-    storeRgb({hn::IfThenZeroElse(isAlone, outerMix), t.threshold, t.rolloff}, row.records, x);
+    hn::StoreU(hn::IfThenZeroElse(isAlone, outerMix), d, row.records.plane(0) + x);
   }
+}
+
+// The steps run one after the other over the whole row: each is short enough for the processor to work on several
+// vectors at once, which the long chain through all of them is not.
+template <bool kOrdinary>
+HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
+  computeTolerances(row, xStart, xEnd, s);
+  sumNeighbours<kOrdinary>(row, xStart, xEnd);
+  mixWithAverage(row, xStart, xEnd, s);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR

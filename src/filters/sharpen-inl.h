@@ -19,18 +19,24 @@ struct SharpenRow {
   DistanceRow distance;
   StripRow records;    // of the noise filter
   StripRow sharpened;  // result
+  StripRow band;       // between the steps: greatest distance that counts, inverse threshold, inverse rolloff
+  StripRow sum;        // between the steps: weighted sums
+  StripRow weight;     // between the steps: weight sum
 };
 
 struct VectorBand {
   V threshold, cut, perThreshold, perRolloff;
 };
 
-HWY_INLINE VectorBand bandAt(const StripRow& records, int x) {
+// The distances that count around each pixel: the weight rises up to the threshold and falls over the rolloff.
+HWY_INLINE void computeBands(const SharpenRow& row, int xStart, int xEnd) {
   const Floats d;
   const V one = hn::Set(d, 1.0f);
-  const V threshold = hn::LoadU(d, records.plane(2) + x);
-  const V rolloff = hn::Mul(hn::Set(d, 0.25f), threshold);
-  return {threshold, hn::Add(threshold, rolloff), hn::Div(one, threshold), hn::Div(one, rolloff)};
+  for (int x = xStart; x < xEnd; x += lanes()) {
+    const V threshold = hn::LoadU(d, row.records.plane(2) + x);
+    const V rolloff = hn::Mul(hn::Set(d, 0.25f), threshold);
+    storeRgb({hn::Add(threshold, rolloff), hn::Div(one, threshold), hn::Div(one, rolloff)}, row.band, x);
+  }
 }
 
 template <bool kOrdinary, int kDx, int kDy>
@@ -58,14 +64,20 @@ HWY_INLINE void addSharpeningRow(const SharpenRow& row, int x, const VectorBand&
 }
 
 template <bool kOrdinary>
-HWY_INLINE VectorSum sumSharpeningNeighbours(const SharpenRow& row, int x, const VectorBand& band) {
-  VectorSum sum = emptySum();
-  addSharpeningRow<kOrdinary, -2>(row, x, band, sum);
-  addSharpeningRow<kOrdinary, -1>(row, x, band, sum);
-  addSharpeningRow<kOrdinary, 0>(row, x, band, sum);
-  addSharpeningRow<kOrdinary, +1>(row, x, band, sum);
-  addSharpeningRow<kOrdinary, +2>(row, x, band, sum);
-  return sum;
+HWY_INLINE void sumSharpeningNeighbours(const SharpenRow& row, int xStart, int xEnd) {
+  const Floats d;
+  for (int x = xStart; x < xEnd; x += lanes()) {
+    const VectorBand band = {hn::LoadU(d, row.records.plane(2) + x), hn::LoadU(d, row.band.plane(0) + x),
+                             hn::LoadU(d, row.band.plane(1) + x), hn::LoadU(d, row.band.plane(2) + x)};
+    VectorSum sum = emptySum();
+    addSharpeningRow<kOrdinary, -2>(row, x, band, sum);
+    addSharpeningRow<kOrdinary, -1>(row, x, band, sum);
+    addSharpeningRow<kOrdinary, 0>(row, x, band, sum);
+    addSharpeningRow<kOrdinary, +1>(row, x, band, sum);
+    addSharpeningRow<kOrdinary, +2>(row, x, band, sum);
+    storeRgb({sum.r, sum.g, sum.b}, row.sum, x);
+    hn::StoreU(sum.weight, d, row.weight.plane(0) + x);
+  }
 }
 
 // Pushes luma and colour differences away from the average.
@@ -83,11 +95,12 @@ HWY_INLINE VectorRgb pushAway(const VectorRgb& own, const VectorSum& sum, V mixF
                 hn::Add(hn::Mul(hn::Sub(centre.rMinusY, average.rMinusY), chromaMix), centre.rMinusY)});
 }
 
-template <bool kOrdinary>
-HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
+// Each pixel pushed away from the average of its neighbours; where none has a say it stays what it is.
+HWY_INLINE void pushRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
   const Floats d;
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorSum sum = sumSharpeningNeighbours<kOrdinary>(row, x, bandAt(row.records, x));
+    const VectorRgb total = loadRgb(row.sum, x);
+    const VectorSum sum = {total.r, total.g, total.b, hn::LoadU(d, row.weight.plane(0) + x)};
     const VectorRgb own = loadRgb(row.reduced[kReach], x);
     const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.records.plane(0) + x), s);
     const Mask isFlat = hn::Eq(sum.weight, hn::Zero(d));
@@ -95,6 +108,14 @@ HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const 
               hn::IfThenElse(isFlat, own.b, pushed.b)},
              row.sharpened, x);
   }
+}
+
+// Step by step over the whole row, like reduceNoiseRow.
+template <bool kOrdinary>
+HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
+  computeBands(row, xStart, xEnd);
+  sumSharpeningNeighbours<kOrdinary>(row, xStart, xEnd);
+  pushRow(row, xStart, xEnd, s);
 }
 
 #endif  // HWY_TARGET != HWY_SCALAR
