@@ -43,9 +43,15 @@ bool payloadStartsWith(const Bytes& file, const Segment& segment, const char* te
   return segment.end - segment.begin >= 4 + length && std::memcmp(file.data() + segment.begin + 4, text, length) == 0;
 }
 
-// The Adobe segment describes how the scans are coded, and a multi-picture index points at pictures that do not move.
+// The Adobe segment says how the scans are coded, which stays true of luminance and chroma only. A multi-picture index
+// points at pictures that do not move.
 bool moves(const Bytes& file, const Segment& segment) {
-  if (!isMetadata(segment.marker) || segment.marker == kApp14) return false;
+  if (!isMetadata(segment.marker)) return false;
+  if (segment.marker == kApp14) {
+    constexpr std::size_t kTransform = 4 + 11, kYCbCr = 1;
+    return payloadStartsWith(file, segment, "Adobe", 5) && segment.begin + kTransform < segment.end &&
+           file[segment.begin + kTransform] == kYCbCr;
+  }
   return !(segment.marker == kApp2 && payloadStartsWith(file, segment, "MPF\0", 4));
 }
 

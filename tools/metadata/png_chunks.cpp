@@ -2,6 +2,8 @@
 #include <zlib.h>
 
 #include <cstring>
+#include <set>
+#include <string>
 
 #include "metadata.h"
 
@@ -96,8 +98,11 @@ std::vector<Bytes> blocksFromOtherFormats(const Metadata& metadata) {
 
 std::vector<Bytes> pngBlocks(const Bytes& file) {
   std::vector<Bytes> blocks;
+  std::set<std::string> seen;
   const bool palette = file.size() > kColourType && file[kColourType] == 3;
   forEachChunk(file, [&](const std::string& type, std::size_t begin, std::size_t end) {
+    // Only texts may come more than once, and some writers do not know.
+    if (!isOneOf(type, "iTXt tEXt zTXt") && !seen.insert(type).second) return;
     // A palette's background and significant bits mean nothing once the picture is in full colour.
     if (isOneOf(type, "cHRM gAMA iCCP sRGB cICP mDCV cLLI pHYs oFFs pCAL sCAL eXIf iTXt tEXt zTXt tIME") ||
         (!palette && isOneOf(type, "bKGD sBIT"))) {

@@ -36,6 +36,19 @@ Bytes toBytes(const Exiv2::DataBuf& buffer) {
   return Bytes(buffer.pData_, buffer.pData_ + buffer.size_);
 }
 
+// Gives the image all tags of a TIFF source; false when the source is none, or one that Exiv2 does not read (BigTIFF).
+bool copyTags(const Metadata& metadata, Exiv2::Image& image) {
+  if (metadata.source != Format::kTiff) return false;
+  try {
+    const ImagePtr source = open(metadata.tiff);
+    image.setExifData(source->exifData());
+    image.setIptcData(source->iptcData());
+    return true;
+  } catch (const Exiv2::Error&) {
+    return false;
+  }
+}
+
 // Adds what another format held to the tags that came with the pixels.
 void mergeTags(Exiv2::Image& image, const Metadata& metadata) {
   if (!metadata.exif.empty()) {
@@ -121,13 +134,7 @@ void readTiffMetadata(const Bytes& file, Metadata& metadata) try {
 
 Bytes tiffWithMetadata(const Bytes& encoded, const Metadata& metadata) try {
   const ImagePtr image = open(encoded);
-  if (metadata.source == Format::kTiff) {
-    const ImagePtr source = open(metadata.tiff);
-    image->setExifData(source->exifData());
-    image->setIptcData(source->iptcData());
-  } else {
-    mergeTags(*image, metadata);
-  }
+  if (!copyTags(metadata, *image)) mergeTags(*image, metadata);
   if (!metadata.xmp.empty()) image->setXmpPacket(std::string(metadata.xmp.begin(), metadata.xmp.end()));
   if (!metadata.icc.empty()) {
     Exiv2::DataBuf profile(metadata.icc.data(), static_cast<long>(metadata.icc.size()));
