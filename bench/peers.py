@@ -182,14 +182,14 @@ def processor():
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--library", required=True, help="VeskaroNRLib.so.1")
+    parser.add_argument("--shared-object", required=True, help="VeskaroNRLib.so.1")
     parser.add_argument("--threads", type=int, default=1, help="of every denoiser (default 1)")
     parser.add_argument("--width", type=int, default=4000, help="of the picture that is timed")
     parser.add_argument("--height", type=int, default=3000)
     parser.add_argument("--repetitions", type=int, default=2, help="the shortest counts (default 2)")
     arguments = parser.parse_args()
 
-    os.environ["VESKARONR_LIBRARY"] = arguments.library
+    os.environ["VESKARONR_LIBRARY"] = arguments.shared_object
     sys.path.insert(0, str(PROJECT / "python"))
     cv2.setNumThreads(arguments.threads)
     cv2.ocl.setUseOpenCL(False)

@@ -16,6 +16,8 @@ DefaultFpEnvironment::DefaultFpEnvironment() {
 #endif
 }
 
-DefaultFpEnvironment::~DefaultFpEnvironment() { std::fesetenv(&host_); }
+DefaultFpEnvironment::~DefaultFpEnvironment() {
+  std::fesetenv(&host_);
+}
 
 }  // namespace veskaro

@@ -178,7 +178,7 @@ std::size_t tileFloats(int w, int h) {
   Arena rebuildScratch = m.scratch;
   const GuideRing guide(&rebuildScratch, w);
   return static_cast<std::size_t>(filterScratch.needed() > rebuildScratch.needed() ? filterScratch.needed()
-                                                                               : rebuildScratch.needed());
+                                                                                   : rebuildScratch.needed());
 }
 
 #else
