@@ -1,3 +1,5 @@
+#include <pthread.h>
+
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -191,37 +193,66 @@ TEST(LevelFilter, ARectangleWithoutPixelsWritesNothing) {
   }
 }
 
-// The exported halves of the filter, each on its own.
+// The exported halves of the filter take any images, related or not: a destination that is no copy of the level, a
+// comparison image that is not the level's, records of anything.
 TEST(LevelFilter, TheTwoFiltersAloneAreThePlainReading) {
   tune(kLevelsApart);
-  const Level level = makeLevel(70, 15, Kind::kScene, 12);
-  const plain::Area area = {3, 66, 2, 12};
-  int rectangle[4] = {area.xStart, area.xEnd, area.yStart, area.yEnd};
-  const plain::FilteredLevel expected = plain::filterLevel(2, level, area, 0.0f);
-  // A destination that is not the copy asked for: each pixel's own share must come from there.
-  const Level other = makeLevel(70, 15, Kind::kWhole, 13);
-  Level records(70, 15);
-  Level reduced = other;
-  plain::reduceNoise(2, level, expected.comparison, area, &records, &reduced);
-  Level sharpened = other;
-  plain::sharpen(2, expected.reduced, expected.records, area, &sharpened);
-  forEachTarget([&](const char*) {
-    Level in = level;
-    Level comparison = expected.comparison;
-    Level gotRecords(70, 15);
-    Level gotReduced = other;
-    EXPECT_EQ(noiseReduce_orig(2, 70, 15, rectangle, 3, 0, in.samples.data(), comparison.samples.data(),
-                               gotRecords.samples.data(), gotReduced.samples.data()),
-              12);
-    EXPECT_TRUE(sameBits(records.samples, gotRecords.samples));
-    EXPECT_TRUE(sameBits(reduced.samples, gotReduced.samples));
-    Level source = expected.reduced;
-    Level gotSharpened = other;
-    EXPECT_EQ(sharpen_orig(2, 70, 15, rectangle, 3, source.samples.data(), gotRecords.samples.data(),
-                           gotSharpened.samples.data()),
-              12);
-    EXPECT_TRUE(sameBits(sharpened.samples, gotSharpened.samples));
-  });
+  for (const Kind kind : {Kind::kFlatNoise, Kind::kScene, Kind::kMantissas, Kind::kHostile}) {
+    for (const int w : {70, 1041}) {
+      SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(kind) << ", width " << w);
+      const int h = 8;
+      const plain::Area area = {3, w - 4, 2, 5};
+      int rectangle[4] = {area.xStart, area.xEnd, area.yStart, area.yEnd};
+      const Level level = makeLevel(w, h, kind, 12);
+      const Level comparison = makeLevel(w, h, kind, 13);
+      const Level before = makeLevel(w, h, Kind::kScene, 14);
+      Level records(w, h, -7.0f);
+      Level reduced = before;
+      plain::reduceNoise(2, level, comparison, area, &records, &reduced);
+      const Level anyRecords = makeLevel(w, h, kind, 15);
+      Level sharpened = before;
+      plain::sharpen(2, level, anyRecords, area, &sharpened);
+      forEachTarget([&](const char*) {
+        Guarded<float> img(level.samples, Against::kEnd);
+        Guarded<float> ycc(comparison.samples, Against::kEnd);
+        Guarded<float> amounts(std::vector<float>(level.samples.size(), -7.0f), Against::kEnd);
+        Guarded<float> dest(before.samples, Against::kEnd);
+        EXPECT_EQ(noiseReduce_orig(2, w, h, rectangle, 3, 0, img.data(), ycc.data(), amounts.data(), dest.data()), 5);
+        EXPECT_TRUE(sameBits(records.samples, amounts.copy()));
+        EXPECT_TRUE(sameBits(reduced.samples, dest.copy()));
+        Guarded<float> any(anyRecords.samples, Against::kEnd);
+        Guarded<float> out(before.samples, Against::kEnd);
+        EXPECT_EQ(sharpen_orig(2, w, h, rectangle, 3, img.data(), any.data(), out.data()), 5);
+        EXPECT_TRUE(sameBits(sharpened.samples, out.copy()));
+      });
+    }
+  }
+}
+
+TEST(LevelFilter, HostsMayRunTheWorkersThemselves) {
+  tune();
+  Level level = makeLevel(50, 30, Kind::kScene, 16);
+  int rectangle[4] = {2, 48, 3, 26};
+  const plain::FilteredLevel expected = plain::filterLevel(3, level, {2, 48, 3, 26}, -7.0f);
+  Level comparison = expected.comparison;
+  Level reduced = level;
+  Level records(50, 30, -7.0f);
+  nr_data jobs[3];
+  const auto runAll = [&](void* (*body)(void*), float* in, float* out) {
+    pthread_t threads[3];
+    for (int k = 0; k < 3; ++k) {
+      jobs[k] = {50, 30, 3, rectangle, 3, 0, in, comparison.samples.data(), records.samples.data(), out, k, 3, -1};
+      ASSERT_EQ(pthread_create(&threads[k], nullptr, body, &jobs[k]), 0);
+    }
+    for (const pthread_t thread : threads) pthread_join(thread, nullptr);
+    EXPECT_EQ(jobs[0].retour, 3 + 7);
+    EXPECT_EQ(jobs[2].retour, 3 + 23 - 2 * 7);
+  };
+  runAll(nr_threaded, level.samples.data(), reduced.samples.data());
+  EXPECT_TRUE(sameBits(expected.reduced.samples, reduced.samples));
+  EXPECT_TRUE(sameBits(expected.records.samples, records.samples));
+  runAll(sharpen_threaded, reduced.samples.data(), level.samples.data());
+  EXPECT_TRUE(sameBits(expected.result.samples, level.samples));
 }
 
 }  // namespace
