@@ -100,6 +100,16 @@ def print_teams(times, vectors, is_cpu, title):
         table(["call", "plain", *vectors], rows)
 
 
+def print_profile_share(kernels, calls_cpu, pixels, best):
+    """The profile is the part of a call that one thread does alone."""
+    per_pixel = kernels["kernel/profile"][best] / pixels[f"kernel/profile/{best}"]
+    for group, times in calls_cpu.items():
+        threads = int(settings(group)[4])
+        if len(times) > 2 and threads > 1:
+            share = per_pixel * pixels[f"{group}/{best}"] / (times[best] / threads)
+            print(f"The profile takes {100 * share:.1f} % of the call: {describe(group, True)}.\n")
+
+
 def main():
     seconds, wall, cpu, pixels = load(sys.argv[1])
     kernels = by_target(seconds, "kernel/")
@@ -115,6 +125,8 @@ def main():
         print_calls(calls, pixels, vectors)
         print_teams(wall, vectors, False, "wall time, which other work on the machine lengthens")
         print_teams(cpu, vectors, True, "what the CPU time of both allows when every thread has a core to itself")
+    if calls and "kernel/profile" in kernels:
+        print_profile_share(kernels, by_target(cpu, "call/"), pixels, vectors[-1])
 
 
 if __name__ == "__main__":
