@@ -152,7 +152,7 @@ class Photographs(unittest.TestCase):
                 self.assertRaises(error, call)
 
     def test_threads_take_turns_and_others_run(self):
-        image = scene(700, 900)
+        image = scene(1000, 1300)
         jobs = [0.5, 0.8, 1.2, 1.5]
         expected = [veskaronr.denoise(image, s, threads=2) for s in jobs]
         results = [None] * len(jobs)
