@@ -143,7 +143,7 @@ VESKARONR_API int len_pyram(int LevelMax, int wTile, int hTile);
  *
  * @param wTile,hTile size of the tile in pixels
  * @param startCoord the rectangle to filter at level 0, at least two pixels inside the tile; overwritten
- * @param spp 3
+ * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
  * @param nbProc worker threads for levels 0 and 1; below 2: the calling thread; above 32: 32
  * @param workDiff 3 * len_pyram(3, wTile, hTile) floats; receives the difference pyramid
  * @param workDest 3 * wTile * hTile floats, scratch
@@ -220,7 +220,7 @@ typedef struct nr_data {
  * @param rang level, 0 (finest) to 3; another value is taken as 0
  * @param wImage,hImage size of the level
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp 3
+ * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
  * @param nbProc worker threads; below 2: the calling thread; above 32: 32. The result does not depend on it.
  * @param doDespeckle has no effect
  * @param workDiff,workDest,workTemp 3 * wImage * hImage floats each. On return workTemp holds Y, B - Y, R - Y of the
@@ -246,7 +246,7 @@ VESKARONR_API void* sharpen_threaded(void* threadData);
  * @param wImage width of the level
  * @param hImage not used
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp 3
+ * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
  * @param doDespeckle has no effect
  * @param img the level, read up to two pixels beyond the rectangle
  * @param YCbCr_img the same pixels as Y, B - Y, R - Y
@@ -284,7 +284,7 @@ VESKARONR_API float edgeSmoothInverseSimSum(int spp, int row, float* img, float 
  * @param wImage width of the level
  * @param hImage not used
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp 3
+ * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
  * @param img the noise-reduced level, read up to two pixels beyond the rectangle
  * @param NRamounts as noiseReduce_orig wrote them; the rolloff (third float) must be positive
  * @param dest receives the pixels of the rectangle

@@ -109,9 +109,10 @@ int filterOnWorkers(int level, int w, int h, const Rectangle& area, int workers,
 }  // namespace
 
 int filterLevel(int level, int w, int h, const Rectangle& area, int workers, const LevelBuffers& b) {
+  if (w < 1 || h < 1) return area.endRow();
   const std::ptrdiff_t samples = levelSamples(w, h);
   toComparisonImage(samples / kChannels, b.level, b.comparison);
-  if (samples > 0) std::memcpy(b.reduced, b.level, static_cast<std::size_t>(samples) * sizeof(float));
+  std::memcpy(b.reduced, b.level, static_cast<std::size_t>(samples) * sizeof(float));
   if (workers > 1) return filterOnWorkers(level, w, h, area, workers, b);
   if (!vectors::filterLevel(w, area, b, noiseSettings(level), sharpenSettings(level))) {
     plain::reduceNoise(w, area, b.level, b.comparison, b.records, b.reduced, noiseSettings(level));
@@ -124,8 +125,9 @@ int filterLevel(int level, int w, int h, const Rectangle& area, int workers, con
 
 extern "C" {
 
-int noiseReduce_set(int rang, int wImage, int hImage, int* startCoord, int /*spp*/, int nbProc, int /*doDespeckle*/,
+int noiseReduce_set(int rang, int wImage, int hImage, int* startCoord, int spp, int nbProc, int /*doDespeckle*/,
                     float* workDiff, float* workDest, float* workTemp, float* inImg) {
+  if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
   return veskaro::filterLevel(rang, wImage, hImage, veskaro::Rectangle::fromCoordinates(startCoord), nbProc,
                               {inImg, workDest, workTemp, workDiff});

@@ -124,8 +124,9 @@ void reduceNoise(int width, const Rectangle& area, const float* level, const flo
 
 extern "C" {
 
-int noiseReduce_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int /*spp*/, int /*doDespeckle*/,
+int noiseReduce_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp, int /*doDespeckle*/,
                      float* img, float* YCbCr_img, float* NRamounts, float* dest) {
+  if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);
   veskaro::reduceNoise(wImage, area, img, YCbCr_img, NRamounts, dest, veskaro::noiseSettings(rang));

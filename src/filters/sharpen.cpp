@@ -98,8 +98,9 @@ void sharpen(int width, const Rectangle& area, const float* reduced, const float
 
 extern "C" {
 
-int sharpen_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int /*spp*/, float* img, float* NRamounts,
+int sharpen_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp, float* img, float* NRamounts,
                  float* dest) {
+  if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);
   veskaro::sharpen(wImage, area, img, NRamounts, dest, veskaro::sharpenSettings(rang));

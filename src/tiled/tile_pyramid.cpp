@@ -83,8 +83,10 @@ Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const
 
 extern "C" {
 
-int denoise_tile(int wTile, int hTile, int* startCoord, int /*spp*/, int nbProc, float* workDiff, float* workDest,
+int denoise_tile(int wTile, int hTile, int* startCoord, int spp, int nbProc, float* workDiff, float* workDest,
                  float* workTemp, float* inOutTile) {
+  if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
+  if (wTile < 1 || hTile < 1) return 0;
   const veskaro::DefaultFpEnvironment environment;
   const veskaro::Rectangle last = veskaro::filterTile(wTile, hTile, veskaro::Rectangle::fromCoordinates(startCoord),
                                                       nbProc, {inOutTile, workDiff, workDest, workTemp});
