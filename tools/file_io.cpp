@@ -14,9 +14,12 @@
 #include <utility>
 
 #include "failure.h"
+#include "memory_limit.h"
 
 namespace tool {
 namespace {
+
+constexpr std::size_t kLeastRead = 1 << 16, kLargeInput = std::size_t{1} << 30;
 
 // The name of the file being written, for the signal handler; empty when there is none. Written while the signals
 // that read it are blocked.
@@ -125,17 +128,18 @@ class UnfinishedFile {
   bool committed_ = false;
 };
 
+struct OpenFile {
+  int fd;
+  ~OpenFile() {
+    if (fd > STDERR_FILENO) close(fd);
+  }
+};
+
 // Pipes and devices are written, never replaced.
 void writeInto(const std::string& path, const std::uint8_t* bytes, std::size_t size) {
-  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  if (fd < 0) throw Failure("cannot write " + path + ": " + reason());
-  try {
-    writeFully(fd, bytes, size, path);
-  } catch (...) {
-    close(fd);
-    throw;
-  }
-  close(fd);
+  const OpenFile file{open(path.c_str(), O_WRONLY | O_CLOEXEC)};
+  if (file.fd < 0) throw Failure("cannot write " + path + ": " + reason());
+  writeFully(file.fd, bytes, size, path);
 }
 
 }  // namespace
@@ -143,21 +147,24 @@ void writeInto(const std::string& path, const std::uint8_t* bytes, std::size_t s
 Bytes readWhole(const std::string& path) {
   const bool standardInput = path == "-";
   const std::string name = standardInput ? "standard input" : path;
-  const int fd = standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw Failure("cannot read " + name + ": " + reason());
+  const OpenFile file{standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)};
+  if (file.fd < 0) throw Failure("cannot read " + name + ": " + reason());
   Bytes bytes;
   struct stat status;
-  if (fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) bytes.reserve(static_cast<std::size_t>(status.st_size) + 1);
+  if (fstat(file.fd, &status) == 0 && S_ISREG(status.st_mode))
+    bytes.reserve(static_cast<std::size_t>(status.st_size) + 1);
   std::size_t size = 0;
   ssize_t got;
   do {
-    bytes.resize(std::max(size + (1 << 16), bytes.capacity()));
-    got = read(fd, bytes.data() + size, bytes.size() - size);
+    if (size == bytes.size()) {
+      // Some inputs have no end.
+      if (size > kLargeInput) requireMemory(2 * size);
+      bytes.resize(std::max({bytes.capacity(), 2 * size, kLeastRead}));
+    }
+    got = read(file.fd, bytes.data() + size, bytes.size() - size);
     if (got > 0) size += static_cast<std::size_t>(got);
   } while (got > 0 || (got < 0 && errno == EINTR));
-  const std::string error = got < 0 ? reason() : "";
-  if (!standardInput) close(fd);
-  if (got < 0) throw Failure("cannot read " + name + ": " + error);
+  if (got < 0) throw Failure("cannot read " + name + ": " + reason());
   bytes.resize(size);
   return bytes;
 }

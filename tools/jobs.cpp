@@ -20,29 +20,31 @@ std::string placeUnder(const Options& options, const fs::path& folder, const fs:
                            : "";
 }
 
-struct Found {
-  fs::path path;
-  std::uintmax_t size;
-};
-
-std::vector<Found> picturesIn(const fs::path& folder, const Options& options) {
-  std::vector<Found> found;
+// Adds the pictures below a folder, in order of name. A folder that cannot be listed becomes a job that fails; the
+// others go on.
+void addPicturesIn(const fs::path& folder, const fs::path& top, const Options& options, std::vector<Job>& jobs) {
   const bool besideInputs = !options.outputDir && !options.output;
-  const fs::path results = options.outputDir ? fs::weakly_canonical(*options.outputDir) : fs::path();
-  for (auto entry = fs::recursive_directory_iterator(folder); entry != fs::recursive_directory_iterator(); ++entry) {
-    const fs::path& path = entry->path();
-    const bool hidden = path.filename().string()[0] == '.';
-    if (entry->is_directory()) {
-      // A result folder inside the input folder must not feed the next run.
-      if (hidden || (!results.empty() && fs::weakly_canonical(path) == results)) entry.disable_recursion_pending();
+  std::error_code error;
+  std::vector<fs::directory_entry> entries;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    if (entry->path().filename().string()[0] != '.') entries.push_back(*entry);
+  }
+  if (error) jobs.push_back({folder.string(), "", "cannot read " + folder.string() + ": " + error.message(), 0});
+  std::sort(entries.begin(), entries.end());
+  for (const fs::directory_entry& entry : entries) {
+    const fs::path& path = entry.path();
+    if (entry.is_directory(error)) {
+      // A result folder inside the input folder must not feed the next run, nor a link lead round in circles.
+      const bool results = options.outputDir && fs::equivalent(path, *options.outputDir, error);
+      if (!results && !entry.is_symlink(error)) addPicturesIn(path, top, options, jobs);
       continue;
     }
-    if (hidden || !entry->is_regular_file() || !formatOfExtension(path.extension().string())) continue;
+    if (!entry.is_regular_file(error) || !formatOfExtension(path.extension().string())) continue;
     if (besideInputs && !options.suffix.empty() && endsWith(path.stem().string(), options.suffix)) continue;
-    found.push_back({path, entry->file_size()});
+    Job job{path.string(), placeUnder(options, top, path), "", entry.file_size(error)};
+    if (!job.output.empty() && job.output.back() != '/') job.output += '/';
+    jobs.push_back(job);
   }
-  std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return a.path < b.path; });
-  return found;
 }
 
 }  // namespace
@@ -59,19 +61,10 @@ std::vector<Job> planJobs(const Options& options) {
       jobs.push_back(job);
       continue;
     }
-    try {
-      const std::vector<Found> found = picturesIn(input, options);
-      if (found.empty())
-        jobs.push_back({input, "", "cannot read " + input + ": there are no pictures in the folder", 0});
-      for (const Found& file : found) {
-        Job job{file.path.string(), "", "", file.size};
-        const std::string place = placeUnder(options, input, file.path);
-        if (!place.empty()) job.output = place.back() == '/' ? place : place + "/";
-        jobs.push_back(job);
-      }
-    } catch (const fs::filesystem_error& failed) {
-      jobs.push_back({input, "", "cannot read " + input + ": " + failed.code().message(), 0});
-    }
+    const std::size_t before = jobs.size();
+    addPicturesIn(input, input, options, jobs);
+    if (jobs.size() == before)
+      jobs.push_back({input, "", "cannot read " + input + ": there are no pictures in the folder", 0});
   }
   return jobs;
 }

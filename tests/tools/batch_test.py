@@ -78,9 +78,18 @@ class Names(ToolTest):
         locked.mkdir(mode=0o555)
         os.chmod(self.folder, 0o755)
         drop = ["setpriv", "--reuid=65534", "--clear-groups"] if os.geteuid() == 0 else []
-        done = subprocess.run([*drop, str(BUILD / "veskaro-nr"), str(self.source), str(locked / "o.png")], capture_output=True, text=True)
+        run = lambda *a: subprocess.run([*drop, str(BUILD / "veskaro-nr"), *map(str, a)], capture_output=True, text=True)
+        done = run(self.source, locked / "o.png")
         self.assertEqual(done.returncode, 1)
         self.assertRegex(done.stderr, r"\Aveskaro-nr: cannot write .*Permission denied\n\Z")
+        # A folder that may not be entered is one failure among the files of the batch.
+        (self.folder / "closed").mkdir(mode=0)
+        (self.folder / "out").mkdir(mode=0o777)
+        os.chmod(self.folder / "out", 0o777)
+        done = run(self.folder, "-d", self.folder / "out")
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, r"\Aveskaro-nr: cannot read .*closed: Permission denied\n\Z")
+        self.assertEqual(os.listdir(self.folder / "out"), ["a b.PNG"])
 
 
 class Batches(ToolTest):
@@ -107,8 +116,14 @@ class Batches(ToolTest):
         ours, theirs = pty.openpty()
         done = subprocess.run([str(BUILD / "veskaro-nr"), str(self.folder), "-d", str(self.folder / "o")], stdout=subprocess.PIPE, stderr=theirs, text=True)
         os.close(theirs)
-        shown = os.read(ours, 1 << 16).decode()
+        shown = b""
+        while True:
+            try:
+                shown += os.read(ours, 1 << 16)
+            except OSError:  # the other end is closed and all is read
+                break
         os.close(ours)
+        shown = shown.decode()
         self.assertEqual(done.returncode, 0)
         self.assertIn("2/3", shown)
         self.assertRegex(shown, r"ETA \d:\d\d")

@@ -34,7 +34,7 @@ class Damaged(ToolTest):
         chance = random.Random(7)
         for source in list(self.kinds()):
             whole = source.read_bytes()
-            for attempt in range(12):
+            for attempt in range(8):
                 damaged = bytearray(whole)
                 for _ in range(chance.choice((1, 4, 40))):
                     # Headers get half of the hits: that is where sizes and offsets are.
