@@ -5,9 +5,10 @@
 
 namespace veskaro::bench {
 
-// Names are kernel/NAME/TARGET and call/MEGAPIXELS/BITS/UNIT/NOISE/THREADS/TARGET.
+// Names are kernel/NAME/TARGET, call/MEGAPIXELS/BITS/UNIT/NOISE/THREADS/TARGET and hdr/NAME/TARGET.
 bool registerKernels();
 bool registerCalls(const Size& large, const Size& small);
+bool registerHdr(const Size& size);
 
 }  // namespace veskaro::bench
 

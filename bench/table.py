@@ -110,17 +110,44 @@ def print_profile_share(kernels, calls_cpu, pixels, best):
             print(f"The profile takes {100 * share:.1f} % of the call: {describe(group, True)}.\n")
 
 
+def bytes_moved(path):
+    """By the name of each benchmark that states it: the bytes to read and write at the least."""
+    with open(path) as file:
+        return {run["name"].split("/iterations")[0]: run["bytes"] for run in json.load(file)["benchmarks"]
+                if "bytes" in run and run.get("run_type") != "aggregate"}
+
+
+def print_hdr(hdr, pixels, moved, vectors):
+    best = vectors[-1]
+    copy = moved.get(f"hdr/copy of the picture/{best}")
+    speed = copy / hdr["hdr/copy of the picture"][best] if copy else None
+    print("denoise1, one thread: MP/s, times the plain code, and with the widest vectors the\n"
+          "share of the speed at which a copy reads and writes memory.\n")
+    rows = []
+    for group, times in hdr.items():
+        if group == "hdr/copy of the picture" or "plain" not in times or best not in times:
+            continue
+        n = pixels[group + "/plain"]
+        share = f"{moved[f'{group}/{best}'] / times[best] / speed:.0%}" if speed and "line" not in group else ""
+        rows.append([group.split("/")[1], rate(n, times["plain"]),
+                     *(f"{rate(n, times[t])} ({times['plain'] / times[t]:.1f}x)" for t in vectors), share])
+    table(["call", "plain", *vectors, "of memory"], rows)
+
+
 def main():
     seconds, wall, cpu, pixels = load(sys.argv[1])
+    hdr = by_target(seconds, "hdr/")
     kernels = by_target(seconds, "kernel/")
     calls = by_target(seconds, "call/")
     order = ["SSSE3", "SSE4", "AVX2", "AVX3", "AVX3_DL"]
-    found = {target for group in (*kernels.values(), *calls.values()) for target in group}
+    found = {target for group in (*kernels.values(), *calls.values(), *hdr.values()) for target in group}
     vectors = [target for target in order if target in found]
     if not vectors:
         sys.exit("nothing to compare: no vectors on this machine, or not in what was run")
     if kernels:
         print_kernels(kernels, pixels, vectors)
+    if hdr:
+        print_hdr(hdr, pixels, bytes_moved(sys.argv[1]), vectors)
     if calls:
         print_calls(calls, pixels, vectors)
         print_teams(wall, vectors, False, "wall time, which other work on the machine lengthens")
