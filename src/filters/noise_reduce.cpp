@@ -9,6 +9,7 @@
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
 #include "host/fp_environment.h"
+#include "host/ieee.h"
 #include "pyramid/lift.h"
 
 namespace veskaro {
@@ -78,7 +79,7 @@ void sumNeighbours(const Pixel& p, const Tolerance& t, ColumnSum (&columns)[5]) 
   }
 }
 
-void reducePixel(const Pixel& p, const NoiseSettings& s) {
+VESKARO_MAY_DIVIDE_BY_ZERO void reducePixel(const Pixel& p, const NoiseSettings& s) {
   const Tolerance t = toleranceAt(p.level, s.threshold, s.rolloff, s.highlightSlope);
   ColumnSum c[5];
   sumNeighbours(p, t, c);
@@ -124,8 +125,8 @@ void reduceNoise(int width, const Rectangle& area, const float* level, const flo
 
 extern "C" {
 
-int noiseReduce_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp, int /*doDespeckle*/,
-                     float* img, float* YCbCr_img, float* NRamounts, float* dest) {
+int noiseReduce_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp, int /*doDespeckle*/, float* img,
+                     float* YCbCr_img, float* NRamounts, float* dest) {
   if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);

@@ -10,6 +10,7 @@
 #include "filters/neighbour_weights.h"
 #include "filters/noise_reduce.h"
 #include "host/fp_environment.h"
+#include "host/ieee.h"
 #include "pyramid/lift.h"
 #include "pyramid/similarity.h"
 
@@ -42,7 +43,7 @@ struct NeighbourSum {
   float weight = 0.0f;
 };
 
-NeighbourSum sumNeighbours(const float* centre, std::ptrdiff_t row, const Band& band) {
+VESKARO_MAY_DIVIDE_BY_ZERO NeighbourSum sumNeighbours(const float* centre, std::ptrdiff_t row, const Band& band) {
   const float perThreshold = 1.0f / band.threshold;
   const float perRolloff = 1.0f / band.rolloff;
   NeighbourSum sum;

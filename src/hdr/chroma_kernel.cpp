@@ -179,8 +179,8 @@ class ChromaRunner {
 bool areOrdinary(const ChromaJob& job) {
   if (job.size.width < kNarrowest) return false;
   if (!(job.thresholdScale >= 0.0f && job.thresholdScale <= 1e6f)) return false;
-  return !job.fadeIntoMidTones || std::isnormal(1.0f / (job.satLevel - job.shadowsLevel)) ||
-         job.satLevel <= job.shadowsLevel;
+  return !job.fadeIntoMidTones || job.satLevel <= job.shadowsLevel ||
+         std::isnormal(1.0f / (job.satLevel - job.shadowsLevel));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "VeskaroNRLib.h"
 #include "host/fp_environment.h"
+#include "host/ieee.h"
 #include "pyramid/lift.h"
 #include "pyramid/reconstruct_kernel.h"
 #include "pyramid/similarity.h"
@@ -50,7 +51,7 @@ void interpolateHorizontally(const FineRow& row, int x) {
   for (int k = 0; k < kChannels; ++k) row.result[x * kChannels + k] = right[k] * rightCoef + left[k] * leftCoef;
 }
 
-void interpolateVertically(const FineRow& row, int x) {
+VESKARO_MAY_DIVIDE_BY_ZERO void interpolateVertically(const FineRow& row, int x) {
   const float topSim = row.similarity(x, 0, -1);
   const float bottomSim = row.similarity(x, 0, +1);
   float topCoef = 0.5f;
@@ -65,7 +66,7 @@ void interpolateVertically(const FineRow& row, int x) {
   for (int k = 0; k < kChannels; ++k) row.result[x * kChannels + k] = bottom[k] * bottomCoef + top[k] * topCoef;
 }
 
-void interpolateDiagonally(const FineRow& row, int x) {
+VESKARO_MAY_DIVIDE_BY_ZERO void interpolateDiagonally(const FineRow& row, int x) {
   const float topLeftSim = row.similarity(x, -1, -1);
   const float topRightSim = row.similarity(x, +1, -1);
   const float bottomLeftSim = row.similarity(x, -1, +1);

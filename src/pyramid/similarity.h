@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "host/ieee.h"
 #include "params/tuning.h"
 
 namespace veskaro {
@@ -18,7 +19,7 @@ inline float pixelDistance(const float* a, const float* b) {
 }
 
 // 1 up to the threshold, falling linearly to 0 over the rolloff.
-inline float similarityOf(float distance, const ReconstructSettings& s) {
+VESKARO_MAY_DIVIDE_BY_ZERO inline float similarityOf(float distance, const ReconstructSettings& s) {
   if (s.threshold >= distance) return 1.0f;
   if (distance > s.rolloff + s.threshold) return 0.0f;
   return (s.threshold - distance) / s.rolloff + 1.0f;

@@ -278,7 +278,7 @@ int runScenario(const std::string& name) {
 }  // namespace veskaro::test
 
 int main(int argc, char** argv) {
-  if (argc == 3 && std::string(argv[1]) == "--scenario") return veskaro::test::runScenario(argv[2]);
+  if (argc == 3 && std::string(argv[1]) == "--scenario") _exit(veskaro::test::runScenario(argv[2]));
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }
