@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -51,6 +53,23 @@ TEST(Reconstruct, IsThePlainReadingOfEveryKindOfLevel) {
       expectPlainReconstruction(coarseFor(guide, kind, seed + 100), guide);
     }
   }
+}
+
+// Distances whose sum lies next to the middle between two floats: only a sum in double that is rounded once tells on
+// which side. In the second the bits that decide come from the smallest samples, in the first from the spread.
+TEST(Reconstruct, RoundsSumsOfDistancesOnce) {
+  constexpr float kPixels[2][3] = {{32768.0f, 0x1p-9f - 0x1p-12f, 0x1p-12f + 0x1p-35f},
+                                   {128.0f, 0x1p-17f - 0x1p-26f, 0x1p-26f + 0x1p-43f}};
+  for (const auto& pixel : kPixels) {
+    Level guide(40, 6);
+    for (int i = 0; i < 40 * 6; i += 4) std::copy_n(pixel, 3, guide.at(i % 40, i / 40));
+    // The distance is one step above the threshold, where the similarity is a half.
+    reconSimilarityThreshold = pixel[0];
+    reconSimilarityRolloff = 2.0f * (std::nextafter(pixel[0], 1e9f) - pixel[0]);
+    EXPECT_EQ(reconDistanceSimilarity(0.0f, 0.0f, 0.0f, pixel[0], pixel[1], pixel[2]), 0.5f);
+    expectPlainReconstruction(coarseFor(guide, Kind::kScene, 1), guide);
+  }
+  tune();
 }
 
 TEST(Reconstruct, IsThePlainReadingAtEverySize) {
