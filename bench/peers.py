@@ -145,7 +145,7 @@ def denoisers(clock, ffmpeg):
         ("OpenCV bilateralFilter, d 5, sigmaColor {}", opencv(clock, bilateral(5)), colours),
         ("OpenCV bilateralFilter, d 9, sigmaColor {}", opencv(clock, bilateral(9)), colours),
         ("FFmpeg nlmeans, s {}", ffmpeg.filter("format=gbrp", "nlmeans=s={}"), [4, 5.5, 7, 9]),
-        ("FFmpeg bm3d, sigma {}", ffmpeg.filter("format=gbrp", "bm3d=sigma={}"), [10, 15, 20, 30, 40]),
+        ("FFmpeg bm3d, sigma {}", ffmpeg.filter("format=gbrp", "bm3d=sigma={}"), [20, 30, 40, 50, 60]),
         ("FFmpeg dctdnoiz, s {}", ffmpeg.filter("format=rgb24", "dctdnoiz=s={}"), [8, 11, 15, 20]),
     ]
 
