@@ -1,6 +1,7 @@
 // The chroma stage in vectors, compiled once for every instruction set.
 #include "hdr/chroma_kernel.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "VeskaroNRLib.h"
@@ -35,16 +36,6 @@ HWY_INLINE VRgb chromaticity(const VPixels& p) {
   return times(m, hn::IfThenElseZero(coloured, hn::Div(hn::Set(d, 1.0f), sum)));
 }
 
-// The value, or the threshold with its sign, whichever is smaller. The threshold is not negative.
-HWY_INLINE V within(V value, V threshold) {
-#if HWY_TARGET <= HWY_AVX3
-  constexpr int kSmallerMagnitudeSignOfFirst = 2;
-  return V{_mm512_range_ps(value.raw, threshold.raw, kSmallerMagnitudeSignOfFirst)};
-#else
-  return hn::Min(hn::Max(value, hn::Neg(threshold)), threshold);
-#endif
-}
-
 // What is left of a detail is the detail less its part within the threshold.
 struct ChromaShrink {
   explicit ChromaShrink(const ChromaJob& job) {
@@ -75,20 +66,29 @@ struct ChromaLevels {
 };
 
 template <bool kFadeIntoMidTones>
-HWY_INLINE VRgb rebuiltColour(const ChromaLevels& levels, const VRgb& own, const VRgb& ratio) {
+HWY_INLINE VRgb faded(const ChromaLevels& levels, V sum, const VRgb& own, const VRgb& smoothed) {
+  if (!kFadeIntoMidTones) return own;
+  const Floats d;
+  const V saturation = hn::Set(d, levels.saturation);
+  const Mask fading = hn::Lt(sum, saturation);
+  if (hn::AllFalse(d, fading)) return own;
+  const V weight = hn::Mul(hn::Sub(saturation, sum), hn::Set(d, levels.inverse));
+  return {hn::IfThenElse(fading, blend(own.r, smoothed.r, weight), own.r),
+          hn::IfThenElse(fading, blend(own.g, smoothed.g, weight), own.g),
+          hn::IfThenElse(fading, blend(own.b, smoothed.b, weight), own.b)};
+}
+
+// smoothedRatio() is asked for only where a pixel wants it: the bright ones keep their colour.
+template <bool kFadeIntoMidTones, class SmoothedRatio>
+HWY_INLINE VRgb rebuiltColour(const ChromaLevels& levels, const VRgb& own, const SmoothedRatio& smoothedRatio) {
   const Floats d;
   const V sum = colorSum(own);
-  const VRgb smoothed = times(ratio, sum);
   const Mask dark = hn::Lt(sum, hn::Set(d, levels.shadows));
-  VRgb rest = own;
-  if (kFadeIntoMidTones) {
-    const V saturation = hn::Set(d, levels.saturation);
-    const V weight = hn::Mul(hn::Sub(saturation, sum), hn::Set(d, levels.inverse));
-    const Mask fading = hn::Lt(sum, saturation);
-    rest.r = hn::IfThenElse(fading, blend(own.r, smoothed.r, weight), own.r);
-    rest.g = hn::IfThenElse(fading, blend(own.g, smoothed.g, weight), own.g);
-    rest.b = hn::IfThenElse(fading, blend(own.b, smoothed.b, weight), own.b);
-  }
+  const V highest = hn::Set(d, kFadeIntoMidTones ? std::max(levels.shadows, levels.saturation) : levels.shadows);
+  if (hn::AllFalse(d, hn::Lt(sum, highest))) return own;
+  const VRgb smoothed = times(smoothedRatio(), sum);
+  if (hn::AllTrue(d, dark)) return smoothed;
+  const VRgb rest = faded<kFadeIntoMidTones>(levels, sum, own, smoothed);
   return {hn::IfThenElse(dark, smoothed.r, rest.r), hn::IfThenElse(dark, smoothed.g, rest.g),
           hn::IfThenElse(dark, smoothed.b, rest.b)};
 }
@@ -96,9 +96,7 @@ HWY_INLINE VRgb rebuiltColour(const ChromaLevels& levels, const VRgb& own, const
 class ChromaRunner {
  public:
   ChromaRunner(const ChromaJob& job, Arena* arena) : job_(job), plan_(job.size.width, kStripColumns) {
-    const int columns = plan_.widestRow();
-    for (DetailRings& plane : rings_) plane = DetailRings(arena, columns);
-    for (float*& row : result_) row = arena->take(columns);
+    for (DetailRings& plane : rings_) plane = DetailRings(arena, plan_.widestRow());
   }
 
   void run() const {
@@ -120,8 +118,10 @@ class ChromaRunner {
     DetailStream<3, decltype(makeRow)> stream(rings_, job_.size.height, strip, makeRow);
     for (int y = 0; y < job_.size.height; ++y) {
       stream.advanceTo(y);
-      for (int p = 0; p < 3; ++p) stream.addUp(p, y, shrink, result_[p]);
-      writeRow<kFadeIntoMidTones>(strip, y, levels);
+      const DetailRows red = stream.rowsAt(0, y), green = stream.rowsAt(1, y), blue = stream.rowsAt(2, y);
+      writeRow<kFadeIntoMidTones>(strip, y, levels, [&](int x) VESKARO_INLINE_LAMBDA -> VRgb {
+        return {addUp(red, x, shrink), addUp(green, x, shrink), addUp(blue, x, shrink)};
+      });
     }
   }
 
@@ -148,31 +148,39 @@ class ChromaRunner {
     });
   }
 
-  template <bool kFadeIntoMidTones>
-  void writeRow(const Strip& strip, int y, const ChromaLevels& levels) const {
-    const Floats d;
+  // smoothedRatio(x): that of the vector of pixels x columns into the strip.
+  template <bool kFadeIntoMidTones, class SmoothedRatio>
+  HWY_INLINE void writeRow(const Strip& strip, int y, const ChromaLevels& levels,
+                           const SmoothedRatio& smoothedRatio) const {
     const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
     const RgbeRow out = rowOf(job_.out, job_.size.width, y);
     forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(in, i);
       const int x = i - strip.xStart;
       if (HWY_LIKELY(areOrdinary(p))) {
-        const VRgb ratio = {hn::LoadU(d, result_[0] + x), hn::LoadU(d, result_[1] + x), hn::LoadU(d, result_[2] + x)};
         const VRgb own = times(mantissas(p), scaleOf(p));
-        storePixels(HWY_NAMESPACE::rebuiltColour<kFadeIntoMidTones>(levels, own, ratio), out, i);
+        storePixels(HWY_NAMESPACE::rebuiltColour<kFadeIntoMidTones>(
+                        levels, own, [&]() VESKARO_INLINE_LAMBDA { return smoothedRatio(x); }),
+                    out, i);
       } else {
-        for (int k = 0; k < lanes(); ++k) {
-          writePixel(job_, table_, in, i + k, {result_[0][x + k], result_[1][x + k], result_[2][x + k]}, out);
-        }
+        writeOneByOne(in, i, smoothedRatio(x), out);
       }
     });
+  }
+
+  void writeOneByOne(const ConstRgbeRow& in, int i, const VRgb& ratio, const RgbeRow& out) const {
+    const Floats d;
+    alignas(64) float r[HWY_LANES(float)], g[HWY_LANES(float)], b[HWY_LANES(float)];
+    hn::Store(ratio.r, d, r);
+    hn::Store(ratio.g, d, g);
+    hn::Store(ratio.b, d, b);
+    for (int k = 0; k < lanes(); ++k) writePixel(job_, table_, in, i + k, {r[k], g[k], b[k]}, out);
   }
 
   const ChromaJob& job_;
   const ExponentTable table_;
   const StripPlan plan_;
   DetailRings rings_[3];
-  float* result_[3];
 };
 
 // Details of a chromaticity stay below 1, so that with thresholds of any use nothing leaves the float range.

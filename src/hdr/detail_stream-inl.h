@@ -107,6 +107,39 @@ HWY_INLINE void smoothAcrossThenAlong(const float* above, const float* row, cons
   }
 }
 
+// The value, or the threshold with its sign, whichever is smaller. The threshold is not negative.
+HWY_INLINE V within(V value, V threshold) {
+#if HWY_TARGET <= HWY_AVX3
+  constexpr int kSmallerMagnitudeSignOfFirst = 2;
+  return V{_mm512_range_ps(value.raw, threshold.raw, kSmallerMagnitudeSignOfFirst)};
+#else
+  return hn::Min(hn::Max(value, hn::Neg(threshold)), threshold);
+#endif
+}
+
+struct DetailRows {
+  const float* base;
+  const float* smooth[kDetailLevels];
+};
+
+// The shrunk details of all levels, finest first, then the last level's smoothed image. shrink gets a level's detail
+// and smoothed value at that level's scale, and answers at it.
+template <class Shrink>
+HWY_INLINE V addUp(const DetailRows& rows, int x, const Shrink& shrink) {
+  const Floats d;
+  const V sixteen = hn::Set(d, 16.0f);
+  const auto backFrom = [&d](int level) HWY_ATTR { return hn::Set(d, 1.0f / scaleOfLevel(level)); };
+  V smooth = hn::LoadU(d, rows.smooth[0] + x);
+  V sum = hn::Mul(shrink(0, hn::MulSub(hn::LoadU(d, rows.base + x), sixteen, smooth), smooth), backFrom(0));
+  HWY_UNROLL(4)
+  for (int level = 1; level < kDetailLevels; ++level) {
+    const V finer = smooth;
+    smooth = hn::LoadU(d, rows.smooth[level] + x);
+    sum = hn::MulAdd(shrink(level, hn::MulSub(finer, sixteen, smooth), smooth), backFrom(level), sum);
+  }
+  return hn::MulAdd(smooth, backFrom(kDetailLevels - 1), sum);
+}
+
 // The rows of kPlanes planes of one strip. MakeRow(y) fills row y of base of every plane.
 template <int kPlanes, class MakeRow>
 class DetailStream {
@@ -117,29 +150,12 @@ class DetailStream {
   // Makes every row that row y of the result needs.
   void advanceTo(int y) { makeSmooth(kDetailLevels - 1, y); }
 
-  // to[x] = the shrunk details of all levels, finest first, then the last level's smoothed image, at row y. shrink gets
-  // a level's detail and smoothed value at that level's scale, and answers at it.
-  template <class Shrink>
-  HWY_INLINE void addUp(int plane, int y, const Shrink& shrink, float* to) const {
-    const Floats d;
-    const V sixteen = hn::Set(d, 16.0f);
-    const DetailRings& r = rings_[plane];
-    const int offset = strip_.xStart - strip_.rowStart, columns = strip_.xEnd - strip_.xStart;
-    const float* rows[kDetailLevels + 1] = {r.base.at(y) + offset};
-    for (int level = 0; level < kDetailLevels; ++level) rows[level + 1] = r.smooth[level].at(y) + offset;
-    for (int x = 0; x < columns; x += lanes()) {
-      V smooth = hn::Load(d, rows[1] + x);
-      V sum = hn::Mul(shrink(0, hn::MulSub(hn::Load(d, rows[0] + x), sixteen, smooth), smooth),
-                      hn::Set(d, 1.0f / scaleOfLevel(0)));
-      HWY_UNROLL(4)
-      for (int level = 1; level < kDetailLevels; ++level) {
-        const V finer = smooth;
-        smooth = hn::Load(d, rows[level + 1] + x);
-        sum = hn::MulAdd(shrink(level, hn::MulSub(finer, sixteen, smooth), smooth),
-                         hn::Set(d, 1.0f / scaleOfLevel(level)), sum);
-      }
-      hn::Store(hn::MulAdd(smooth, hn::Set(d, 1.0f / scaleOfLevel(kDetailLevels - 1)), sum), d, to + x);
-    }
+  // Row y of a plane, with its smoothed images, from the strip's first column to write.
+  DetailRows rowsAt(int plane, int y) const {
+    const int offset = strip_.xStart - strip_.rowStart;
+    DetailRows rows = {rings_[plane].base.at(y) + offset, {}};
+    for (int level = 0; level < kDetailLevels; ++level) rows.smooth[level] = rings_[plane].smooth[level].at(y) + offset;
+    return rows;
   }
 
  private:

@@ -36,28 +36,42 @@ ThresholdCurve scaledCurve(const LuminanceJob& job, int level) {
   return curve;
 }
 
-// The threshold may be negative, so both tests are made, in their order.
-struct LuminanceShrink {
-  explicit LuminanceShrink(const LuminanceJob& job)
-      : curves{scaledCurve(job, 0), scaledCurve(job, 1), scaledCurve(job, 2), scaledCurve(job, 3),
-               scaledCurve(job, 4)} {}
+struct ScaledCurves {
+  explicit ScaledCurves(const LuminanceJob& job)
+      : of{scaledCurve(job, 0), scaledCurve(job, 1), scaledCurve(job, 2), scaledCurve(job, 3), scaledCurve(job, 4)} {}
+  ThresholdCurve of[kDetailLevels];
+};
 
+// With one threshold, not negative, in the shadows and 0 elsewhere.
+struct ShadowsShrink {
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
-    const V threshold = thresholdAt(curves[level], smooth);
+    const Floats d;
+    const ThresholdCurve& c = curves.of[level];
+    const V threshold = hn::IfThenElseZero(hn::Lt(smooth, hn::Set(d, c.shadowsEnd)), hn::Set(d, c.shadows));
+    return hn::Sub(detail, within(detail, threshold));
+  }
+  const ScaledCurves& curves;
+};
+
+// With the whole curve. The threshold may be negative, so both tests are made, in their order.
+struct CurveShrink {
+  HWY_INLINE V operator()(int level, V detail, V smooth) const {
+    const V threshold = thresholdAt(curves.of[level], smooth);
     const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
     return hn::IfThenElse(hn::Gt(hn::Neg(threshold), detail), hn::Add(detail, threshold), above);
   }
 
   static HWY_INLINE V thresholdAt(const ThresholdCurve& c, V smooth) {
     const Floats d;
-    const auto line = [&](float slope, float offset)
-                          HWY_ATTR { return hn::Add(hn::Mul(hn::Set(d, slope), smooth), hn::Set(d, offset)); };
-    const V high = hn::IfThenZeroElse(hn::Gt(smooth, hn::Set(d, c.zeroAbove)), line(c.highSlope, c.highOffset));
-    const V mid = hn::IfThenElse(hn::Lt(smooth, hn::Set(d, c.midEnd)), line(c.midSlope, c.midOffset), high);
-    return hn::IfThenElse(hn::Lt(smooth, hn::Set(d, c.shadowsEnd)), hn::Set(d, c.shadows), mid);
+    const auto either = [&](Mask choice, float yes, float no)
+                            HWY_ATTR { return hn::IfThenElse(choice, hn::Set(d, yes), hn::Set(d, no)); };
+    const Mask mid = hn::Lt(smooth, hn::Set(d, c.midEnd));
+    const V line =
+        hn::Add(hn::Mul(either(mid, c.midSlope, c.highSlope), smooth), either(mid, c.midOffset, c.highOffset));
+    const V upper = hn::IfThenZeroElse(hn::Gt(smooth, hn::Set(d, c.zeroAbove)), line);
+    return hn::IfThenElse(hn::Lt(smooth, hn::Set(d, c.shadowsEnd)), hn::Set(d, c.shadows), upper);
   }
-
-  ThresholdCurve curves[kDetailLevels];
+  const ScaledCurves& curves;
 };
 
 // Whether every number of a level's curve is far from the ends of the float range, so that scaling it is exact.
@@ -91,26 +105,32 @@ HWY_INLINE VRgb withLuminance(const VPixels& p, V logLuma) {
 class LuminanceRunner {
  public:
   LuminanceRunner(const LuminanceJob& job, Arena* arena)
-      : job_(job), shrink_(job), plan_(job.size.width, kStripColumns) {
-    const int columns = plan_.widestRow();
-    rings_ = DetailRings(arena, columns);
-    result_ = arena->take(columns);
+      : job_(job), curves_(job), plan_(job.size.width, kStripColumns) {
+    rings_ = DetailRings(arena, plan_.widestRow());
   }
 
   void run() const {
+    const bool isShadowsOnly = !job_.includeMidTones && curves_.of[0].shadows >= 0.0f;
     for (int n = 0; n < plan_.count(); ++n) {
-      const Strip strip = plan_.strip(n);
-      const auto makeRow = [&](int y) { makeLogs(strip, y); };
-      DetailStream<1, decltype(makeRow)> stream(&rings_, job_.size.height, strip, makeRow);
-      for (int y = 0; y < job_.size.height; ++y) {
-        stream.advanceTo(y);
-        stream.addUp(0, y, shrink_, result_);
-        writeRow(strip, y);
+      if (isShadowsOnly) {
+        runStrip(plan_.strip(n), ShadowsShrink{curves_});
+      } else {
+        runStrip(plan_.strip(n), CurveShrink{curves_});
       }
     }
   }
 
  private:
+  template <class Shrink>
+  void runStrip(const Strip& strip, const Shrink& shrink) const {
+    const auto makeRow = [&](int y) { makeLogs(strip, y); };
+    DetailStream<1, decltype(makeRow)> stream(&rings_, job_.size.height, strip, makeRow);
+    for (int y = 0; y < job_.size.height; ++y) {
+      stream.advanceTo(y);
+      writeRow(strip, y, stream.rowsAt(0, y), shrink);
+    }
+  }
+
   void makeLogs(const Strip& strip, int y) const {
     const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
     float* const to = rings_.base.at(y);
@@ -125,28 +145,29 @@ class LuminanceRunner {
     });
   }
 
-  void writeRow(const Strip& strip, int y) const {
+  template <class Shrink>
+  void writeRow(const Strip& strip, int y, const DetailRows& rows, const Shrink& shrink) const {
     const Floats d;
     const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
     const RgbeRow out = rowOf(job_.out, job_.size.width, y);
     forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(in, i);
-      const float* const x = result_ + (i - strip.xStart);
-      const V logLuma = hn::LoadU(d, x);
+      const V logLuma = addUp(rows, i - strip.xStart, shrink);
       if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog))))) {
         storePixels(withLuminance(p, logLuma), out, i);
       } else {
-        for (int k = 0; k < lanes(); ++k) writePixel(table_, in, i + k, x[k], out);
+        alignas(64) float lane[HWY_LANES(float)];
+        hn::Store(logLuma, d, lane);
+        for (int k = 0; k < lanes(); ++k) writePixel(table_, in, i + k, lane[k], out);
       }
     });
   }
 
   const LuminanceJob& job_;
   const ExponentTable table_;
-  const LuminanceShrink shrink_;
+  const ScaledCurves curves_;
   const StripPlan plan_;
   DetailRings rings_;
-  float* result_;
 };
 
 }  // namespace

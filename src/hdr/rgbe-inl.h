@@ -60,9 +60,26 @@ HWY_INLINE VRgb times(const VRgb& c, V factor) {
   return {hn::Mul(c.r, factor), hn::Mul(c.g, factor), hn::Mul(c.b, factor)};
 }
 
+// Toward zero. What no int holds becomes the smallest int, which is what the processor does by itself.
+HWY_INLINE VI truncated(V v) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  return VI{_mm512_cvttps_epi32(v.raw)};
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+  return VI{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_ARCH_X86
+  return VI{_mm_cvttps_epi32(v.raw)};
+#else
+  return hn::ConvertTo(Ints(), v);
+#endif
+}
+
 HWY_INLINE void storeLowBytes(VI v, unsigned char* to) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_cvtepi32_epi8(v.raw));
+#else
   const hn::RebindToUnsigned<Floats> du;
   hn::StoreU(hn::U8FromU32(hn::And(hn::BitCast(du, v), hn::Set(du, 0xff))), Bytes(), to);
+#endif
 }
 
 // For finite channels. The scale that takes the largest channel to [128, 256) is a power of two: with the biased
@@ -73,15 +90,14 @@ HWY_INLINE void storePixels(const VRgb& c, const RgbeRow& row, int i) {
   const Ints di;
   const V largest = hn::Max(hn::Max(c.g, c.r), c.b);
   const VI exponent = hn::And(hn::BitCast(di, largest), hn::Set(di, 0x7f800000));
-  const V scale = hn::BitCast(d, hn::Sub(hn::Set(di, 261 << 23), exponent));
   // No float lies between the double 1e-32 and 1e-32f above it.
-  const auto visible = hn::RebindMask(di, hn::Ge(largest, hn::Set(d, 1e-32f)));
-  const auto mantissa = [&](V v) { return hn::IfThenElseZero(visible, hn::ConvertTo(di, hn::Mul(v, scale))); };
-  storeLowBytes(mantissa(c.r), row.r + i);
-  storeLowBytes(mantissa(c.g), row.g + i);
-  storeLowBytes(mantissa(c.b), row.b + i);
+  const Mask visible = hn::Ge(largest, hn::Set(d, 1e-32f));
+  const V scale = hn::IfThenElseZero(visible, hn::BitCast(d, hn::Sub(hn::Set(di, 261 << 23), exponent)));
+  storeLowBytes(truncated(hn::Mul(c.r, scale)), row.r + i);
+  storeLowBytes(truncated(hn::Mul(c.g, scale)), row.g + i);
+  storeLowBytes(truncated(hn::Mul(c.b, scale)), row.b + i);
   const VI exponentByte = hn::Add(hn::ShiftRight<23>(exponent), hn::Set(di, 128 - 126));
-  storeLowBytes(hn::IfThenElseZero(visible, exponentByte), row.e + i);
+  storeLowBytes(hn::IfThenElseZero(hn::RebindMask(di, visible), exponentByte), row.e + i);
 }
 
 // Calls visit(i) for the first pixel of each whole vector of [start, end); the last ones overlap. At least a vector's

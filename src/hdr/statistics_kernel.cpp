@@ -6,6 +6,7 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "hdr/statistics_kernel.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 
 #include "hdr/rgbe-inl.h"
@@ -144,15 +145,44 @@ bool canCount(const PictureSize& size) {
   return size.width >= lanes();
 }
 
+namespace {
+
+// Steps through the vectors of a picture at random distances, always the same.
+class SampleCursor {
+ public:
+  SampleCursor(const PictureSize& size, int stride)
+      : perRow_(size.width / lanes()), end_(std::int64_t{perRow_} * size.height), stride_(stride) {}
+
+  bool atEnd() const { return n_ >= end_; }
+  int row() const { return static_cast<int>(n_ / perRow_); }
+  int column() const { return static_cast<int>(n_ % perRow_) * lanes(); }
+  void advance() { n_ += stride_ == 1 ? 1 : 1 + static_cast<int>(random_() % (2u * stride_ - 1)); }
+
+ private:
+  const int perRow_;
+  const std::int64_t end_;
+  const int stride_;
+  std::int64_t n_ = 0;
+  std::minstd_rand random_;
+};
+
+}  // namespace
+
 void countCoarsely(const PictureSize& size, const unsigned char* picture, int stride, CoarseHistogram* histograms) {
   const Ints d;
   const ExponentTable table;
-  const int vectorsPerRow = size.width / lanes();
-  std::minstd_rand random;
-  const auto step = [&] { return stride == 1 ? 1 : 1 + static_cast<int>(random() % (2u * stride - 1)); };
-  for (std::int64_t n = 0; n < std::int64_t{vectorsPerRow} * size.height; n += step()) {
-    const ConstRgbeRow row = rowOf(picture, size.width, static_cast<int>(n / vectorsPerRow));
-    const Values values = valuesOf(row, static_cast<int>(n % vectorsPerRow) * lanes(), table);
+  SampleCursor ahead(size, stride);
+  const auto fetchNext = [&] {
+    if (ahead.atEnd()) return;
+    const ConstRgbeRow row = rowOf(picture, size.width, ahead.row());
+    for (const unsigned char* run : {row.r, row.g, row.b, row.e}) hwy::Prefetch(run + ahead.column());
+    ahead.advance();
+  };
+  constexpr int kAhead = 16;
+  for (int n = 0; n < kAhead; ++n) fetchNext();
+  for (SampleCursor here(size, stride); !here.atEnd(); here.advance()) {
+    fetchNext();
+    const Values values = valuesOf(rowOf(picture, size.width, here.row()), here.column(), table);
     for (int q = 0; q < kQuantities; ++q) {
       alignas(64) std::int32_t bins[HWY_LANES(float)];
       hn::Store(hn::ShiftRight<16>(values.bits[q]), d, bins);
