@@ -57,6 +57,8 @@ bool allZero(const Params& params, int first, int count) {
   return std::all_of(params.begin() + first, params.begin() + first + count, [](float value) { return value == 0; });
 }
 
+constexpr double kFewPixels = 0.001;  // share of a high-dynamic-range picture
+
 }  // namespace
 
 Change changeOf(const Photo& photo, const Bytes& after) {
@@ -110,6 +112,11 @@ std::string whyUnchanged(const Photo& photo, const PhotoResult& result, const Ch
   }
   if (!result.profile.measured()) return "there is nothing to tell noise from: " + result.profile.whyDefaults();
   return "the picture is all but free of noise: what was taken out is less than a tenth of an 8-bit step on average";
+}
+
+std::string whyUnchanged(const Change& changeOfHdr) {
+  if (changeOfHdr.share >= kFewPixels) return "";
+  return "the pixels that this strength smooths, those in the shadows first of all, had no noise to lose";
 }
 
 }  // namespace tool

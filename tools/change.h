@@ -18,5 +18,6 @@ Change changeOf(const HdrPicture& picture, const Bytes& before, const Bytes& aft
 
 // When next to nothing changed, the sentence that says why; empty otherwise.
 std::string whyUnchanged(const Photo& photo, const PhotoResult& result, const Change& change);
+std::string whyUnchanged(const Change& changeOfHdr);
 
 }  // namespace tool

@@ -30,8 +30,9 @@ std::string workOf(const Outcome& outcome, const Options& options) {
   return fmt::format("{}, {} thread{}", noise, options.settings.threads, options.settings.threads == 1 ? "" : "s");
 }
 
-std::string photoDetails(const PhotoResult& photo) {
-  std::string text;
+std::string photoDetails(const PhotoResult& photo, const Options& options) {
+  std::string text =
+      fmt::format("  preset {}, strength {}\n", options.settings.preset, options.settings.effectiveStrength());
   if (!photo.profile.measured()) {
     text += fmt::format("  the library's defaults were used, presets and --set had no effect: {}\n",
                         photo.profile.whyDefaults());
@@ -76,8 +77,8 @@ std::string lineOf(const Outcome& outcome, const Options& options) {
                      workOf(outcome, options), outcome.denoiseSeconds(), outcome.megapixelsPerSecond(), note);
 }
 
-std::string detailsOf(const Outcome& outcome, const Options&) {
-  std::string text = outcome.photo ? photoDetails(*outcome.photo) : hdrDetails(*outcome.hdr);
+std::string detailsOf(const Outcome& outcome, const Options& options) {
+  std::string text = outcome.photo ? photoDetails(*outcome.photo, options) : hdrDetails(*outcome.hdr);
   const char* unit = outcome.photo ? "of 255" : "in the bytes";
   text += fmt::format("  changed: {:.1f} % of the pixels, by {:.2f} {} on average and at most {:.1f}\n",
                       100 * outcome.change.share, outcome.change.mean, unit, outcome.change.largest);

@@ -91,6 +91,7 @@ Denoised denoiseHdrFile(const Bytes& file, const Options& options, Outcome& outc
   outcome.hdr = denoiseHdr(picture, options.settings);
   HdrResult& result = *outcome.hdr;
   outcome.change = changeOf(picture, before, result.planar);
+  outcome.whyUnchanged = whyUnchanged(outcome.change);
   Denoised denoised;
   if (wantsDisplay(options)) denoised.display = displayPair(picture, before, result.planar);
   timer.lap();
