@@ -4,6 +4,7 @@
 
 #include "VeskaroNRLib.h"
 #include "host/fp_environment.h"
+#include "pyramid/lift_kernel.h"
 
 namespace veskaro {
 
@@ -17,7 +18,8 @@ void lift(int wFine, int wCoarse, int hCoarse, const float* fine, float* coarse)
 }
 
 void subtract(std::ptrdiff_t count, const float* minuend, const float* subtrahend, float* out) {
-  for (std::ptrdiff_t k = 0; k < count; ++k) out[k] = minuend[k] - subtrahend[k];
+  std::ptrdiff_t k = vectors::subtract(count, minuend, subtrahend, out);
+  for (; k < count; ++k) out[k] = minuend[k] - subtrahend[k];
 }
 
 namespace {
