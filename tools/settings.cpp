@@ -98,7 +98,7 @@ Setting parseSetting(const std::string& text) {
 }
 
 const std::vector<Preset>& presets() {
-  // All luminance from the filter, nothing sharpened, and most of the noise sought in the finest level: the coarse
+  // All luminance from the filter, nothing sharpened, and most of the noise sought in the fine levels: the coarse
   // levels of a photograph hold more of its detail than of its noise. docs/veskaro-nr.md has the measurements.
   const auto removing = [](float level0, float level1, float level2, float level3) {
     return std::vector<Setting>{{"luma-keep", 0.0f},        {"level0-noise", level0}, {"level1-noise", level1},
@@ -107,8 +107,8 @@ const std::vector<Preset>& presets() {
   };
   static const std::vector<Preset> all = {
       {"default", "the library's own balance", 100, {}},
-      {"strong", "for heavy noise: smooth first, detail second", 50, removing(1.0f, 0.3f, 0.15f, 0.1f)},
-      {"detail", "noise removed as far as fine detail survives", 50, removing(0.55f, 0.2f, 0.1f, 0.1f)},
+      {"strong", "for heavy noise: smooth first, detail second", 50, removing(1.0f, 1.0f, 0.5f, 0.25f)},
+      {"detail", "noise removed as far as fine detail survives", 50, removing(0.55f, 0.4f, 0.2f, 0.1f)},
       {"chroma-only",
        "colour blotches only; luminance stays as it is",
        100,
