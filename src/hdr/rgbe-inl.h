@@ -66,7 +66,7 @@ HWY_INLINE VI truncated(V v) {
   return VI{_mm512_cvttps_epi32(v.raw)};
 #elif HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
   return VI{_mm256_cvttps_epi32(v.raw)};
-#elif HWY_ARCH_X86
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
   return VI{_mm_cvttps_epi32(v.raw)};
 #else
   return hn::ConvertTo(Ints(), v);
