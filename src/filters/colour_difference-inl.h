@@ -14,7 +14,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 struct VectorRgb {
   V r, g, b;
@@ -70,7 +70,7 @@ HWY_INLINE VectorYcc toComparisonYcc(const VectorRgb& p) {
   return {y, hn::Sub(p.b, y), hn::Sub(p.r, y)};
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

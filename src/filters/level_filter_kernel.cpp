@@ -12,7 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // Zeroed scratch for a stream over the rectangle, or null.
 template <class Stream>
@@ -141,7 +141,7 @@ bool sharpen(int, const Rectangle&, const float*, const float*, float*, const Sh
   return false;
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

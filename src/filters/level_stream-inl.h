@@ -19,7 +19,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 template <class Row>
 HWY_INLINE void toComparisonRow(const Row& rgb, int xStart, int xEnd, const Row& comparison) {
@@ -242,7 +242,7 @@ class LevelStream {
   Strip strip_ = {};
 };
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -15,7 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // Noise filter: planes Y, B - Y, R - Y; luma counts four times as much as a colour difference.
 struct ComparisonDistance {
@@ -111,7 +111,7 @@ HWY_NOINLINE void computeDistances(const DistanceRing& ring, int y, const StripR
   }
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -13,7 +13,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 struct NoiseRow {
   StripRow level[5];  // the rows from two above to two below
@@ -160,7 +160,7 @@ HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, cons
   mixWithAverage(row, xStart, xEnd, s);
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -12,7 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 struct SharpenRow {
   StripRow reduced[5];  // the rows from two above to two below
@@ -118,7 +118,7 @@ HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const 
   pushRow(row, xStart, xEnd, s);
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -18,7 +18,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // The plain form scales both passes of a level by a quarter. Scaling by powers of two commutes with every rounding
 // here, so the passes leave it out, the smoothed image of a level is kept 16^(level + 1) times too large, and the scale
@@ -252,7 +252,7 @@ bool runWithScratch(const MakeRunner& makeRunner) {
   return true;
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

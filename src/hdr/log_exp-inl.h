@@ -15,7 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 using Words = hn::RebindToUnsigned<Floats>;
 using VW = hn::Vec<Words>;
@@ -152,7 +152,7 @@ HWY_INLINE V expOf(V v) {
   return narrow(expOfDouble(x.low), expOfDouble(x.high));
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -17,7 +17,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 namespace {
 
@@ -182,7 +182,7 @@ int denoiseLuminance(const LuminanceJob& job) {
 int denoiseLuminance(const LuminanceJob&) {
   return false;
 }
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -14,7 +14,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 using Ints = hn::RebindToSigned<Floats>;
 using VI = hn::Vec<Ints>;
@@ -108,7 +108,7 @@ HWY_INLINE void forEachVector(int start, int end, const Visit& visit) {
 }
 #define VESKARO_INLINE_LAMBDA HWY_ATTR __attribute__((always_inline))
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -13,7 +13,7 @@ namespace HWY_NAMESPACE {
 
 std::ptrdiff_t smoothInside(float* temp, const float* line, std::ptrdiff_t start, std::ptrdiff_t end,
                             std::ptrdiff_t spacing) {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
   const Floats d;
   for (; start + lanes() <= end; start += lanes()) {
     const V pair = hn::Add(hn::LoadU(d, line + start - spacing), hn::LoadU(d, line + start + spacing));

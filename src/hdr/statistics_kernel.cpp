@@ -16,7 +16,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 namespace {
 
@@ -225,7 +225,7 @@ bool canCount(const PictureSize&) {
 }
 void countCoarsely(const PictureSize&, const unsigned char*, int, CoarseHistogram*) {}
 void countInBrackets(const PictureSize&, const unsigned char*, QuantityCounts*) {}
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -12,7 +12,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // The transforms work on mantissas and scale their results: for ordinary pixels a power of two commutes with every
 // rounding. Half a mantissa is exact, so that fusing it with a sum changes nothing.
@@ -71,7 +71,7 @@ HWY_INLINE VRgb toRgb(V luma, V cb, V cr) {
           hn::Max(narrow(blue(y.low, b.low), blue(y.high, b.high)), zero)};
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -13,7 +13,7 @@ namespace HWY_NAMESPACE {
 
 std::ptrdiff_t subtract(std::ptrdiff_t count, const float* minuend, const float* subtrahend, float* out) {
   std::ptrdiff_t k = 0;
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
   const Floats d;
   for (; k + lanes() <= count; k += lanes()) {
     hn::StoreU(hn::Sub(hn::LoadU(d, minuend + k), hn::LoadU(d, subtrahend + k)), d, out + k);

@@ -15,7 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // A row of the guide, even and odd columns apart: column 2 i is even[i], column 2 i + 1 is odd[i].
 struct SplitRow {
@@ -205,7 +205,7 @@ HWY_INLINE void reconstructRow(const GuideRing& guide, int y, const Rows& coarse
   reconstruct(row, iStart, iEnd, s);
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

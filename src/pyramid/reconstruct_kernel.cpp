@@ -14,7 +14,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 struct ReconstructScratch {
   ReconstructScratch(Arena* arena, int w)
@@ -65,7 +65,7 @@ bool reconstruct(int, int, const float*, const float*, float*, const Reconstruct
   return false;
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -15,7 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // Pixels are (de)interleaved in whole vectors; the last, partial one goes through a block of its own. Hosts' samples
 // may lie at any address, so memory is read and written as bytes.
@@ -114,7 +114,7 @@ struct PlanarImage {
   }
 };
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

@@ -8,12 +8,14 @@
 
 #include <hwy/highway.h>
 
+#include "simd/has_vectors.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 using Floats = hn::ScalableTag<float>;
 using HalfFloats = hn::Half<Floats>;
@@ -85,7 +87,7 @@ HWY_INLINE bool areOrdinary(Float* const (&planes)[kPlanes], int xStart, int xEn
   return hn::AllTrue(d, all);
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro

@@ -16,7 +16,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 
 // How samples of a depth relate to the 8-bit working scale.
 template <typename Sample>
@@ -114,7 +114,7 @@ HWY_NOINLINE void widenSamples(const RowsOf<Sample>& samples, int pixels, const 
   }
 }
 
-#endif  // HWY_TARGET != HWY_SCALAR
+#endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro
 HWY_AFTER_NAMESPACE();

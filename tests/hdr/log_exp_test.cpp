@@ -11,7 +11,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
 void logsOf(float* values, int count) {
   for (int i = 0; i < count; i += lanes()) hn::StoreU(logOf(hn::LoadU(Floats(), values + i)), Floats(), values + i);
 }

@@ -14,7 +14,7 @@ namespace HWY_NAMESPACE {
 // How many of the colours of all mantissas with this red the vector form transforms unlike the plain form.
 int mismatchesOfRed(int red) {
   int mismatches = 0;
-#if HWY_TARGET != HWY_SCALAR
+#if VESKARO_HAS_VECTORS
   const Ints d;
   float y[HWY_LANES(float)], cb[HWY_LANES(float)], cr[HWY_LANES(float)];
   for (int green = 0; green < 256; ++green) {
