@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include "decode.h"
 #include "display.h"
 #include "failure.h"
 #include "file_io.h"

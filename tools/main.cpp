@@ -6,6 +6,7 @@
 #include <vips/vips8>
 
 #include "batch.h"
+#include "decode.h"
 #include "file_io.h"
 #include "options.h"
 #include "profile_command.h"
@@ -14,9 +15,6 @@
 namespace {
 
 constexpr int kAllDone = 0, kSomeFailed = 1, kUsage = 2;
-
-// libvips and GLib would otherwise write what they think of a file to standard error.
-void silence(const char*, GLogLevelFlags, const char*, void*) {}
 
 int run(int argc, char** argv) {
   if (argc > 1 && std::strcmp(argv[1], "profile") == 0) return tool::runProfile(argc - 1, argv + 1);
@@ -35,7 +33,7 @@ int main(int argc, char** argv) {
     fmt::print(stderr, "veskaro-nr: libvips does not start\n");
     return kSomeFailed;
   }
-  g_log_set_default_handler(silence, nullptr);
+  tool::listenToDecoders();
   // Every picture is decoded once; keeping it would only take memory.
   vips_cache_set_max(0);
   try {

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstring>
 
+#include "decode.h"
 #include "failure.h"
 #include "memory_limit.h"
 
@@ -89,14 +90,6 @@ void split(const Photo& photo, const std::uint8_t* pixels, Bytes& rgb, Bytes& ex
 
 }  // namespace
 
-std::string vipsReason(const vips::VError& error) {
-  std::string text = error.what();
-  vips_error_clear();
-  text = text.substr(0, text.find('\n'));
-  while (!text.empty() && (text.back() == ' ' || text.back() == '.')) text.pop_back();
-  return text.empty() ? "the picture cannot be read" : text;
-}
-
 Photo decodePhoto(const Bytes& file, Format format) try {
   Photo photo;
   photo.format = format;
@@ -118,14 +111,12 @@ Photo decodePhoto(const Bytes& file, Format format) try {
   const std::size_t sample = static_cast<std::size_t>(photo.bytesPerSample());
   // Decoded, split, denoised and encoded copies; the tiles come on top but are small.
   requireMemory(photo.pixels() * sample * (3 * 3 + 2 * static_cast<std::size_t>(photo.extraBands)));
-  std::size_t size = 0;
-  std::uint8_t* pixels = static_cast<std::uint8_t*>(image.write_to_memory(&size));
+  const DecodedPixels pixels = readPixels(image);
   if (!photo.grey && photo.extraBands == 0) {
-    photo.rgb.assign(pixels, pixels + size);
+    photo.rgb.assign(pixels.samples.get(), pixels.samples.get() + pixels.bytes);
   } else {
-    split(photo, pixels, photo.rgb, photo.extra);
+    split(photo, pixels.samples.get(), photo.rgb, photo.extra);
   }
-  g_free(pixels);
   return photo;
 } catch (const vips::VError& error) {
   throw Failure(vipsReason(error));

@@ -44,7 +44,4 @@ Bytes encodePhoto(const Photo& photo, const Bytes& rgb, Format format, const Sav
 // The same as an image in memory; refers to no other buffer.
 vips::VImage assemble(const Photo& photo, const Bytes& rgb);
 
-// The first line of what libvips says went wrong.
-std::string vipsReason(const vips::VError& error);
-
 }  // namespace tool

@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "decode.h"
 #include "failure.h"
 #include "metadata/metadata.h"
 #include "photo.h"

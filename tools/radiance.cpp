@@ -7,9 +7,9 @@
 #include <climits>
 #include <vips/vips8>
 
+#include "decode.h"
 #include "failure.h"
 #include "memory_limit.h"
-#include "photo.h"
 
 namespace tool {
 namespace {
@@ -114,13 +114,12 @@ Bytes fromPlanar(const Bytes& planar, int width, int height) {
 HdrPicture decodeHdr(const Bytes& file, Format format) try {
   HdrPicture picture;
   picture.format = format;
-  std::size_t size = 0;
-  void* pixels = nullptr;
+  DecodedPixels pixels;
   const auto read = [&](const VImage& image) {
     picture.width = image.width();
     picture.height = image.height();
     requireUsableSize(picture.width, picture.height);
-    pixels = image.write_to_memory(&size);
+    pixels = readPixels(image);
   };
   if (format == Format::kRadiance) {
     picture.header.assign(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(headerLength(file)));
@@ -132,8 +131,7 @@ HdrPicture decodeHdr(const Bytes& file, Format format) try {
     const FileInMemory named(file);
     read(toRgbe(VImage::openexrload(named.path().c_str(), VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR))));
   }
-  picture.planar = toPlanar(static_cast<const std::uint8_t*>(pixels), picture.width, picture.height);
-  g_free(pixels);
+  picture.planar = toPlanar(pixels.samples.get(), picture.width, picture.height);
   return picture;
 } catch (const vips::VError& error) {
   throw Failure(vipsReason(error));

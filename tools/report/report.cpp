@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "decode.h"
 #include "describe.h"
 #include "failure.h"
 #include "file_io.h"
