@@ -8,11 +8,13 @@
 #include "VeskaroNRLib.h"
 #include "hdr/rgbe_pictures.h"
 #include "support/injected_failures.h"
+#include "support/targets.h"
 
 namespace {
 
 using veskaro::test::Colour;
 using veskaro::test::FailAllocation;
+using veskaro::test::forEachTarget;
 using veskaro::test::Kind;
 using veskaro::test::makePicture;
 using veskaro::test::randomPicture;
@@ -76,6 +78,12 @@ TEST(Chroma, BrightPixelsKeepTheirBytes) {
   EXPECT_EQ(denoised(picture, {0, 0.4f, 0.0f, 1e9f}).bytes, picture.bytes);
   EXPECT_EQ(denoised(picture, {-5, 0.4f, 0.0f, 1e9f}).bytes, picture.bytes);
   EXPECT_EQ(denoised(picture, {1, 0.4f, 0.0f, 0.0f}).bytes, picture.bytes) << "no width between the levels";
+  forEachTarget([&](const char*) {
+    for (int i = 0; i < picture.width; ++i) {
+      const float sum = static_cast<float>(picture.value(i, 25).sum());
+      ASSERT_EQ(denoised(picture, {0, 0.4f, sum, 1e9f}).pixel(i, 25), picture.pixel(i, 25)) << "at the level itself";
+    }
+  });
 }
 
 // From the shadows level (all smoothed) to the saturation level (untouched) the weight falls along a line.

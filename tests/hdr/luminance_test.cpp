@@ -52,6 +52,9 @@ TEST(ThresholdCurve, FallsFromTheShadowsToTheSaturationLevel) {
   EXPECT_NEAR(strong(5.0f), -0.1 * full, 1e-6);
   const ThresholdCurve shadowsOnly = curve(false, -1.0f, 1.0f, 3.0f);
   EXPECT_EQ(shadowsOnly(-1.01f), full);
+  const ThresholdCurve odd = curve(true, -1.3f, 0.9f, 2.7f);
+  const float tenth = static_cast<float>(0.1 * full);
+  EXPECT_EQ(odd(0.0f), (-1.3f * tenth - 0.9f * full) / (-1.3f - 0.9f)) << "where the first line meets the axis";
   for (float s : {-1.0f, 0.0f, 2.0f, 9.0f}) EXPECT_EQ(shadowsOnly(s), 0.0f);
 }
 

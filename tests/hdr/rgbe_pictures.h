@@ -60,11 +60,12 @@ enum class Kind {
   kAnyBytes,      // every byte at random
   kNarrow,        // hardly any range
   kMostlyBlack,   // one pixel in three black
-  kExtremeRange,  // exponents at both ends, sums beyond the float range
+  kExtremeRange,  // runs of exponents at both ends, sums beyond the float range, and of the faintest visible light
   kNearlyFlat,    // one colour but for a few pixels
+  kOneHue,        // one chromaticity: what is smoothed is what was there, but for the last bit
 };
-constexpr Kind kAllKinds[] = {Kind::kOrdinary,    Kind::kAnyBytes,     Kind::kNarrow,
-                              Kind::kMostlyBlack, Kind::kExtremeRange, Kind::kNearlyFlat};
+constexpr Kind kAllKinds[] = {Kind::kOrdinary,     Kind::kAnyBytes,   Kind::kNarrow, Kind::kMostlyBlack,
+                              Kind::kExtremeRange, Kind::kNearlyFlat, Kind::kOneHue};
 
 inline RgbePicture randomPicture(int width, int height, Kind kind, unsigned seed) {
   std::mt19937 random(seed);
@@ -95,11 +96,20 @@ inline RgbePicture randomPicture(int width, int height, Kind kind, unsigned seed
           picture.setPixel(i, j, {byte(), byte(), byte(), between(0, 2) ? between(120, 140) : 0});
           break;
         case Kind::kExtremeRange:
-          picture.setPixel(i, j, {byte(), byte(), byte(), between(0, 1) ? between(0, 12) : between(240, 255)});
+          if ((i / 40 + j) % 2 == 0) {
+            picture.setPixel(i, j, {between(0, 6), between(0, 6), between(0, 6), between(29, 33)});
+          } else {
+            picture.setPixel(i, j, {byte(), byte(), byte(), between(0, 1) ? between(0, 12) : between(240, 255)});
+          }
           break;
         case Kind::kNearlyFlat:
           picture.setPixel(i, j, {200, 180, between(0, 9) ? 160 : byte(), between(0, 50) ? 128 : between(118, 138)});
           break;
+        case Kind::kOneHue: {
+          const int light = between(17, 36);
+          picture.setPixel(i, j, {7 * light, 5 * light, 3 * light, between(126, 129)});
+          break;
+        }
       }
     }
   }

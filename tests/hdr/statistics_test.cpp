@@ -75,22 +75,36 @@ TEST(Statistics, UniformBelowOneHasItsOwnLevel) {
   EXPECT_EQ(m.values[5], 0.0f);
 }
 
-// 100 grey columns whose log values are evenly spaced: the percentiles are read off directly.
+// 128 grey columns whose values are evenly spaced: the percentiles are read off directly, and known to the last bit.
 TEST(Statistics, EvenlySpacedGreys) {
-  const auto grey = [](int i) { return std::ldexp(128.0 + i, -5); };
-  const Measured m = measure(makePicture(100, 50, [&](int i, int) {
-    return veskaro::test::Colour{grey(i), grey(i), grey(i)};
-  }));
-  const double bin = (std::log(grey(99)) - std::log(grey(0))) / 65535;
-  const double p01 = std::log(grey(1)), median = std::log(grey(50)), p99 = std::log(grey(99));
+  const auto grey = [](int i) { return std::ldexp(128.0f + static_cast<float>(i), -5); };
+  const float threshold = 0.0013333334f;
+  const Measured m = measure(makePicture(128, 50,
+                                         [&](int i, int) {
+                                           return veskaro::test::Colour{grey(i), grey(i), grey(i)};
+                                         }),
+                             threshold);
   ASSERT_EQ(m.result, NR_OK);
-  // The minimum of the logs is above 0, where the maximum starts; a bin and the 65535/65536 of the way back remain.
-  EXPECT_NEAR(m.values[0], std::log(3) + median + 0.25 * (p01 - median), 2 * bin);
-  EXPECT_NEAR(m.values[1], std::log(3) + median + 0.5 * (p99 - median), 2 * bin);
-  EXPECT_NEAR(m.values[2], (p01 + median) / 2, 2 * bin);
-  EXPECT_NEAR(m.values[3], median, 2 * bin);
-  EXPECT_NEAR(m.values[4], p99, 2 * bin);
-  EXPECT_NEAR(m.values[5], (p99 - median) * 2 * 0.0013333334 * (bin * 65535), 1e-7);
+  const auto logSum = [&](int i) { return std::log(3.0f * grey(i)); };
+  const auto logLuminance = [&](int i) {
+    const double v = grey(i);
+    return std::log(static_cast<float>((0.587 * v + 0.299 * v) + 0.114 * v));
+  };
+  // The value of a column as its bin gives it back: 65535 steps on the way in, 65536 on the way out.
+  const auto binned = [](const auto& logOf, int column) {
+    const float low = logOf(0), range = logOf(127) - low;
+    const auto bin = static_cast<int>((logOf(column) - low) * (65535.0f / range));
+    return static_cast<float>(bin) * (range / 65536.0f) + low;
+  };
+  const float sum01 = binned(logSum, 1), sumMedian = binned(logSum, 64), sum99 = binned(logSum, 126);
+  const float y01 = binned(logLuminance, 1), yMedian = binned(logLuminance, 64), y99 = binned(logLuminance, 126);
+  EXPECT_EQ(m.values[0], static_cast<float>(sumMedian + 0.25 * static_cast<double>(sum01 - sumMedian)));
+  EXPECT_EQ(m.values[1], static_cast<float>(sumMedian + 0.5 * static_cast<double>(sum99 - sumMedian)));
+  EXPECT_EQ(m.values[2], (y01 + yMedian) * 0.5f);
+  EXPECT_EQ(m.values[3], yMedian);
+  EXPECT_EQ(m.values[4], y99);
+  const double range = static_cast<double>(logLuminance(127)) - static_cast<double>(logLuminance(0));
+  EXPECT_EQ(m.values[5], (y99 - yMedian) * static_cast<float>(2.0 * threshold * range));
 }
 
 // One percentile of black pixels is enough to bring the lowest percentile to 0, the log of 1.
