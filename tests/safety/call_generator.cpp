@@ -8,9 +8,11 @@
 #include <initializer_list>
 #include <limits>
 #include <list>
+#include <optional>
 #include <vector>
 
 #include "support/guarded.h"
+#include "support/targets.h"
 
 namespace veskaro::test {
 
@@ -247,22 +249,23 @@ void callGeometry(Call& call) {
 }
 
 void callTile(Call& call) {
-  const int w = call.side(), h = call.side();
+  const int workers = call.threads(), w = call.side(), h = call.side();
   call.tuning();
   int* area = call.rectangle(w, h);
   const std::size_t pyramid = 3 * pyramidPixels(w, h);
   float *differences = call.floats(pyramid), *tile = call.floats(pyramid);
   float *dest = call.image(w, h), *temp = call.image(w, h);
-  call.expect(denoise_tile(w, h, area, 3, call.threads(), differences, dest, temp, tile) == 0, "denoise_tile: result");
+  call.expect(denoise_tile(w, h, area, 3, workers, differences, dest, temp, tile) == 0, "denoise_tile: result");
 }
 
 // ---- pyramid
 
 void callPyramid(Call& call) {
+  const int which = call.c.number(0, 3);
   const int w = call.side(), h = call.side(), wCoarse = (w + 1) / 2, hCoarse = (h + 1) / 2;
   call.tuning();
   float *fine = call.image(w, h), *other = call.image(w, h), *coarse = call.image(wCoarse, hCoarse);
-  switch (call.c.number(0, 3)) {
+  switch (which) {
     case 0:
       call.expect(similarityLift(w, h, wCoarse, hCoarse, fine, coarse) == hCoarse, "similarityLift: result");
       break;
@@ -286,12 +289,12 @@ void callPyramid(Call& call) {
 // ---- level filters
 
 void callLevelFilter(Call& call) {
+  const int which = call.c.number(0, 2), despeckle = call.c.number(-1, 2), workers = call.threads();
   const int w = call.side(), h = call.side();
   call.tuning();
   int* area = call.rectangle(w, h);
   float *level = call.image(w, h), *a = call.image(w, h), *b = call.image(w, h), *records = call.image(w, h);
-  const int despeckle = call.c.number(-1, 2);
-  switch (call.c.number(0, 2)) {
+  switch (which) {
     case 0:
       noiseReduce_orig(call.level(), w, h, area, 3, despeckle, level, a, records, b);
       break;
@@ -299,11 +302,12 @@ void callLevelFilter(Call& call) {
       sharpen_orig(call.level(), w, h, area, 3, level, records, a);
       break;
     default:
-      noiseReduce_set(call.level(), w, h, area, 3, call.threads(), despeckle, records, a, b, level);
+      noiseReduce_set(call.level(), w, h, area, 3, workers, despeckle, records, a, b, level);
   }
 }
 
 void callWorkerBody(Call& call) {
+  const auto body = call.c.oneIn(2) ? nr_threaded : sharpen_threaded;
   const int w = call.side(), h = call.side(), workers = call.c.number(1, 9);
   call.tuning();
   nr_data job = {w,
@@ -320,7 +324,7 @@ void callWorkerBody(Call& call) {
                  workers,
                  0};
   pthread_t thread;
-  if (pthread_create(&thread, nullptr, call.c.oneIn(2) ? nr_threaded : sharpen_threaded, &job) == 0) {
+  if (pthread_create(&thread, nullptr, body, &job) == 0) {
     pthread_join(thread, nullptr);
   }
 }
@@ -422,11 +426,13 @@ void callDenoise1(Call& call) {
 
 void callHdrStages(Call& call) {
   Choices& c = call.c;
-  const int w = call.side(), h = call.side(), strength = c.number(-1, 2);
+  const int which = c.number(0, 2);
+  const bool large = c.oneIn(10);  // enough pixels for the statistics in vectors
+  const int w = call.side() + (large ? 180 : 0), h = call.side() + (large ? 180 : 0), strength = c.number(-1, 2);
   const bool extreme = c.oneIn(3);
   const auto v = [&] { return extreme ? extremeValue(c) : c.real(-5.0f, 20.0f); };
   unsigned char *in = hdrPicture(call, w, h), *out = call.bytes(4 * pixels(w, h));
-  switch (c.number(0, 2)) {
+  switch (which) {
     case 0: {
       float* stats = call.floats(6);
       call.expectCode(hdr_stats(0, c.oneIn(8) ? 0 : w, h, 0, 0, 0, v(), in, stats), {NR_OK, NR_ERROR_STATISTICS},
@@ -478,6 +484,10 @@ std::string makeRandomCall(Choices& choices) {
   int pick = choices.number(0, kShares - 1);
   const Kind* kind = kinds;
   while (pick >= kind->share) pick -= kind++->share;
+  static const std::vector<Target> targets = runnableTargets();
+  std::optional<ForcedTarget> forced;
+  if (choices.oneIn(3))
+    forced.emplace(targets[static_cast<std::size_t>(choices.number(0, static_cast<int>(targets.size()) - 1))]);
   Call call(choices);
   kind->make(call);
   call.checkSurroundings();

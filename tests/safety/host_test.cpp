@@ -203,24 +203,6 @@ TEST(Host, SetsAnotherFloatingPointEnvironment) {
   run(0x0e80, FE_TONEAREST);  // invalid, division by zero, overflow, underflow
 }
 
-// Subnormals and ties in the team's own threads, where the environment is each thread's.
-TEST(Host, HasTeamThreadsWithItsEnvironment) {
-  const auto expected = denoised(4);
-#pragma omp parallel num_threads(4)
-  {
-    _mm_setcsr(_mm_getcsr() | 0x8040);
-    fesetround(FE_UPWARD);
-  }
-  fesetround(FE_TONEAREST);
-  EXPECT_EQ(tool::selfTestDigest(), tool::kSelfTestExpected);
-#pragma omp parallel num_threads(4)
-  {
-    fesetround(FE_TONEAREST);
-    _mm_setcsr(0x1f80);
-  }
-  EXPECT_EQ(denoised(4), expected);
-}
-
 struct Resources {
   long residentPages = 0, descriptors = 0, threads = 0;
 };
