@@ -8,14 +8,8 @@
 #include "hdr/rgbe_pictures.h"
 #include "support/injected_failures.h"
 
+namespace veskaro::test {
 namespace {
-
-using veskaro::HdrSettings;
-using veskaro::settingsOfStrength;
-using veskaro::test::FailAllocation;
-using veskaro::test::Kind;
-using veskaro::test::randomPicture;
-using veskaro::test::RgbePicture;
 
 struct Call {
   int result;
@@ -137,3 +131,4 @@ TEST(Denoise1, CallsAtOnceAgreeWithCallsInTurn) {
 }
 
 }  // namespace
+}  // namespace veskaro::test

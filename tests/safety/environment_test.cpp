@@ -23,8 +23,9 @@ constexpr int kHalfWidth = kWidth / 2, kHalfHeight = kHeight / 2;
 struct Buffers {
   std::vector<float> level = makeLevel(kWidth, kHeight, Kind::kScene, 3).samples, a = level, b = level, c = level;
   std::vector<float> params = defaultParams({{NR_NOISE_LEVEL, 1.1f}});
-  std::vector<unsigned char> picture = makePicture<std::uint8_t>(kWidth, kHeight, 5).samples;
-  std::vector<unsigned char> hdr = std::vector<unsigned char>(4 * kPixels), result = hdr;
+  std::vector<std::uint16_t> samples = makePicture<std::uint16_t>(kWidth, kHeight, 5).samples;
+  std::vector<unsigned char> hdr = std::vector<unsigned char>(4 * kPixels);
+  std::vector<unsigned char> result = std::vector<unsigned char>(6 * kPixels);
   std::vector<unsigned char> work = std::vector<unsigned char>(20 * kPixels);
   int area[4] = {2, kWidth - 2, 2, kHeight - 2};
 
@@ -36,6 +37,7 @@ struct Buffers {
     }
   }
 
+  unsigned char* picture() { return reinterpret_cast<unsigned char*>(samples.data()); }
   std::vector<unsigned char> written() const {
     std::vector<unsigned char> bytes = result;
     for (const auto* floats : {&level, &a, &b, &c, &params}) {
@@ -61,7 +63,7 @@ struct Entry {
 const Entry kEntries[] = {
     {"denoise2",
      [](Buffers& b) {
-       denoise2(kWidth, kHeight, 3, 3 * kWidth, 8, 56, 2, b.params.data(), nullptr, b.picture.data(), b.result.data());
+       denoise2(kWidth, kHeight, 3, 3 * kWidth, 16, 56, 2, b.params.data(), nullptr, b.picture(), b.result.data());
      }},
     {"denoise1", [](Buffers& b) { denoise1(110, kWidth, kHeight, 0, 0, 32, b.hdr.data(), b.result.data()); }},
     {"hdr_stats", [](Buffers& b) { hdr_stats(0, kWidth, kHeight, 0, 0, 32, 0.5f, b.hdr.data(), b.a.data()); }},
@@ -76,9 +78,9 @@ const Entry kEntries[] = {
      }},
     {"smooth_line", [](Buffers& b) { smooth_line(b.a.data(), b.level.data(), 3, 200, 2); }},
     {"auto_profile",
-     [](Buffers& b) { auto_profile(kWidth, kHeight, 3 * kWidth, b.params.data(), b.work.data(), b.picture.data()); }},
+     [](Buffers& b) { auto_profile(kWidth, kHeight, 3 * kWidth, b.params.data(), b.work.data(), b.picture()); }},
     {"recalcDeviations",
-     [](Buffers& b) { b.a[0] = recalcDeviations(kWidth, kHeight, 3 * kWidth, 32, 0, b.picture.data()); }},
+     [](Buffers& b) { b.a[0] = recalcDeviations(kWidth, kHeight, 3 * kWidth, 32, 0, b.picture()); }},
     {"calcParams",
      [](Buffers& b) {
        std::fill(b.params.begin(), b.params.end(), 0.7f);

