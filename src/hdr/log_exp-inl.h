@@ -79,13 +79,13 @@ HWY_INLINE V narrowInterleaved(VD first, VD second) {
 
 HWY_INLINE VD logOfParts(VD k, VD z, VD inverse, VD logarithm) {
   const Doubles d;
-  const auto constant = [&d](double value) { return hn::Set(d, value); };
-  const VD r = hn::Sub(hn::Mul(z, inverse), constant(1.0));
+  const auto constant = [&d](double value) HWY_ATTR { return hn::Set(d, value); };
+  const VD r = hn::MulSub(z, inverse, constant(1.0));
   const VD r2 = hn::Mul(r, r);
-  const VD head = hn::Add(logarithm, hn::Mul(k, constant(LogConstants::kLn2)));
-  const VD low = hn::Add(hn::Mul(constant(LogConstants::kPoly[1]), r), constant(LogConstants::kPoly[2]));
-  const VD poly = hn::Add(hn::Mul(constant(LogConstants::kPoly[0]), r2), low);
-  return hn::Add(hn::Mul(poly, r2), hn::Add(head, r));
+  const VD head = hn::MulAdd(k, constant(LogConstants::kLn2), logarithm);
+  const VD low = hn::MulAdd(constant(LogConstants::kPoly[1]), r, constant(LogConstants::kPoly[2]));
+  const VD poly = hn::MulAdd(constant(LogConstants::kPoly[0]), r2, low);
+  return hn::MulAdd(poly, r2, hn::Add(head, r));
 }
 
 // For positive normal floats.
@@ -127,29 +127,39 @@ HWY_INLINE VD fractionOfStep(VD x, VD steps) {
 #endif
 }
 
-HWY_INLINE VD expOfDouble(VD x) {
+// Bits of the powers of two that belong to the steps, whose number stands in the low bits of low and of high: both are
+// looked up together, low's in the even words.
+HWY_INLINE Widened powersOfSteps(VD low, VD high) {
   const Doubles d;
   const Words dw;
   const hn::RebindToUnsigned<Doubles> du;
-  const auto constant = [&d](double value) { return hn::Set(d, value); };
-  const VD shifted = hn::Add(hn::Mul(x, constant(ExpConstants::kStepsPerLn2)), constant(ExpConstants::kShift));
-  const VD r = fractionOfStep(x, hn::Sub(shifted, constant(ExpConstants::kShift)));
+  const auto k = hn::BitCast(du, low), l = hn::BitCast(du, high);
+  const VW index = hn::OddEven(hn::BitCast(dw, hn::ShiftLeft<32>(l)), hn::BitCast(dw, k));
+  const VW lowWords = lookUp(ExpConstants::kPowers.low, index), highWords = lookUp(ExpConstants::kPowers.high, index);
+  const VW ofLow = hn::OddEven(hn::BitCast(dw, hn::ShiftLeft<32>(hn::BitCast(du, highWords))), lowWords);
+  const VW ofHigh = hn::OddEven(highWords, hn::BitCast(dw, hn::ShiftRight<32>(hn::BitCast(du, lowWords))));
+  return {hn::BitCast(d, hn::Add(hn::BitCast(du, ofLow), hn::ShiftLeft<47>(k))),
+          hn::BitCast(d, hn::Add(hn::BitCast(du, ofHigh), hn::ShiftLeft<47>(l)))};
+}
 
-  const auto k = hn::BitCast(du, shifted);
-  const VW index = hn::DupEven(hn::BitCast(dw, k));
-  constexpr const auto& powers = ExpConstants::kPowers;
-  const VW entry = hn::OddEven(lookUp(powers.high, index), lookUp(powers.low, index));
-  const VD power = hn::BitCast(d, hn::Add(hn::BitCast(du, entry), hn::ShiftLeft<47>(k)));
-
-  const VD high = hn::Add(hn::Mul(constant(ExpConstants::kPoly[0]), r), constant(ExpConstants::kPoly[1]));
-  const VD low = hn::Add(hn::Mul(constant(ExpConstants::kPoly[2]), r), constant(1.0));
-  return hn::Mul(hn::Add(hn::Mul(high, hn::Mul(r, r)), low), power);
+HWY_INLINE VD expOfFraction(VD r) {
+  const Doubles d;
+  const auto constant = [&d](double value) HWY_ATTR { return hn::Set(d, value); };
+  const VD high = hn::MulAdd(constant(ExpConstants::kPoly[0]), r, constant(ExpConstants::kPoly[1]));
+  const VD low = hn::MulAdd(constant(ExpConstants::kPoly[2]), r, constant(1.0));
+  return hn::MulAdd(high, hn::Mul(r, r), low);
 }
 
 // For floats within [-80, 80].
 HWY_INLINE V expOf(V v) {
+  const Doubles d;
+  const VD perLn2 = hn::Set(d, ExpConstants::kStepsPerLn2), shift = hn::Set(d, ExpConstants::kShift);
   const Widened x = widen(v);
-  return narrow(expOfDouble(x.low), expOfDouble(x.high));
+  const Widened shifted = {hn::MulAdd(x.low, perLn2, shift), hn::MulAdd(x.high, perLn2, shift)};
+  const Widened power = powersOfSteps(shifted.low, shifted.high);
+  const VD low = expOfFraction(fractionOfStep(x.low, hn::Sub(shifted.low, shift)));
+  const VD high = expOfFraction(fractionOfStep(x.high, hn::Sub(shifted.high, shift)));
+  return narrow(hn::Mul(low, power.low), hn::Mul(high, power.high));
 }
 
 #endif  // VESKARO_HAS_VECTORS
