@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "VeskaroNRLib.h"
 #include "hdr/chroma_kernel.h"
@@ -111,6 +112,7 @@ int denoiseChroma(const ChromaJob& job) {
     for (PlaneSample* ratio : {ratios.r, ratios.g, ratios.b}) smoothRatioPlane(job, ratio, line.data());
   }
   writePicture(job, table, ratios);
+  if (job.inPlace) std::memcpy(job.inPlace, job.out, 4 * pixels);
   return job.size.height;
 }
 
@@ -123,5 +125,6 @@ extern "C" int denoise_chroma(int reductionStrength, float seuil, int iMax, int 
   const veskaro::PictureSize size = {iMax, jMax};
   if (size.isEmpty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
   const veskaro::DefaultFpEnvironment environment;
-  return veskaro::denoiseChroma({size, reductionStrength > 0, seuil, shadowsLevel, satLevel, work, pImage, resImage});
+  return veskaro::denoiseChroma(
+      {size, reductionStrength > 0, seuil, shadowsLevel, satLevel, work, pImage, resImage, nullptr});
 }

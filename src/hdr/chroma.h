@@ -16,6 +16,7 @@ struct ChromaJob {
   unsigned char* work;  // 5 floats a pixel, any alignment
   const unsigned char* in;
   unsigned char* out;
+  unsigned char* inPlace;  // null, or in: the result then replaces the picture, and out holds nothing of use
 };
 
 // Each channel's share of the colour sum. Black, and a sum beyond the float range, have none: they enter the smoothing

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "VeskaroNRLib.h"
 
@@ -95,7 +96,8 @@ HWY_INLINE VRgb rebuiltColour(const ChromaLevels& levels, const VRgb& own, const
 
 class ChromaRunner {
  public:
-  ChromaRunner(const ChromaJob& job, Arena* arena) : job_(job), plan_(job.size.width, kStripColumns) {
+  ChromaRunner(const ChromaJob& job, Arena* arena)
+      : job_(job), plan_(job.size.width, kStripColumns), line_(arena->take(job.size.width)) {
     for (DetailRings& plane : rings_) plane = DetailRings(arena, plan_.widestRow());
   }
 
@@ -107,6 +109,7 @@ class ChromaRunner {
         runStrip<false>(plan_.strip(n));
       }
     }
+    if (job_.inPlace) replaceKeptColumns();
   }
 
  private:
@@ -128,9 +131,11 @@ class ChromaRunner {
   void makeRatios(const Strip& strip, int y) const {
     const Floats d;
     const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
+    const ConstRgbeRow next = rowOf(job_.in, job_.size.width, std::min(y + 1, job_.size.height - 1));
     float* const to[3] = {rings_[0].base.at(y), rings_[1].base.at(y), rings_[2].base.at(y)};
     forEachVector(strip.rowStart, strip.rowEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(row, i);
+      prefetchPixels(next, i);
       const int x = i - strip.rowStart;
       if (HWY_LIKELY(areOrdinary(p))) {
         const VRgb ratio = chromaticity(p);
@@ -153,7 +158,7 @@ class ChromaRunner {
   HWY_INLINE void writeRow(const Strip& strip, int y, const ChromaLevels& levels,
                            const SmoothedRatio& smoothedRatio) const {
     const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
-    const RgbeRow out = rowOf(job_.out, job_.size.width, y);
+    const RgbeRow out = job_.inPlace ? line() : rowOf(job_.out, job_.size.width, y);
     forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(in, i);
       const int x = i - strip.xStart;
@@ -166,6 +171,35 @@ class ChromaRunner {
         writeOneByOne(in, i, smoothedRatio(x), out);
       }
     });
+    if (job_.inPlace) replaceRow(strip, y);
+  }
+
+  // In place, vectors that overlap must not read what they have written: a row is made apart.
+  RgbeRow line() const { return rowOf(reinterpret_cast<unsigned char*>(line_), job_.size.width, 0); }
+
+  // The last columns wait in the result's memory, for the next strip still reads those of the picture.
+  void replaceRow(const Strip& strip, int y) const {
+    const int kept = strip.xEnd == job_.size.width ? strip.xEnd : strip.xEnd - kStripMargin;
+    copyColumns(line(), rowOf(job_.inPlace, job_.size.width, y), strip.xStart, kept);
+    copyColumns(line(), rowOf(job_.out, job_.size.width, y), kept, strip.xEnd);
+  }
+
+  void replaceKeptColumns() const {
+    for (int n = 0; n + 1 < plan_.count(); ++n) {
+      const int end = plan_.strip(n).xEnd;
+      for (int y = 0; y < job_.size.height; ++y) {
+        copyColumns(rowOf(job_.out, job_.size.width, y), rowOf(job_.inPlace, job_.size.width, y), end - kStripMargin,
+                    end);
+      }
+    }
+  }
+
+  static void copyColumns(const RgbeRow& from, const RgbeRow& to, int start, int end) {
+    const std::size_t bytes = static_cast<std::size_t>(end - start);
+    std::memcpy(to.r + start, from.r + start, bytes);
+    std::memcpy(to.g + start, from.g + start, bytes);
+    std::memcpy(to.b + start, from.b + start, bytes);
+    std::memcpy(to.e + start, from.e + start, bytes);
   }
 
   void writeOneByOne(const ConstRgbeRow& in, int i, const VRgb& ratio, const RgbeRow& out) const {
@@ -180,6 +214,7 @@ class ChromaRunner {
   const ChromaJob& job_;
   const ExponentTable table_;
   const StripPlan plan_;
+  float* const line_;
   DetailRings rings_[3];
 };
 

@@ -47,11 +47,11 @@ int denoiseHdr(const HdrSettings& settings, const PictureSize& size, unsigned ch
   const int measured = measurePicture(size, picture, settings.luminanceThreshold, &levels);
   if (measured < 0) return measured;
 
-  const int written = denoiseChroma({size, settings.strong, settings.chromaThreshold, std::exp(levels.sumShadows),
-                                     std::exp(levels.sumSaturation), work, picture, result});
+  const int written =
+      denoiseChroma({size, settings.strong, settings.chromaThreshold, std::exp(levels.sumShadows),
+                     std::exp(levels.sumSaturation), work, picture, result, settings.chromaOnly ? nullptr : picture});
   if (settings.chromaOnly || written < 0) return written;
 
-  std::memcpy(picture, result, 4 * size.pixels());
   const int rebuilt = denoiseLuminance({size, settings.strong, levels.luminanceShadows, levels.luminanceMedian,
                                         levels.luminance99, levels.luminanceThreshold, work, picture, result});
   if (rebuilt < 0) std::memset(result, 0, 4 * size.pixels());

@@ -6,6 +6,8 @@
 #define VESKARO_HDR_RGBE_INL_H
 #endif
 
+#include <hwy/cache_control.h>
+
 #include <cstdint>
 
 #include "hdr/rgbe.h"
@@ -33,6 +35,11 @@ HWY_INLINE VPixels loadPixels(const ConstRgbeRow& row, int i) {
   const Bytes bytes;
   return {hn::PromoteTo(di, hn::LoadU(bytes, row.r + i)), hn::PromoteTo(di, hn::LoadU(bytes, row.g + i)),
           hn::PromoteTo(di, hn::LoadU(bytes, row.b + i)), hn::PromoteTo(di, hn::LoadU(bytes, row.e + i))};
+}
+
+// Rows are too short for the processor to foresee the next one: each is fetched while the one above it is read.
+HWY_INLINE void prefetchPixels(const ConstRgbeRow& row, int i) {
+  for (const unsigned char* run : {row.r, row.g, row.b, row.e}) hwy::Prefetch(run + i);
 }
 
 // Whether every pixel is black or has an exponent of the middle range: then no scale, sum, ratio or reciprocal is

@@ -6,7 +6,6 @@
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "hdr/statistics_kernel.cpp"
-#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 
 #include "hdr/rgbe-inl.h"
@@ -175,7 +174,7 @@ void countCoarsely(const PictureSize& size, const unsigned char* picture, int st
   const auto fetchNext = [&] {
     if (ahead.atEnd()) return;
     const ConstRgbeRow row = rowOf(picture, size.width, ahead.row());
-    for (const unsigned char* run : {row.r, row.g, row.b, row.e}) hwy::Prefetch(run + ahead.column());
+    prefetchPixels(row, ahead.column());
     ahead.advance();
   };
   constexpr int kAhead = 16;
