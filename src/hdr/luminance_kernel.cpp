@@ -1,6 +1,7 @@
 // The luminance stage in vectors, compiled once for every instruction set.
 #include "hdr/luminance_kernel.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "VeskaroNRLib.h"
@@ -11,6 +12,7 @@
 
 #include "hdr/detail_stream-inl.h"
 #include "hdr/log_exp-inl.h"
+#include "hdr/quick_colour-inl.h"
 #include "hdr/rgbe-inl.h"
 #include "hdr/ybr-inl.h"
 
@@ -44,6 +46,7 @@ struct ScaledCurves {
 
 // With one threshold, not negative, in the shadows and 0 elsewhere.
 struct ShadowsShrink {
+  static constexpr bool kMovesMostPixels = false;
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
     const Floats d;
     const ThresholdCurve& c = curves.of[level];
@@ -55,6 +58,7 @@ struct ShadowsShrink {
 
 // With the whole curve. The threshold may be negative, so both tests are made, in their order.
 struct CurveShrink {
+  static constexpr bool kMovesMostPixels = true;
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
     const V threshold = thresholdAt(curves.of[level], smooth);
     const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
@@ -133,9 +137,11 @@ class LuminanceRunner {
 
   void makeLogs(const Strip& strip, int y) const {
     const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
+    const ConstRgbeRow next = rowOf(job_.in, job_.size.width, std::min(y + 1, job_.size.height - 1));
     float* const to = rings_.base.at(y);
     forEachVector(strip.rowStart, strip.rowEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(row, i);
+      prefetchPixels(next, i);
       float* const x = to + (i - strip.rowStart);
       if (HWY_LIKELY(areOrdinary(p))) {
         hn::StoreU(HWY_NAMESPACE::logLuminance(p), Floats(), x);
@@ -154,6 +160,7 @@ class LuminanceRunner {
       const VPixels p = loadPixels(in, i);
       const V logLuma = addUp(rows, i - strip.xStart, shrink);
       if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog))))) {
+        if (Shrink::kMovesMostPixels && storeWhereSettled(p, logLuma, out, i)) return;
         storePixels(withLuminance(p, logLuma), out, i);
       } else {
         alignas(64) float lane[HWY_LANES(float)];
