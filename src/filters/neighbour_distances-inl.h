@@ -22,10 +22,8 @@ struct ComparisonDistance {
   template <bool kOrdinary>
   static HWY_INLINE V of(V dY, V dB, V dR) {
     const Floats d;
-    if (kOrdinary) {
-      const V half = hn::Set(d, 0.5f);
-      return sumOfOrdinary(hn::Mul(half, dR), hn::Mul(half, dB), hn::Mul(hn::Set(d, 2.0f), dY));
-    }
+    // Twice the distance takes one scaling less; halving it afterwards is exact.
+    if (kOrdinary) return hn::Mul(hn::Set(d, 0.5f), sumOfOrdinary(dR, dB, hn::Mul(hn::Set(d, 4.0f), dY)));
     const Doubles dd;
     const Widened y = widen(dY);
     const Widened b = widen(dB);

@@ -52,23 +52,31 @@ HWY_INLINE V sumInDouble(V a, V b, V c) {
   return narrow(hn::Add(hn::Add(wa.low, wb.low), wc.low), hn::Add(hn::Add(wa.high, wb.high), wc.high));
 }
 
+// a + b and a - b on the units that multiply, for sums that keep those that add waiting: 1 * a is exact.
+HWY_INLINE V addByMultiplier(V a, V b) {
+  return hn::MulAdd(hn::Set(Floats(), 1.0f), a, b);
+}
+HWY_INLINE V subtractByMultiplier(V a, V b) {
+  return hn::NegMulAdd(hn::Set(Floats(), 1.0f), b, a);
+}
+
 // The same for a, b, c >= 0 without leaving float: the error terms of two exact additions (Fast2Sum, Dekker 1971) are
 // put back at the end. Right when the sum of the errors is itself a float, which isOrdinary ensures.
 HWY_INLINE V sumOfOrdinary(V a, V b, V c) {
   const V larger = hn::Max(a, b);
   const V smaller = hn::Min(a, b);
   const V first = hn::Add(larger, smaller);
-  const V firstError = hn::Sub(smaller, hn::Sub(first, larger));
+  const V firstError = subtractByMultiplier(smaller, subtractByMultiplier(first, larger));
   const V upper = hn::Max(first, c);
   const V lower = hn::Min(first, c);
   const V second = hn::Add(upper, lower);
-  const V secondError = hn::Sub(lower, hn::Sub(second, upper));
-  return hn::Add(second, hn::Add(firstError, secondError));
+  const V secondError = subtractByMultiplier(lower, subtractByMultiplier(second, upper));
+  return addByMultiplier(second, addByMultiplier(firstError, secondError));
 }
 
-// Whether samples are 0 or within [2^-12, 2^9) in magnitude. They are then multiples of 2^-35, the terms of every
-// distance are multiples of 2^-36, and every distance stays below 2^12: the errors of summing it, at most 2^-13 and
-// 2^-14, add up to a multiple of 2^-36 below 2^-12, which is a float.
+// Whether samples are 0 or within [2^-12, 2^9) in magnitude. They are then multiples of 2^-35, and so are the terms of
+// every sum of differences; every such sum stays below 2^13: the errors of forming it, at most 2^-12 and 2^-13, add up
+// to a multiple of 2^-35 below 2^-11, which is a float.
 HWY_INLINE Mask isOrdinary(V v) {
   const Floats d;
   const V magnitude = hn::Abs(v);
