@@ -88,24 +88,26 @@ class DistanceRing {
   float* base_;
 };
 
+// Stores the distances of the pixels at x to those kDx columns further in a row, a plane after the other. Written out,
+// not looped over: the processor then works on several at once.
+template <class Distance, bool kOrdinary, int... kDx>
+HWY_INLINE void storeDistances(const VectorRgb& centre, const StripRow& row, int x, float* plane) {
+  ((hn::StoreU(distanceBetween<Distance, kOrdinary>(centre, loadRgb(row, x + kDx)), Floats(), plane + x),
+    plane += kStripPlane),
+   ...);
+}
+
 // Computes all forward distances of row y over [xStart, xEnd), from that row and the two below.
 template <class Distance, bool kOrdinary>
 HWY_NOINLINE void computeDistances(const DistanceRing& ring, int y, const StripRow (&rows)[3], int xStart, int xEnd) {
-  const Floats d;
+  const StripRow row = rows[0], next = rows[1], last = rows[2];
   float* const beside = ring.forward(0, y);
   float* const below[2] = {ring.forward(1, y), ring.forward(2, y)};
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorRgb centre = loadRgb(rows[0], x);
-    for (int dx = 1; dx <= kReach; ++dx) {
-      const V distance = distanceBetween<Distance, kOrdinary>(centre, loadRgb(rows[0], x + dx));
-      hn::StoreU(distance, d, beside + (dx - 1) * kStripPlane + x);
-    }
-    for (int dy = 1; dy <= kReach; ++dy) {
-      for (int dx = -kReach; dx <= kReach; ++dx) {
-        const V distance = distanceBetween<Distance, kOrdinary>(centre, loadRgb(rows[dy], x + dx));
-        hn::StoreU(distance, d, below[dy - 1] + (dx + kReach) * kStripPlane + x);
-      }
-    }
+    const VectorRgb centre = loadRgb(row, x);
+    storeDistances<Distance, kOrdinary, 1, 2>(centre, row, x, beside);
+    storeDistances<Distance, kOrdinary, -2, -1, 0, 1, 2>(centre, next, x, below[0]);
+    storeDistances<Distance, kOrdinary, -2, -1, 0, 1, 2>(centre, last, x, below[1]);
   }
 }
 
