@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   const Size large = isQuick ? Size{2000, 1500} : Size{4000, 3000};
   const Size small = isQuick ? Size{1024, 768} : Size{2048, 1536};
+  veskaro::bench::registerRowSteps();
   if (!veskaro::bench::registerKernels() || !veskaro::bench::registerCalls(large, small) ||
       !veskaro::bench::registerHdr(large)) {
     std::fputs("the sample pictures cannot be read\n", stderr);

@@ -110,6 +110,17 @@ def print_profile_share(kernels, calls_cpu, pixels, best):
             print(f"The profile takes {100 * share:.1f} % of the call: {describe(group, True)}.\n")
 
 
+def print_row_steps(rows, operations, vectors):
+    """How near the steps on a row come to what the vector units do when nothing else holds them up."""
+    limit = {t: operations[f"row/units/{t}"] / rows["row/units"][t] for t in vectors if t in rows.get("row/units", {})}
+    if not limit:
+        return
+    print("Steps on rows at hand: share of the vector units' limit.\n")
+    table(["step", *limit],
+          [[group.split("/")[1], *(f"{operations[f'{group}/{t}'] / times[t] / limit[t]:.0%}" for t in limit)]
+           for group, times in rows.items() if group != "row/units"])
+
+
 def bytes_moved(path):
     """By the name of each benchmark that states it: the bytes to read and write at the least."""
     with open(path) as file:
@@ -140,12 +151,13 @@ def main():
     kernels = by_target(seconds, "kernel/")
     calls = by_target(seconds, "call/")
     order = ["SSSE3", "SSE4", "AVX2", "AVX3", "AVX3_DL"]
-    found = {target for group in (*kernels.values(), *calls.values(), *hdr.values()) for target in group}
+    found = {target for group in (*kernels.values(), *calls.values(), *hdr.values(), *by_target(seconds, "row/").values()) for target in group}
     vectors = [target for target in order if target in found]
     if not vectors:
         sys.exit("nothing to compare: no vectors on this machine, or not in what was run")
     if kernels:
         print_kernels(kernels, pixels, vectors)
+    print_row_steps(by_target(seconds, "row/"), pixels, vectors)
     if hdr:
         print_hdr(hdr, pixels, bytes_moved(sys.argv[1]), vectors)
     if calls:
