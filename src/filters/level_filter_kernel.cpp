@@ -65,7 +65,20 @@ bool toComparisonImage(std::ptrdiff_t pixels, const float* level, float* compari
   return true;
 }
 
-// One filter alone. Strips need no margins here: what they read is not what they write.
+// The rows that a strip of one filter alone reads: row t of the strip is row y of the level, and once it has been
+// loaded row t - 2 is filtered. Strips need no margins here: what they read is not what they write.
+template <class Step>
+void streamRows(const Rectangle& area, Step step) {
+  for (int x = area.xStart; x < area.xEnd; x += kStripColumns) {
+    const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
+    for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) step(t, x, area.yStart - kReach + t, columns);
+  }
+}
+
+void loadWithReach(const InterleavedImage& image, int x, int y, int columns, const StripRow& row) {
+  image.load(x - kReach, y, columns + 2 * kReach, row.rows() + -kReach);
+}
+
 struct NoiseStream {
   NoiseStream(Arena* arena, const Rectangle&) : noise(arena), rows(arena) {}
   NoiseStage noise;
@@ -79,22 +92,17 @@ bool reduceNoise(int width, const Rectangle& area, const float* level, const flo
   const InterleavedImage destImage = imageOf(dest, width);
   const InterleavedImage recordImage = imageOf(records, width);
   return runStream<NoiseStream>(area, [&](NoiseStream& s) {
-    for (int x = area.xStart; x < area.xEnd; x += kStripColumns) {
-      const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
-      for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
-        const int loaded = area.yStart - kReach + t;
-        levelImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.level(t).rows() + -kReach);
-        comparisonImage.load(x - kReach, loaded, columns + 2 * kReach, s.noise.comparison(t).rows() + -kReach);
-        s.noise.rowsLoaded(t, -kReach, columns + kReach);
-        if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
-        if (t < 2 * kReach) continue;
-        const int y = t - kReach;
-        destImage.load(x, loaded - kReach, columns, s.rows.at(0).rows());
-        s.noise.reduce(y, 0, columns, s.rows.at(0), s.rows.at(1), s.rows.at(2), settings);
-        destImage.store(s.rows.at(1).rows(), x, loaded - kReach, columns);
-        recordImage.store(s.rows.at(2).rows(), x, loaded - kReach, columns);
-      }
-    }
+    streamRows(area, [&](int t, int x, int y, int columns) {
+      loadWithReach(levelImage, x, y, columns, s.noise.level(t));
+      loadWithReach(comparisonImage, x, y, columns, s.noise.comparison(t));
+      s.noise.rowsLoaded(t, -kReach, columns + kReach);
+      if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
+      if (t < 2 * kReach) return;
+      destImage.load(x, y - kReach, columns, s.rows.at(0).rows());
+      s.noise.reduce(t - kReach, 0, columns, s.rows.at(0), s.rows.at(1), s.rows.at(2), settings);
+      destImage.store(s.rows.at(1).rows(), x, y - kReach, columns);
+      recordImage.store(s.rows.at(2).rows(), x, y - kReach, columns);
+    });
   });
 }
 
@@ -110,19 +118,15 @@ bool sharpen(int width, const Rectangle& area, const float* reduced, const float
   const InterleavedImage recordImage = imageOf(const_cast<float*>(records), width);
   const InterleavedImage destImage = imageOf(dest, width);
   return runStream<SharpenStream>(area, [&](SharpenStream& s) {
-    for (int x = area.xStart; x < area.xEnd; x += kStripColumns) {
-      const int columns = area.xEnd - x < kStripColumns ? area.xEnd - x : kStripColumns;
-      for (int t = 0; t < area.yEnd - area.yStart + 2 * kReach; ++t) {
-        const int loaded = area.yStart - kReach + t;
-        reducedImage.load(x - kReach, loaded, columns + 2 * kReach, s.sharpen.reduced(t).rows() + -kReach);
-        s.sharpen.rowLoaded(t, -kReach, columns + kReach);
-        if (t >= kReach) s.sharpen.computeDistances(t - kReach, 0, columns);
-        if (t < 2 * kReach) continue;
-        recordImage.load(x, loaded - kReach, columns, s.records.at(0).rows());
-        s.sharpen.sharpen(t - kReach, 0, columns, s.records.at(0), settings);
-        destImage.store(s.sharpen.sharpened().rows(), x, loaded - kReach, columns);
-      }
-    }
+    streamRows(area, [&](int t, int x, int y, int columns) {
+      loadWithReach(reducedImage, x, y, columns, s.sharpen.reduced(t));
+      s.sharpen.rowLoaded(t, -kReach, columns + kReach);
+      if (t >= kReach) s.sharpen.computeDistances(t - kReach, 0, columns);
+      if (t < 2 * kReach) return;
+      recordImage.load(x, y - kReach, columns, s.records.at(0).rows());
+      s.sharpen.sharpen(t - kReach, 0, columns, s.records.at(0), settings);
+      destImage.store(s.sharpen.sharpened().rows(), x, y - kReach, columns);
+    });
   });
 }
 
