@@ -21,7 +21,7 @@ namespace HWY_NAMESPACE {
 
 namespace {
 
-constexpr int kStripColumns = 2048;
+constexpr int kStripColumns = 1024;
 
 HWY_INLINE V colorSum(const VRgb& c) {
   return hn::Add(hn::Add(c.g, c.r), c.b);
@@ -120,7 +120,7 @@ class ChromaRunner {
     const auto makeRow = [&](int y) { makeRatios(strip, y); };
     DetailStream<3, decltype(makeRow)> stream(rings_, job_.size.height, strip, makeRow);
     for (int y = 0; y < job_.size.height; ++y) {
-      stream.advanceTo(y);
+      if (y % kBandRows == 0) stream.makeBand(y);
       const DetailRows red = stream.rowsAt(0, y), green = stream.rowsAt(1, y), blue = stream.rowsAt(2, y);
       writeRow<kFadeIntoMidTones>(strip, y, levels, [&](int x) VESKARO_INLINE_LAMBDA -> VRgb {
         return {addUp(red, x, shrink), addUp(green, x, shrink), addUp(blue, x, shrink)};

@@ -1,5 +1,5 @@
-// Per-target: the five-level decomposition over rows. Every plane is read and written once; the levels follow one
-// another a few rows behind, each pass on rows that are still in the cache.
+// Per-target: the five-level decomposition over bands of rows. The levels follow one another some rows behind, each on
+// rows that are still in the cache; both passes of a level are one.
 #if defined(VESKARO_HDR_DETAIL_STREAM_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VESKARO_HDR_DETAIL_STREAM_INL_H
 #undef VESKARO_HDR_DETAIL_STREAM_INL_H
@@ -32,78 +32,79 @@ HWY_INLINE V weighTaps(V before, V centre, V after) {
   return hn::MulAdd(centre, hn::Set(Floats(), 2.0f), hn::Add(before, after));
 }
 
-// to[x] = four times the mean of from[x - spacing], from[x] twice, from[x + spacing].
-HWY_INLINE void smoothAlongRow(const float* from, float* to, int start, int end, int spacing) {
+// A row smoothed along x, vector by vector: four times the mean of row[x - kSpacing], row[x] twice, row[x + kSpacing].
+template <int kSpacing>
+class AlongRow {
+ public:
+  HWY_INLINE explicit AlongRow(const float* row) : row_(row) {
+#if HWY_TARGET <= HWY_AVX3
+    previous_ = hn::Load(Floats(), row - lanes());
+    current_ = hn::Load(Floats(), row);
+#endif
+  }
+
+  // To be called for one vector after the other.
+  HWY_INLINE V at(int x) {
+    const Floats d;
+#if HWY_TARGET <= HWY_AVX3
+    // Loads that straddle cache lines cost twice as much, and here all would.
+    const V before = previous_, centre = current_, after = hn::Load(d, row_ + x + lanes());
+    previous_ = centre;
+    current_ = after;
+    return weighTaps(shiftedTogether<lanes() - kSpacing>(before, centre), centre,
+                     shiftedTogether<kSpacing>(centre, after));
+#else
+    return weighTaps(hn::LoadU(d, row_ + x - kSpacing), hn::Load(d, row_ + x), hn::LoadU(d, row_ + x + kSpacing));
+#endif
+  }
+
+ private:
+#if HWY_TARGET <= HWY_AVX3
+  // The lanes of first from kDistance on, then those of second.
+  template <int kDistance>
+  static HWY_INLINE V shiftedTogether(V first, V second) {
+    if constexpr (kDistance == 0) return first;
+    if constexpr (kDistance == lanes()) return second;
+    return V{_mm512_castsi512_ps(
+        _mm512_alignr_epi32(_mm512_castps_si512(second.raw), _mm512_castps_si512(first.raw), kDistance % lanes()))};
+  }
+  V previous_, current_;
+#endif
+  const float* row_;
+};
+
+// Makes 1, 2 or 4 rows of a level, whose taps across coincide: what is smoothed along x is used three times from
+// registers, and rows are read half as often. to[0] is made of from[0], from[kSpacing] and from[2 kSpacing], and so on.
+template <int kSpacing, int kRows>
+HWY_NOINLINE void smoothGroup(const float* const* from, float* const* to, int columns) {
   const Floats d;
-  for (int x = start; x < end; x += lanes()) {
-    hn::Store(weighTaps(hn::LoadU(d, from + x - spacing), hn::Load(d, from + x), hn::LoadU(d, from + x + spacing)), d,
-              to + x);
+  const auto in = [from](int k) { return from[k < kRows + 2 ? k * kSpacing : 0]; };
+  const auto out = [to](int k) { return to[k < kRows ? k * kSpacing : 0]; };
+  AlongRow<kSpacing> row0(in(0)), row1(in(1)), row2(in(2)), row3(in(3)), row4(in(4)), row5(in(5));
+  float *const out0 = out(0), *const out1 = out(1), *const out2 = out(2), *const out3 = out(3);
+  for (int x = 0; x < columns; x += lanes()) {
+    const V a0 = row0.at(x), a1 = row1.at(x), a2 = row2.at(x);
+    hn::Store(weighTaps(a0, a1, a2), d, out0 + x);
+    if constexpr (kRows >= 2) {
+      const V a3 = row3.at(x);
+      hn::Store(weighTaps(a1, a2, a3), d, out1 + x);
+      if constexpr (kRows == 4) {
+        const V a4 = row4.at(x), a5 = row5.at(x);
+        hn::Store(weighTaps(a2, a3, a4), d, out2 + x);
+        hn::Store(weighTaps(a3, a4, a5), d, out3 + x);
+      }
+    }
   }
 }
 
-// Sixteen times the mean, of three such rows.
-HWY_INLINE V smoothAcross(const float* above, const float* row, const float* below, int x) {
-  const Floats d;
-  return weighTaps(hn::Load(d, above + x), hn::Load(d, row + x), hn::Load(d, below + x));
-}
-
-// The lanes that lie kDistance before those of current, and behind.
-template <int kDistance>
-HWY_INLINE V lanesBefore(V previous, V current) {
-#if HWY_TARGET <= HWY_AVX3
-  return V{_mm512_castsi512_ps(
-      _mm512_alignr_epi32(_mm512_castps_si512(current.raw), _mm512_castps_si512(previous.raw), 16 - kDistance))};
-#else
-  const Floats d;
-  constexpr int kBytes = 16 - 4 * kDistance;
-#if HWY_TARGET <= HWY_AVX2
-  const V middle = hn::ConcatLowerUpper(d, current, previous);
-  if constexpr (kDistance == 4) return middle;
-#else
-  const V middle = previous;
-#endif
-  if constexpr (kBytes > 0) return hn::CombineShiftRightBytes<kBytes>(d, current, middle);
-#endif
-}
-
-template <int kDistance>
-HWY_INLINE V lanesAfter(V current, V next) {
-#if HWY_TARGET <= HWY_AVX3
-  return V{_mm512_castsi512_ps(
-      _mm512_alignr_epi32(_mm512_castps_si512(next.raw), _mm512_castps_si512(current.raw), kDistance))};
-#else
-  const Floats d;
-#if HWY_TARGET <= HWY_AVX2
-  const V middle = hn::ConcatLowerUpper(d, next, current);
-  if constexpr (kDistance == 4) return middle;
-#else
-  const V middle = next;
-#endif
-  if constexpr (kDistance < 4) return hn::CombineShiftRightBytes<4 * kDistance>(d, middle, current);
-#endif
-}
-
-// What one level leaves of a row, and that row smoothed along x for the next level, whose taps are kNextSpacing apart.
-// The second lags behind the first and does not reach the ends.
-template <int kNextSpacing>
-HWY_INLINE void smoothAcrossThenAlong(const float* above, const float* row, const float* below, float* smooth,
-                                      float* nextAcross, int columns) {
-  const Floats d;
-  V beforeLast = hn::Zero(d), last = hn::Zero(d);
-  for (int x = 0; x < columns; x += lanes()) {
-    const V current = smoothAcross(above, row, below, x);
-    hn::Store(current, d, smooth + x);
-    if constexpr (kNextSpacing < HWY_LANES(float)) {
-      const V along =
-          weighTaps(lanesBefore<kNextSpacing>(beforeLast, last), last, lanesAfter<kNextSpacing>(last, current));
-      hn::Store(along, d, nextAcross + x - lanes());
-      beforeLast = last;
-      last = current;
-    } else {
-      const float* const centre = smooth + x - kNextSpacing;
-      hn::Store(weighTaps(hn::Load(d, centre - kNextSpacing), hn::Load(d, centre), current), d,
-                nextAcross + x - kNextSpacing);
-    }
+// Smooths rows along and across. from[k] is the row kSpacing above the one that to[k] is made of.
+template <int kSpacing>
+void smoothRows(const float* const* from, float* const* to, int rows, int columns) {
+  for (int first = 0; first < std::min(kSpacing, rows); ++first) {
+    int k = first;
+    for (; k + 3 * kSpacing < rows; k += 4 * kSpacing) smoothGroup<kSpacing, 4>(from + k, to + k, columns);
+    for (; k + kSpacing < rows; k += 2 * kSpacing) smoothGroup<kSpacing, 2>(from + k, to + k, columns);
+    for (; k < rows; k += kSpacing) smoothGroup<kSpacing, 1>(from + k, to + k, columns);
   }
 }
 
@@ -147,8 +148,20 @@ class DetailStream {
   DetailStream(const DetailRings* rings, int height, const Strip& strip, const MakeRow& makeRow)
       : rings_(rings), height_(height), strip_(strip), makeRow_(makeRow) {}
 
-  // Makes every row that row y of the result needs.
-  void advanceTo(int y) { makeSmooth(kDetailLevels - 1, y); }
+  // Makes every row that the band from first on needs. The bands come in turn.
+  void makeBand(int first) {
+    for (int y = firstToMake(first, kBaseRowsAhead); y < endToMake(first, kBaseRowsAhead); ++y) {
+      makeRow_(y);
+      for (int p = 0; p < kPlanes; ++p) mirrorEnds(rings_[p].base.at(y), levelSpacing(0));
+    }
+    for (int p = 0; p < kPlanes; ++p) {
+      makeSmooth<0>(first, rings_[p].base, rings_[p].smooth[0]);
+      makeSmooth<1>(first, rings_[p].smooth[0], rings_[p].smooth[1]);
+      makeSmooth<2>(first, rings_[p].smooth[1], rings_[p].smooth[2]);
+      makeSmooth<3>(first, rings_[p].smooth[2], rings_[p].smooth[3]);
+      makeSmooth<4>(first, rings_[p].smooth[3], rings_[p].smooth[4]);
+    }
+  }
 
   // Row y of a plane, with its smoothed images, from the strip's first column to write.
   DetailRows rowsAt(int plane, int y) const {
@@ -159,65 +172,19 @@ class DetailStream {
   }
 
  private:
-  void makeSmooth(int level, int last) {
-    for (int& y = smoothDone_[level]; y <= last; ++y) {
-      const int spacing = levelSpacing(level);
-      const int finer = std::min(y + spacing, height_ - 1);
-      if (level == 0) {
-        makeBase(finer);
-      } else {
-        makeSmooth(level - 1, finer);
-      }
-      for (int p = 0; p < kPlanes; ++p) smoothRow(rings_[p], level, y);
-    }
-  }
+  int firstToMake(int firstOfBand, int ahead) const { return firstOfBand == 0 ? 0 : firstOfBand + ahead; }
+  int endToMake(int firstOfBand, int ahead) const { return std::min(firstOfBand + kBandRows + ahead, height_); }
 
-  void makeBase(int last) {
-    for (int& y = baseDone_; y <= last; ++y) {
-      makeRow_(y);
-      for (int p = 0; p < kPlanes; ++p) {
-        float* const base = rings_[p].base.at(y);
-        mirrorEnds(base, 1);
-        smoothAlongRow(base, rings_[p].across[0].at(y), 0, strip_.columns(), 1);
-      }
-    }
-  }
-
-  void smoothRow(const DetailRings& rings, int level, int y) const {
-    const int columns = strip_.columns(), spacing = levelSpacing(level);
-    const StripRing& across = rings.across[level];
-    const float* const above = across.at(mirroredRow(y - spacing));
-    const float* const row = across.at(y);
-    const float* const below = across.at(mirroredRow(y + spacing));
-    float* const smooth = rings.smooth[level].at(y);
-    if (level + 1 == kDetailLevels) {
-      for (int x = 0; x < columns; x += lanes()) hn::Store(smoothAcross(above, row, below, x), Floats(), smooth + x);
-      return;
-    }
-    float* const next = rings.across[level + 1].at(y);
-    switch (level) {
-      case 0:
-        smoothAcrossThenAlong<2>(above, row, below, smooth, next, columns);
-        break;
-      case 1:
-        smoothAcrossThenAlong<4>(above, row, below, smooth, next, columns);
-        break;
-      case 2:
-        smoothAcrossThenAlong<8>(above, row, below, smooth, next, columns);
-        break;
-      default:
-        smoothAcrossThenAlong<16>(above, row, below, smooth, next, columns);
-    }
-    finishAlong(smooth, next, 2 * spacing);
-  }
-
-  // The ends of a row along x, which are mirrored at the picture's edges.
-  void finishAlong(float* smooth, float* next, int spacing) const {
-    const int columns = strip_.columns();
-    mirrorEnds(smooth, spacing);
-    if (strip_.atLeftEdge) smoothAlongRow(smooth, next, 0, kMaxLanes, spacing);
-    const int whole = (columns + lanes() - 1) / lanes() * lanes();
-    smoothAlongRow(smooth, next, std::max(0, whole - 2 * kMaxLanes), columns, spacing);
+  template <int kLevel>
+  void makeSmooth(int firstOfBand, const StripRing& finer, const StripRing& smooth) const {
+    constexpr int kSpacing = levelSpacing(kLevel), kAhead = rowsAhead(kLevel);
+    const int first = firstToMake(firstOfBand, kAhead), rows = endToMake(firstOfBand, kAhead) - first;
+    const float* from[2 * kBandRows + 2 * kSpacing];
+    float* to[2 * kBandRows];
+    for (int k = 0; k < rows + 2 * kSpacing; ++k) from[k] = finer.at(mirroredRow(first + k - kSpacing));
+    for (int k = 0; k < rows; ++k) to[k] = smooth.at(first + k);
+    smoothRows<kSpacing>(from, to, rows, strip_.columns());
+    for (int k = 0; k < rows && kLevel + 1 < kDetailLevels; ++k) mirrorEnds(to[k], 2 * kSpacing);
   }
 
   int mirroredRow(int y) const { return y >= 0 && y < height_ ? y : static_cast<int>(mirroredIndex(y, height_)); }
@@ -232,8 +199,6 @@ class DetailStream {
   const int height_;
   const Strip strip_;
   const MakeRow& makeRow_;
-  int baseDone_ = 0;
-  int smoothDone_[kDetailLevels] = {};
 };
 
 // Makes a runner in zeroed memory, which it measures first, and runs it. False when the memory is not to be had.

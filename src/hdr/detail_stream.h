@@ -49,41 +49,47 @@ class StripPlan {
   int width_, count_;
 };
 
-// The last rows of one plane of a strip, addressed by row number. In front of a row there is room for the taps of the
-// coarsest level and as much again for kernels that lag behind by them; behind it for the taps and a partial vector.
+// The levels are made in bands of this many rows. Taps of the coarsest level lie half a band apart, so that the last
+// two bands hold all that a band needs.
+constexpr int kBandRows = 32;
+
+// Rows that a level has to be ahead of the band to be written, for the taps of the levels after it.
+constexpr int rowsAhead(int level) {
+  return kBandRows - 2 * levelSpacing(level);
+}
+constexpr int kBaseRowsAhead = kBandRows - 1;
+
+// The last rows of one plane of a strip, addressed by row number. Beside a row there is room for the taps of the
+// coarsest level and a partial vector. Rows begin an odd number of cache lines apart, and so do rings, so that the rows
+// that a loop runs along don't meet in one set of the cache.
 class StripRing {
  public:
   StripRing() = default;
-  StripRing(Arena* arena, int slots, int columns)
-      : slots_(slots), rowFloats_(paddedRow(columns)), base_(arena->take(slots * rowFloats_)) {}
+  StripRing(Arena* arena, int columns)
+      : rowFloats_(paddedRow(columns)), base_(arena->take(kRows * rowFloats_ + kStagger)) {}
 
-  float* at(int y) const { return base_ + (y % slots_) * rowFloats_ + kRoom; }
+  float* at(int y) const { return base_ + (y % kRows) * rowFloats_ + kRoom; }
 
  private:
-  static constexpr int kRoom = 2 * kMaxLanes;
-  static constexpr std::ptrdiff_t paddedRow(int columns) { return roundUpToLanes(columns) + 2 * kRoom; }
+  static constexpr int kRows = 2 * kBandRows;
+  static constexpr int kRoom = kMaxLanes;
+  static constexpr int kStagger = 27 * kMaxLanes;
+  static constexpr std::ptrdiff_t paddedRow(int columns) {
+    return (roundUpToLanes(columns + 2 * kRoom) / kMaxLanes | 1) * kMaxLanes;
+  }
 
-  int slots_ = 0;
   std::ptrdiff_t rowFloats_ = 0;
   float* base_ = nullptr;
 };
 
-// The rings of one plane. Row y of the result needs rows y .. y + 31 of the base plane, and of each level's smoothed
-// image as many as the levels after it reach ahead. across holds the rows smoothed along x only.
+// The rings of one plane: what is to be split, and each level's smoothed image.
 struct DetailRings {
-  static constexpr int kBaseRows = 32;
-
   DetailRings() = default;
-  DetailRings(Arena* arena, int columns) : base(arena, kBaseRows, columns) {
-    for (int level = 0; level < kDetailLevels; ++level) {
-      const int spacing = levelSpacing(level);
-      across[level] = StripRing(arena, 2 * spacing + 1, columns);
-      smooth[level] = StripRing(arena, kBaseRows + 1 - 2 * spacing, columns);
-    }
+  DetailRings(Arena* arena, int columns) : base(arena, columns) {
+    for (StripRing& ring : smooth) ring = StripRing(arena, columns);
   }
 
   StripRing base;
-  StripRing across[kDetailLevels];
   StripRing smooth[kDetailLevels];
 };
 

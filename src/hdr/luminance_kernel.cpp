@@ -23,7 +23,7 @@ namespace HWY_NAMESPACE {
 
 namespace {
 
-constexpr int kStripColumns = 2048;
+constexpr int kStripColumns = 1024;
 
 // Beyond these the exponential, or the colour rebuilt from it, may leave the range of ordinary pixels.
 constexpr float kLargestLog = 80.0f;
@@ -130,7 +130,7 @@ class LuminanceRunner {
     const auto makeRow = [&](int y) { makeLogs(strip, y); };
     DetailStream<1, decltype(makeRow)> stream(&rings_, job_.size.height, strip, makeRow);
     for (int y = 0; y < job_.size.height; ++y) {
-      stream.advanceTo(y);
+      if (y % kBandRows == 0) stream.makeBand(y);
       writeRow(strip, y, stream.rowsAt(0, y), shrink);
     }
   }
