@@ -62,17 +62,17 @@ HWY_INLINE VectorSum addSums(const VectorSum& a, const VectorSum& b) {
   return {hn::Add(a.r, b.r), hn::Add(a.g, b.g), hn::Add(a.b, b.b), hn::Add(a.weight, b.weight)};
 }
 
-// Adds a neighbour of the given weight but where it is beyond reach. The weight is then 0 already, and ordinary samples
-// may be added with it, which leaves every sum as it is.
+// Adds a neighbour of the given weight where it counts. Elsewhere the weight is 0 already, and ordinary samples may be
+// added with it, which leaves every sum as it is.
 template <bool kOrdinary>
-HWY_INLINE void addWeighted(const StripRow& row, int x, V weight, Mask isBeyond, VectorSum& sum) {
+HWY_INLINE void addWeighted(const StripRow& row, int x, V weight, Mask counts, VectorSum& sum) {
   const VectorRgb p = loadRgb(row, x);
   const VectorSum added = addSums(sum, {hn::Mul(p.r, weight), hn::Mul(p.g, weight), hn::Mul(p.b, weight), weight});
   if (kOrdinary) {
     sum = added;
   } else {
-    sum = {hn::IfThenElse(isBeyond, sum.r, added.r), hn::IfThenElse(isBeyond, sum.g, added.g),
-           hn::IfThenElse(isBeyond, sum.b, added.b), hn::IfThenElse(isBeyond, sum.weight, added.weight)};
+    sum = {hn::IfThenElse(counts, added.r, sum.r), hn::IfThenElse(counts, added.g, sum.g),
+           hn::IfThenElse(counts, added.b, sum.b), hn::IfThenElse(counts, added.weight, sum.weight)};
   }
 }
 
@@ -89,9 +89,10 @@ template <bool kOrdinary, int kDx, int kDy>
 HWY_INLINE void addNoiseNeighbour(const NoiseRow& row, int x, const VectorTolerance& t, VectorSum& sum) {
   constexpr float kWeight = kNeighbourWeight[kDy + kReach][kDx + kReach];
   const V distance = row.distance.to<kDx, kDy>(x);
-  const Mask isBeyond = hn::Gt(distance, t.cut);
+  // "Not greater": a distance that is not a number counts.
+  const Mask counts = kOrdinary ? hn::Le(distance, t.cut) : hn::Not(hn::Gt(distance, t.cut));
   const V weight = hn::Mul(hn::Set(Floats(), kWeight), similarityFactor<kOrdinary>(distance, t));
-  addWeighted<kOrdinary>(row.level[kDy + kReach], x + kDx, hn::IfThenZeroElse(isBeyond, weight), isBeyond, sum);
+  addWeighted<kOrdinary>(row.level[kDy + kReach], x + kDx, hn::IfThenElseZero(counts, weight), counts, sum);
 }
 
 // The neighbours of one column of the window, top to bottom.

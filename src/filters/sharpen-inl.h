@@ -28,14 +28,18 @@ struct VectorBand {
   V threshold, cut, perThreshold, perRolloff;
 };
 
-// The distances that count around each pixel: the weight rises up to the threshold and falls over the rolloff.
+// The distances that count around each pixel: the weight rises up to the threshold and falls over the rolloff. Where
+// the end is not a number no distance is beyond it, nor is an ordinary one beyond infinity.
+template <bool kOrdinary>
 HWY_INLINE void computeBands(const SharpenRow& row, int xStart, int xEnd) {
   const Floats d;
   const V one = hn::Set(d, 1.0f);
   for (int x = xStart; x < xEnd; x += lanes()) {
     const V threshold = hn::LoadU(d, row.records.plane(2) + x);
     const V rolloff = hn::Mul(hn::Set(d, 0.25f), threshold);
-    storeRgb({hn::Add(threshold, rolloff), hn::Div(one, threshold), hn::Div(one, rolloff)}, row.band, x);
+    const V end = hn::Add(threshold, rolloff);
+    const V cut = kOrdinary ? hn::IfThenElse(hn::Eq(end, end), end, hn::Inf(d)) : end;
+    storeRgb({cut, hn::Div(one, threshold), hn::Div(one, rolloff)}, row.band, x);
   }
 }
 
@@ -47,11 +51,11 @@ HWY_INLINE void addSharpeningNeighbour(const SharpenRow& row, int x, const Vecto
   const V risingSlope = hn::Mul(hn::Set(d, kWeight), band.perThreshold);
   const V fallingSlope = hn::Mul(hn::Set(d, sharpeningSlopeWeight(kDx, kDy)), band.perRolloff);
   const Mask isBelow = hn::Le(distance, band.threshold);
-  const Mask isBeyond = hn::Ge(distance, band.cut);
+  const Mask isWithin = kOrdinary ? hn::Lt(distance, band.cut) : hn::Not(hn::Ge(distance, band.cut));
   const V rising = hn::Mul(risingSlope, distance);
   const V falling = hn::Add(hn::Mul(hn::Sub(band.threshold, distance), fallingSlope), hn::Set(d, kWeight));
-  const V weight = hn::IfThenElse(isBelow, rising, hn::IfThenZeroElse(isBeyond, falling));
-  addWeighted<kOrdinary>(row.reduced[kDy + kReach], x + kDx, weight, hn::AndNot(isBelow, isBeyond), sum);
+  const V weight = hn::IfThenElse(isBelow, rising, hn::IfThenElseZero(isWithin, falling));
+  addWeighted<kOrdinary>(row.reduced[kDy + kReach], x + kDx, weight, hn::Or(isBelow, isWithin), sum);
 }
 
 template <bool kOrdinary, int kDy>
@@ -113,7 +117,7 @@ HWY_INLINE void pushRow(const SharpenRow& row, int xStart, int xEnd, const Sharp
 // Step by step over the whole row, like reduceNoiseRow.
 template <bool kOrdinary>
 HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
-  computeBands(row, xStart, xEnd);
+  computeBands<kOrdinary>(row, xStart, xEnd);
   sumSharpeningNeighbours<kOrdinary>(row, xStart, xEnd);
   pushRow(row, xStart, xEnd, s);
 }

@@ -13,10 +13,11 @@ struct NoiseSettings {
   float highlightSlope;  // change of the noise model per unit of R + G + B
 };
 
-// Settings in the range that a parameter vector gives. Kernels may then take shortcuts that hold for positive, finite
-// tolerances only.
+// Settings in the range that a parameter vector gives. Kernels may then take shortcuts that hold for positive rolloffs
+// and finite thresholds only.
 inline bool areOrdinary(const NoiseSettings& s) {
-  return s.highlightSlope <= 0.0f && s.highlightSlope >= -0.0013f && s.rolloff > 0.0f && s.rolloff < 1e30f;
+  return s.highlightSlope <= 0.0f && s.highlightSlope >= -0.0013f && s.rolloff > 0.0f && s.rolloff < 1e30f &&
+         s.threshold > -1e30f && s.threshold < 1e30f;
 }
 
 struct SharpenSettings {

@@ -209,7 +209,12 @@ TEST(LevelFilter, TheTwoFiltersAloneAreThePlainReading) {
       Level records(w, h, -7.0f);
       Level reduced = before;
       plain::reduceNoise(2, level, comparison, area, &records, &reduced);
-      const Level anyRecords = makeLevel(w, h, kind, 15);
+      Level anyRecords = makeLevel(w, h, kind, 15);
+      // Thresholds that no noise filter leaves.
+      constexpr float kInfinity = std::numeric_limits<float>::infinity();
+      constexpr float kUnusual[] = {
+          std::numeric_limits<float>::quiet_NaN(), kInfinity, -kInfinity, 0.0f, -1.0f, 1e-40f};
+      for (int x = 0; x < w * h; x += 5) anyRecords.at(x % w, x / w)[2] = kUnusual[x % 6];
       Level sharpened = before;
       plain::sharpen(2, level, anyRecords, area, &sharpened);
       forEachTarget([&](const char*) {
