@@ -56,7 +56,9 @@ struct ShadowsShrink {
   const ScaledCurves& curves;
 };
 
-// With the whole curve. The threshold may be negative, so both tests are made, in their order.
+// With the whole curve. The threshold may be negative, so both tests are made, in their order. kHasStep: the curve
+// falls to 0 at zeroAbove, as an upper line without width has it.
+template <bool kHasStep>
 struct CurveShrink {
   static constexpr bool kMovesMostPixels = true;
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
@@ -72,7 +74,7 @@ struct CurveShrink {
     const Mask mid = hn::Lt(smooth, hn::Set(d, c.midEnd));
     const V line =
         hn::Add(hn::Mul(either(mid, c.midSlope, c.highSlope), smooth), either(mid, c.midOffset, c.highOffset));
-    const V upper = hn::IfThenZeroElse(hn::Gt(smooth, hn::Set(d, c.zeroAbove)), line);
+    const V upper = kHasStep ? hn::IfThenZeroElse(hn::Gt(smooth, hn::Set(d, c.zeroAbove)), line) : line;
     return hn::IfThenElse(hn::Lt(smooth, hn::Set(d, c.shadowsEnd)), hn::Set(d, c.shadows), upper);
   }
   const ScaledCurves& curves;
@@ -118,8 +120,10 @@ class LuminanceRunner {
     for (int n = 0; n < plan_.count(); ++n) {
       if (isShadowsOnly) {
         runStrip(plan_.strip(n), ShadowsShrink{curves_});
+      } else if (std::isinf(curves_.of[0].zeroAbove)) {
+        runStrip(plan_.strip(n), CurveShrink<false>{curves_});
       } else {
-        runStrip(plan_.strip(n), CurveShrink{curves_});
+        runStrip(plan_.strip(n), CurveShrink<true>{curves_});
       }
     }
   }
