@@ -63,7 +63,8 @@ HWY_INLINE VI settledMantissa(V value, VI* doubt) {
 // How far a channel may be out: with L the largest channel, the formulas leave luminance below 3.4 L and the term of Cb
 // or Cr in a channel below 7.8 L. The luminance errs by 2^-22.5 of itself, the term by 3 roundings of 2^-24 of itself
 // and the sum by one: less than 2^-18.5 L together, and L becomes less than 2^8. A scale that is out by a factor of 2
-// shows as a largest channel near 128 or 256.
+// shows as a largest channel near 128 or 256. The exact Cb and Cr of a grey are not 0 but what rounding leaves, less
+// than 2^-42 of a unit of the mantissas: nothing beside a channel above 2^-20 of that unit.
 HWY_INLINE bool storeWhereSettled(const VPixels& p, V logLuma, const RgbeRow& row, int i) {
   const Floats d;
   const Ints di;
@@ -74,7 +75,8 @@ HWY_INLINE bool storeWhereSettled(const VPixels& p, V logLuma, const RgbeRow& ro
   VI doubt = hn::Zero(di);
   const VI r = settledMantissa(scaled.r, &doubt), g = settledMantissa(scaled.g, &doubt),
            b = settledMantissa(scaled.b, &doubt);
-  const auto isVisible = hn::RebindMask(di, hn::Gt(largest, hn::Set(d, 2e-32f)));
+  const V least = hn::Max(hn::Mul(scaleOf(p), hn::Set(d, 0x1p-20f)), hn::Set(d, 2e-32f));
+  const auto isVisible = hn::RebindMask(di, hn::Gt(largest, least));
   if (!hn::AllTrue(di, hn::And(isVisible, hn::Eq(doubt, hn::Zero(di))))) return false;
   storeLowBytes(r, row.r + i);
   storeLowBytes(g, row.g + i);

@@ -86,16 +86,18 @@ TEST(QuickColour, WhatItWritesIsWhatThePlainFormWrites) {
   long stored = 0, tried = 0;
   for (int round = 0; round < 400; ++round) {
     const float reach = std::exp2(static_cast<float>(random() % 24) - 20.0f);
-    const bool isSaturated = round % 4 == 0;
+    const bool isSaturated = round % 4 == 0, isGrey = round % 8 == 1;
+    const int exponent = round % 16 == 1 ? 31 : 98;  // greys that fall about the end of what is visible, near and far
     for (int i = 0; i < kWidth; ++i) {
       for (int c = 0; c < 3; ++c) {
-        const int mantissa = static_cast<int>(random() % 256);
+        const int mantissa = isGrey ? 128 : static_cast<int>(random() % 256);
         in[c * kWidth + i] = static_cast<unsigned char>(isSaturated && mantissa < 170 ? mantissa / 85 : mantissa);
       }
-      in[3 * kWidth + i] =
-          static_cast<unsigned char>(random() % 50 == 0 ? 0 : 128 + static_cast<int>(random() % 60) - 30);
+      in[3 * kWidth + i] = static_cast<unsigned char>(
+          random() % 50 == 0 ? 0 : exponent + static_cast<int>(random() % (isGrey ? 6 : 60)));
       const ConstRgbeRow row = rowOf<const unsigned char>(in.data(), kWidth, 0);
       logs[i] = logLuminance(decode(row, i, table)) + reach * (static_cast<float>(random() % 20001) / 10000.0f - 1.0f);
+      if (isGrey) logs[i] = -75.0f + static_cast<float>(random() % 4000) / 1000.0f;
       writePixel(table, row, i, logs[i], rowOf(plain.data(), kWidth, 0));
     }
     test::forEachTarget([&](const char*) {
