@@ -68,11 +68,12 @@ TEST(Statistics, UniformBelowOneHasItsOwnLevel) {
   EXPECT_EQ(m.values[5], 0.0f);
 }
 
-// 128 grey columns whose values are evenly spaced: the percentiles are read off directly, and known to the last bit.
+// 100 grey columns whose values are evenly spaced: the percentiles are read off directly, and known to the last bit.
+// Each share ends exactly with a column, which has to be exceeded.
 TEST(Statistics, EvenlySpacedGreys) {
   const auto grey = [](int i) { return std::ldexp(128.0f + static_cast<float>(i), -5); };
   const float threshold = 0.0013333334f;
-  const Measured m = measure(makePicture(128, 50,
+  const Measured m = measure(makePicture(100, 50,
                                          [&](int i, int) {
                                            return Colour{grey(i), grey(i), grey(i)};
                                          }),
@@ -85,18 +86,18 @@ TEST(Statistics, EvenlySpacedGreys) {
   };
   // The value of a column as its bin gives it back: 65535 steps on the way in, 65536 on the way out.
   const auto binned = [](const auto& logOf, int column) {
-    const float low = logOf(0), range = logOf(127) - low;
+    const float low = logOf(0), range = logOf(99) - low;
     const auto bin = static_cast<int>((logOf(column) - low) * (65535.0f / range));
     return static_cast<float>(bin) * (range / 65536.0f) + low;
   };
-  const float sum01 = binned(logSum, 1), sumMedian = binned(logSum, 64), sum99 = binned(logSum, 126);
-  const float y01 = binned(logLuminance, 1), yMedian = binned(logLuminance, 64), y99 = binned(logLuminance, 126);
+  const float sum01 = binned(logSum, 1), sumMedian = binned(logSum, 50), sum99 = binned(logSum, 99);
+  const float y01 = binned(logLuminance, 1), yMedian = binned(logLuminance, 50), y99 = binned(logLuminance, 99);
   EXPECT_EQ(m.values[0], static_cast<float>(sumMedian + 0.25 * static_cast<double>(sum01 - sumMedian)));
   EXPECT_EQ(m.values[1], static_cast<float>(sumMedian + 0.5 * static_cast<double>(sum99 - sumMedian)));
   EXPECT_EQ(m.values[2], (y01 + yMedian) * 0.5f);
   EXPECT_EQ(m.values[3], yMedian);
   EXPECT_EQ(m.values[4], y99);
-  const double range = static_cast<double>(logLuminance(127)) - static_cast<double>(logLuminance(0));
+  const double range = static_cast<double>(logLuminance(99)) - static_cast<double>(logLuminance(0));
   EXPECT_EQ(m.values[5], (y99 - yMedian) * static_cast<float>(2.0 * threshold * range));
 }
 
