@@ -12,7 +12,7 @@ namespace veskaro {
 namespace {
 
 // Vectors of pixels to look at for the first guess.
-constexpr std::int64_t kSampledVectors = 1 << 15;
+constexpr std::int64_t kSampledVectors = 1 << 14;
 
 // Below this many pixels the tables cost more than the logarithms that they save.
 constexpr std::size_t kWorthwhile = 1 << 15;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <random>
 
+#include "simd/rows.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "hdr/statistics_kernel.cpp"
 #include <hwy/foreach_target.h>
@@ -108,50 +110,94 @@ class BracketQueue {
   std::int32_t values_[kRoom + 2 * HWY_LANES(float)];
 };
 
-// What is known of one quantity while the rows go by, lane by lane.
-struct QuantityLanes {
-  explicit QuantityLanes(const QuantityCounts& counts) {
+// What is known of one quantity while the picture goes by, lane by lane. No lane counts more than 2^31 / 4 pixels.
+class QuantityLanes {
+ public:
+  explicit QuantityLanes(QuantityCounts* counts) : counts_(counts), queue_(counts) {
     const Ints d;
-    smallest = hn::Set(d, INT32_MAX);
-    largest = hn::Zero(d);
+    hn::Store(hn::Set(d, INT32_MAX), d, smallest_);
+    hn::Store(hn::Zero(d), d, largest_);
+    for (auto& below : below_) hn::Store(hn::Zero(d), d, below);
+  }
+
+  // values: whole vectors of which the first columns lanes are pixels, the others beyond every bracket.
+  HWY_NOINLINE void add(const std::int32_t* values, int columns) {
+    const Ints d;
+    const auto first = [&](int n) HWY_ATTR { return hn::Set(d, counts_->brackets[n].first); };
+    const auto end = [&](int n) HWY_ATTR { return hn::Set(d, counts_->brackets[n].end()); };
+    const VI first0 = first(0), first1 = first(1), first2 = first(2), end0 = end(0), end1 = end(1), end2 = end(2);
+    VI below0 = hn::Load(d, below_[0]), below1 = hn::Load(d, below_[1]), below2 = hn::Load(d, below_[2]);
+    const auto isInside = [d](VI bits, VI from, VI to, VI* below) VESKARO_INLINE_LAMBDA {
+      const auto isBelow = hn::Lt(bits, from);
+      *below = hn::Sub(*below, hn::VecFromMask(d, isBelow));  // a mask's lanes are 0 or -1
+      return hn::AndNot(isBelow, hn::Lt(bits, to));
+    };
+    for (int x = 0; x < columns; x += lanes()) {
+      const VI bits = hn::Load(d, values + x);
+      queue_.add(bits, hn::Or(hn::Or(isInside(bits, first0, end0, &below0), isInside(bits, first1, end1, &below1)),
+                              isInside(bits, first2, end2, &below2)));
+    }
+    hn::Store(below0, d, below_[0]);
+    hn::Store(below1, d, below_[1]);
+    hn::Store(below2, d, below_[2]);
+  }
+
+  void extend(VI smallest, VI largest) {
+    const Ints d;
+    hn::Store(hn::Min(smallest, hn::Load(d, smallest_)), d, smallest_);
+    hn::Store(hn::Max(largest, hn::Load(d, largest_)), d, largest_);
+  }
+
+  void finish() {
+    queue_.empty();
     for (int n = 0; n < kPercentiles; ++n) {
-      below[n] = hn::Zero(d);
-      first[n] = counts.brackets[n].first;
-      end[n] = counts.brackets[n].end();
+      for (std::int32_t count : below_[n]) counts_->brackets[n].below += static_cast<std::uint64_t>(count);
+    }
+    counts_->smallest = std::min(counts_->smallest, *std::min_element(smallest_, smallest_ + lanes()));
+    counts_->largest = std::max(counts_->largest, *std::max_element(largest_, largest_ + lanes()));
+  }
+
+ private:
+  QuantityCounts* const counts_;
+  BracketQueue queue_;
+  alignas(64) std::int32_t smallest_[HWY_LANES(float)];
+  alignas(64) std::int32_t largest_[HWY_LANES(float)];
+  alignas(64) std::int32_t below_[kPercentiles][HWY_LANES(float)];
+};
+
+// The values of a stretch of a row. Short loops, one after the other over the stretch, are faster than one long loop:
+// the processor overlaps the steps of more vectors.
+class ValueRows {
+ public:
+  static constexpr int kColumns = 1024;
+
+  // Fills in columns [start, end) of a row of width columns, and adds them to quantities.
+  HWY_NOINLINE void measure(const ConstRgbeRow& row, int start, int end, const ExponentTable& table,
+                            QuantityLanes (&quantities)[kQuantities]) {
+    const Ints d;
+    VI smallest0 = hn::Set(d, INT32_MAX), smallest1 = smallest0;
+    VI largest0 = hn::Zero(d), largest1 = largest0;
+    for (int i = start; i < end; i += lanes()) {
+      const int at = i + lanes() <= end ? i : end - lanes();
+      const Values v = valuesOf(row, at, table);
+      smallest0 = hn::Min(smallest0, v.bits[0]);
+      largest0 = hn::Max(largest0, v.bits[0]);
+      smallest1 = hn::Min(smallest1, v.bits[1]);
+      largest1 = hn::Max(largest1, v.bits[1]);
+      hn::StoreU(v.bits[0], d, rows_[0] + kMaxLanes + at - start);
+      hn::StoreU(v.bits[1], d, rows_[1] + kMaxLanes + at - start);
+    }
+    quantities[0].extend(smallest0, largest0);
+    quantities[1].extend(smallest1, largest1);
+    for (int q = 0; q < kQuantities; ++q) {
+      hn::StoreU(hn::Set(d, INT32_MAX), d, rows_[q] + kMaxLanes + end - start);
+      quantities[q].add(rows_[q] + kMaxLanes, end - start);
     }
   }
 
-  // Returns the lanes inside a bracket. Lanes that are not new are beyond every bracket in counted.
-  HWY_INLINE hn::Mask<Ints> add(VI bits, VI counted) {
-    const Ints d;
-    smallest = hn::Min(smallest, bits);
-    largest = hn::Max(largest, bits);
-    hn::Mask<Ints> inside = hn::MaskFromVec(hn::Zero(d));
-    HWY_UNROLL(3)
-    for (int n = 0; n < kPercentiles; ++n) {
-      const auto isBelow = hn::Lt(counted, hn::Set(d, first[n]));
-      below[n] = hn::Sub(below[n], hn::VecFromMask(d, isBelow));  // a mask's lanes are 0 or -1
-      inside = hn::Or(inside, hn::AndNot(isBelow, hn::Lt(counted, hn::Set(d, end[n]))));
-    }
-    return inside;
-  }
-
-  void storeTo(QuantityCounts* counts) const {
-    const Ints d;
-    alignas(64) std::int32_t lane[HWY_LANES(float)];
-    for (int n = 0; n < kPercentiles; ++n) {
-      hn::Store(below[n], d, lane);
-      for (std::int32_t count : lane) counts->brackets[n].below += static_cast<std::uint64_t>(count);
-    }
-    hn::Store(smallest, d, lane);
-    counts->smallest = std::min(counts->smallest, *std::min_element(lane, lane + lanes()));
-    hn::Store(largest, d, lane);
-    counts->largest = std::max(counts->largest, *std::max_element(lane, lane + lanes()));
-  }
-
-  VI smallest, largest;
-  VI below[kPercentiles];
-  std::int32_t first[kPercentiles], end[kPercentiles];
+ private:
+  // Room for a vector before, where the last stretch is short, and one behind.
+  alignas(64) std::int32_t rows_[kQuantities][kColumns + 2 * kMaxLanes];
 };
 
 }  // namespace
@@ -206,32 +252,17 @@ void countCoarsely(const PictureSize& size, const unsigned char* picture, int st
   }
 }
 
-void countInBrackets(const PictureSize& size, const unsigned char* picture, QuantityCounts* quantities) {
-  const Ints d;
+void countInBrackets(const PictureSize& size, const unsigned char* picture, QuantityCounts* counts) {
   const ExponentTable table;
-  BracketQueue sumQueue(&quantities[0]), luminanceQueue(&quantities[1]);
-  // The last vector of a row may overlap the one before.
-  const int overlap = (lanes() - size.width % lanes()) % lanes();
-  const auto old = hn::Lt(hn::Iota(d, 0), hn::Set(d, overlap));
-  const VI beyond = hn::Set(d, INT32_MAX);
+  QuantityLanes quantities[kQuantities] = {QuantityLanes(&counts[0]), QuantityLanes(&counts[1])};
+  ValueRows values;
   for (int y = 0; y < size.height; ++y) {
     const ConstRgbeRow row = rowOf(picture, size.width, y);
-    QuantityLanes sums(quantities[0]), luminances(quantities[1]);
-    for (int i = 0; i + lanes() <= size.width; i += lanes()) {
-      const Values v = valuesOf(row, i, table);
-      sumQueue.add(v.bits[0], sums.add(v.bits[0], v.bits[0]));
-      luminanceQueue.add(v.bits[1], luminances.add(v.bits[1], v.bits[1]));
+    for (int start = 0; start < size.width; start += ValueRows::kColumns) {
+      values.measure(row, start, std::min(start + ValueRows::kColumns, size.width), table, quantities);
     }
-    if (overlap > 0) {
-      const Values v = valuesOf(row, size.width - lanes(), table);
-      sumQueue.add(v.bits[0], sums.add(v.bits[0], hn::IfThenElse(old, beyond, v.bits[0])));
-      luminanceQueue.add(v.bits[1], luminances.add(v.bits[1], hn::IfThenElse(old, beyond, v.bits[1])));
-    }
-    sums.storeTo(&quantities[0]);
-    luminances.storeTo(&quantities[1]);
   }
-  sumQueue.empty();
-  luminanceQueue.empty();
+  for (QuantityLanes& quantity : quantities) quantity.finish();
 }
 
 #else
