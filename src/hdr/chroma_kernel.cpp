@@ -21,7 +21,7 @@ namespace HWY_NAMESPACE {
 
 namespace {
 
-constexpr int kStripColumns = 1024;
+constexpr int kStripColumns = 2048;
 
 HWY_INLINE V colorSum(const VRgb& c) {
   return hn::Add(hn::Add(c.g, c.r), c.b);
@@ -98,7 +98,7 @@ class ChromaRunner {
  public:
   ChromaRunner(const ChromaJob& job, Arena* arena)
       : job_(job), plan_(job.size.width, kStripColumns), line_(arena->take(job.size.width)) {
-    for (DetailRings& plane : rings_) plane = DetailRings(arena, plan_.widestRow());
+    for (DetailRings& plane : rings_) plane = DetailRings(arena, plan_.widestRow(), kKeptLevels);
   }
 
   void run() const {

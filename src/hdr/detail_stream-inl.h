@@ -118,10 +118,26 @@ HWY_INLINE V within(V value, V threshold) {
 #endif
 }
 
+// The coarsest smoothed image serves the sum of the details alone. Wide vectors, many registers and slow stores make it
+// faster to form it there than to keep it.
+constexpr int kKeptLevels = HWY_TARGET <= HWY_AVX3 ? kDetailLevels - 1 : kDetailLevels;
+
+// A row of a plane and its smoothed images, and the rows of the finer image that the coarsest one's taps lie in.
 struct DetailRows {
   const float* base;
   const float* smooth[kDetailLevels];
+  const float* above;
+  const float* below;
 };
+
+HWY_INLINE V smoothCoarsest(const DetailRows& rows, int x) {
+  const auto along = [x](const float* row) HWY_ATTR {
+    const Floats d;
+    constexpr int kSpacing = levelSpacing(kDetailLevels - 1);
+    return weighTaps(hn::LoadU(d, row + x - kSpacing), hn::LoadU(d, row + x), hn::LoadU(d, row + x + kSpacing));
+  };
+  return weighTaps(along(rows.above), along(rows.smooth[kDetailLevels - 2]), along(rows.below));
+}
 
 // The shrunk details of all levels, finest first, then the last level's smoothed image. shrink gets a level's detail
 // and smoothed value at that level's scale, and answers at it.
@@ -135,7 +151,7 @@ HWY_INLINE V addUp(const DetailRows& rows, int x, const Shrink& shrink) {
   HWY_UNROLL(4)
   for (int level = 1; level < kDetailLevels; ++level) {
     const V finer = smooth;
-    smooth = hn::LoadU(d, rows.smooth[level] + x);
+    smooth = level < kKeptLevels ? hn::LoadU(d, rows.smooth[level] + x) : smoothCoarsest(rows, x);
     sum = hn::MulAdd(shrink(level, hn::MulSub(finer, sixteen, smooth), smooth), backFrom(level), sum);
   }
   return hn::MulAdd(smooth, backFrom(kDetailLevels - 1), sum);
@@ -159,15 +175,19 @@ class DetailStream {
       makeSmooth<1>(first, rings_[p].smooth[0], rings_[p].smooth[1]);
       makeSmooth<2>(first, rings_[p].smooth[1], rings_[p].smooth[2]);
       makeSmooth<3>(first, rings_[p].smooth[2], rings_[p].smooth[3]);
-      makeSmooth<4>(first, rings_[p].smooth[3], rings_[p].smooth[4]);
+      if (kKeptLevels == kDetailLevels) makeSmooth<4>(first, rings_[p].smooth[3], rings_[p].smooth[4]);
     }
   }
 
   // Row y of a plane, with its smoothed images, from the strip's first column to write.
   DetailRows rowsAt(int plane, int y) const {
     const int offset = strip_.xStart - strip_.rowStart;
-    DetailRows rows = {rings_[plane].base.at(y) + offset, {}};
-    for (int level = 0; level < kDetailLevels; ++level) rows.smooth[level] = rings_[plane].smooth[level].at(y) + offset;
+    const DetailRings& rings = rings_[plane];
+    DetailRows rows = {rings.base.at(y) + offset, {}, nullptr, nullptr};
+    for (int level = 0; level < kKeptLevels; ++level) rows.smooth[level] = rings.smooth[level].at(y) + offset;
+    constexpr int kSpacing = levelSpacing(kDetailLevels - 1);
+    rows.above = rings.smooth[kDetailLevels - 2].at(mirroredRow(y - kSpacing)) + offset;
+    rows.below = rings.smooth[kDetailLevels - 2].at(mirroredRow(y + kSpacing)) + offset;
     return rows;
   }
 

@@ -82,11 +82,11 @@ class StripRing {
   float* base_ = nullptr;
 };
 
-// The rings of one plane: what is to be split, and each level's smoothed image.
+// The rings of one plane: what is to be split, and the smoothed images that are kept, finest first.
 struct DetailRings {
   DetailRings() = default;
-  DetailRings(Arena* arena, int columns) : base(arena, columns) {
-    for (StripRing& ring : smooth) ring = StripRing(arena, columns);
+  DetailRings(Arena* arena, int columns, int keptLevels) : base(arena, columns) {
+    for (int level = 0; level < keptLevels; ++level) smooth[level] = StripRing(arena, columns);
   }
 
   StripRing base;

@@ -23,7 +23,7 @@ namespace HWY_NAMESPACE {
 
 namespace {
 
-constexpr int kStripColumns = 1024;
+constexpr int kStripColumns = 2048;
 
 // Beyond these the exponential, or the colour rebuilt from it, may leave the range of ordinary pixels.
 constexpr float kLargestLog = 80.0f;
@@ -112,7 +112,7 @@ class LuminanceRunner {
  public:
   LuminanceRunner(const LuminanceJob& job, Arena* arena)
       : job_(job), curves_(job), plan_(job.size.width, kStripColumns) {
-    rings_ = DetailRings(arena, plan_.widestRow());
+    rings_ = DetailRings(arena, plan_.widestRow(), kKeptLevels);
   }
 
   void run() const {
