@@ -15,6 +15,7 @@
 #include "hdr/quick_colour-inl.h"
 #include "hdr/rgbe-inl.h"
 #include "hdr/ybr-inl.h"
+#include "simd/vector_list.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
@@ -24,9 +25,6 @@ namespace HWY_NAMESPACE {
 namespace {
 
 constexpr int kStripColumns = 2048;
-
-// Beyond these the exponential, or the colour rebuilt from it, may leave the range of ordinary pixels.
-constexpr float kLargestLog = 80.0f;
 
 // The curve of a level for smoothed values and thresholds at the level's scale.
 ThresholdCurve scaledCurve(const LuminanceJob& job, int level) {
@@ -44,9 +42,17 @@ struct ScaledCurves {
   ThresholdCurve of[kDetailLevels];
 };
 
+// A row of new luminances and their logarithms, and room for a list of its vectors.
+struct RowScratch {
+  float* logs;
+  float* luminances;
+  std::int32_t* list;
+};
+
 // With one threshold, not negative, in the shadows and 0 elsewhere.
 struct ShadowsShrink {
   static constexpr bool kMovesMostPixels = false;
+
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
     const Floats d;
     const ThresholdCurve& c = curves.of[level];
@@ -56,19 +62,27 @@ struct ShadowsShrink {
   const ScaledCurves& curves;
 };
 
+HWY_NOINLINE void addUpRow(const DetailRows& rows, int columns, const ShadowsShrink& shrink,
+                           const RowScratch& scratch) {
+  const Floats d;
+  for (int x = 0; x < columns; x += lanes()) hn::Store(addUp(rows, x, shrink), d, scratch.logs + x);
+}
+
 // With the whole curve. The threshold may be negative, so both tests are made, in their order. kHasStep: the curve
 // falls to 0 at zeroAbove, as an upper line without width has it.
 template <bool kHasStep>
 struct CurveShrink {
   static constexpr bool kMovesMostPixels = true;
+
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
-    const V threshold = thresholdAt(curves.of[level], smooth);
+    const V threshold = thresholdAt(level, smooth);
     const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
     return hn::IfThenElse(hn::Gt(hn::Neg(threshold), detail), hn::Add(detail, threshold), above);
   }
 
-  static HWY_INLINE V thresholdAt(const ThresholdCurve& c, V smooth) {
+  HWY_INLINE V thresholdAt(int level, V smooth) const {
     const Floats d;
+    const ThresholdCurve& c = curves.of[level];
     const auto either = [&](Mask choice, float yes, float no)
                             HWY_ATTR { return hn::IfThenElse(choice, hn::Set(d, yes), hn::Set(d, no)); };
     const Mask mid = hn::Lt(smooth, hn::Set(d, c.midEnd));
@@ -79,6 +93,26 @@ struct CurveShrink {
   }
   const ScaledCurves& curves;
 };
+
+// Few pixels are so bright that a threshold is negative: the sum is made as if none were, and once more where one is.
+template <bool kHasStep>
+HWY_NOINLINE void addUpRow(const DetailRows& rows, int columns, const CurveShrink<kHasStep>& shrink,
+                           const RowScratch& scratch) {
+  const Floats d;
+  const Ints di;
+  VectorList negative(scratch.list);
+  for (int x = 0; x < columns; x += lanes()) {
+    VI signs = hn::Zero(di);
+    const V sum = addUp(rows, x, [&](int level, V detail, V smooth) VESKARO_INLINE_LAMBDA {
+      const V threshold = shrink.thresholdAt(level, smooth);
+      signs = hn::Or(signs, bitsOf(threshold));
+      return hn::Sub(detail, within(detail, threshold));
+    });
+    hn::Store(sum, d, scratch.logs + x);
+    negative.addIf(anyNegative(signs), x);
+  }
+  for (int x : negative) hn::Store(addUp(rows, x, shrink), d, scratch.logs + x);
+}
 
 // Whether every number of a level's curve is far from the ends of the float range, so that scaling it is exact.
 bool isOrdinary(const ThresholdCurve& c) {
@@ -96,10 +130,10 @@ bool areOrdinary(const LuminanceJob& job) {
 }
 
 // Black counts as 1, whose logarithm comes out as 0.
-HWY_INLINE V logLuminance(const VPixels& p) {
+HWY_INLINE V luminanceOrOne(const VPixels& p) {
   const Floats d;
   const V y = hn::Mul(luminance(mantissas(p)), scaleOf(p));
-  return logOf(hn::IfThenElse(hn::Gt(y, hn::Zero(d)), y, hn::Set(d, 1.0f)));
+  return hn::IfThenElse(hn::Gt(y, hn::Zero(d)), y, hn::Set(d, 1.0f));
 }
 
 HWY_INLINE VRgb withLuminance(const VPixels& p, V logLuma) {
@@ -112,7 +146,10 @@ class LuminanceRunner {
  public:
   LuminanceRunner(const LuminanceJob& job, Arena* arena)
       : job_(job), curves_(job), plan_(job.size.width, kStripColumns) {
-    rings_ = DetailRings(arena, plan_.widestRow(), kKeptLevels);
+    const int columns = plan_.widestRow();
+    rings_ = DetailRings(arena, columns, kKeptLevels);
+    scratch_ = {arena->take(columns), arena->take(columns),
+                reinterpret_cast<std::int32_t*>(arena->take(VectorList::room(columns)))};
   }
 
   void run() const {
@@ -139,39 +176,86 @@ class LuminanceRunner {
     }
   }
 
+  // Here and in writeRow, several short loops over a row rather than a long one: the processor overlaps the steps of
+  // more vectors. What needs another form is noted and made again afterwards, so that no branch has to guess.
   void makeLogs(const Strip& strip, int y) const {
+    float* const to = rings_.base.at(y);
+    const VectorList odd = makeLuminances(strip, y, to);
+    takeLogs(to, strip.columns());
+    const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
+    for (int i : odd) {
+      for (int k = i; k < i + lanes(); ++k) to[k - strip.rowStart] = logLuminance(decode(row, k, table_));
+    }
+  }
+
+  // Returns the vectors with pixels for the plain form.
+  HWY_NOINLINE VectorList makeLuminances(const Strip& strip, int y, float* to) const {
     const ConstRgbeRow row = rowOf(job_.in, job_.size.width, y);
     const ConstRgbeRow next = rowOf(job_.in, job_.size.width, std::min(y + 1, job_.size.height - 1));
-    float* const to = rings_.base.at(y);
+    VectorList odd(scratch_.list);
     forEachVector(strip.rowStart, strip.rowEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VPixels p = loadPixels(row, i);
       prefetchPixels(next, i);
-      float* const x = to + (i - strip.rowStart);
-      if (HWY_LIKELY(areOrdinary(p))) {
-        hn::StoreU(HWY_NAMESPACE::logLuminance(p), Floats(), x);
-      } else {
-        for (int k = 0; k < lanes(); ++k) x[k] = veskaro::logLuminance(decode(row, i + k, table_));
-      }
+      hn::StoreU(luminanceOrOne(p), Floats(), to + (i - strip.rowStart));
+      odd.addIf(!areOrdinary(p), i);
     });
+    return odd;
+  }
+
+  static HWY_NOINLINE void takeLogs(float* row, int columns) {
+    const Floats d;
+    for (int x = 0; x < columns; x += lanes()) hn::Store(logOf(hn::Load(d, row + x)), d, row + x);
   }
 
   template <class Shrink>
   void writeRow(const Strip& strip, int y, const DetailRows& rows, const Shrink& shrink) const {
+    const int columns = strip.xEnd - strip.xStart;
+    addUpRow(rows, columns, shrink, scratch_);
+    if (Shrink::kMovesMostPixels) {
+      takeNearExps(columns);
+      for (int i : writeNearly(strip, y)) writeVector(strip, y, i);
+    } else {
+      forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA { writeVector(strip, y, i); });
+    }
+  }
+
+  HWY_NOINLINE void takeNearExps(int columns) const {
+    const Floats d;
+    for (int x = 0; x < columns; x += lanes()) {
+      hn::Store(nearlyLuminance(hn::Load(d, scratch_.logs + x)), d, scratch_.luminances + x);
+    }
+  }
+
+  // Returns the vectors with pixels in doubt.
+  HWY_NOINLINE VectorList writeNearly(const Strip& strip, int y) const {
     const Floats d;
     const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
     const RgbeRow out = rowOf(job_.out, job_.size.width, y);
-    forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
-      const VPixels p = loadPixels(in, i);
-      const V logLuma = addUp(rows, i - strip.xStart, shrink);
-      if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog))))) {
-        if (Shrink::kMovesMostPixels && storeWhereSettled(p, logLuma, out, i)) return;
-        storePixels(withLuminance(p, logLuma), out, i);
-      } else {
-        alignas(64) float lane[HWY_LANES(float)];
-        hn::Store(logLuma, d, lane);
-        for (int k = 0; k < lanes(); ++k) writePixel(table_, in, i + k, lane[k], out);
-      }
+    VectorList inDoubt(scratch_.list);
+    forEachTwoVectors(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
+      const int j = i + lanes();
+      const float* const luminances = scratch_.luminances + (i - strip.xStart);
+      const NearlyPixels first = nearlyWithLuminance(loadPixels(in, i), hn::LoadU(d, luminances));
+      const NearlyPixels second = nearlyWithLuminance(loadPixels(in, j), hn::LoadU(d, luminances + lanes()));
+      storeTwo(first, second, out, i);
+      inDoubt.addIf(anyNegative(first.doubt), i);
+      inDoubt.addIf(anyNegative(second.doubt), j);
     });
+    return inDoubt;
+  }
+
+  HWY_INLINE void writeVector(const Strip& strip, int y, int i) const {
+    const Floats d;
+    const ConstRgbeRow in = rowOf(job_.in, job_.size.width, y);
+    const RgbeRow out = rowOf(job_.out, job_.size.width, y);
+    const float* const logs = scratch_.logs + (i - strip.xStart);
+    const VPixels p = loadPixels(in, i);
+    const V logLuma = hn::LoadU(d, logs);
+    if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog))))) {
+      storePixels(withLuminance(p, logLuma), out, i);
+    } else {
+      for (int k = 0; k < lanes(); ++k) writePixel(table_, in, i + k, logs[k], out);
+    }
   }
 
   const LuminanceJob& job_;
@@ -179,6 +263,7 @@ class LuminanceRunner {
   const ScaledCurves curves_;
   const StripPlan plan_;
   DetailRings rings_;
+  RowScratch scratch_;
 };
 
 }  // namespace

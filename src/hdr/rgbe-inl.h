@@ -50,6 +50,22 @@ HWY_INLINE bool areOrdinary(const VPixels& p) {
   return hn::AllTrue(di, hn::Or(inRange, hn::Eq(p.e, hn::Zero(di))));
 }
 
+// The same as signs: negative where a pixel is neither.
+HWY_INLINE VI signsOfOrdinary(const VPixels& p) {
+  const Ints di;
+  const VI isBlack = hn::Sub(p.e, hn::Set(di, 1));
+  return hn::AndNot(isBlack, hn::Or(hn::Sub(p.e, hn::Set(di, 31)), hn::Sub(hn::Set(di, 240), p.e)));
+}
+
+HWY_INLINE bool anyNegative(VI v) {
+  const Ints di;
+  return !hn::AllFalse(di, hn::Lt(v, hn::Zero(di)));
+}
+
+HWY_INLINE VI bitsOf(V v) {
+  return hn::BitCast(Ints(), v);
+}
+
 HWY_INLINE VRgb mantissas(const VPixels& p) {
   const Floats d;
   return {hn::ConvertTo(d, p.r), hn::ConvertTo(d, p.g), hn::ConvertTo(d, p.b)};
@@ -113,6 +129,14 @@ template <class Visit>
 HWY_INLINE void forEachVector(int start, int end, const Visit& visit) {
   for (int i = start; i < end; i += lanes()) visit(i + lanes() <= end ? i : end - lanes());
 }
+
+// The same for pairs of vectors that lie side by side; at least two vectors' worth of pixels.
+template <class Visit>
+HWY_INLINE void forEachTwoVectors(int start, int end, const Visit& visit) {
+  const int pair = 2 * lanes();
+  for (int i = start; i < end; i += pair) visit(i + pair <= end ? i : end - pair);
+}
+
 #define VESKARO_INLINE_LAMBDA HWY_ATTR __attribute__((always_inline))
 
 #endif  // VESKARO_HAS_VECTORS

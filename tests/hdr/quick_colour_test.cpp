@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "hdr/quick_colour_test.cpp"
@@ -18,12 +19,24 @@ void nearExponentialsOf(float* values, int count) {
     hn::StoreU(nearlyExp(hn::LoadU(Floats(), values + i)), Floats(), values + i);
   }
 }
-// Pixels of a row that were written; the others keep what out held.
+// Writes the vectors of a row that are not in doubt and returns their pixels; the others keep what out held.
 int storeSettled(const unsigned char* in, const float* logs, unsigned char* out, int width) {
+  std::vector<unsigned char> made(4 * static_cast<std::size_t>(width));
+  const auto nearly = [&](int i) HWY_ATTR {
+    return nearlyWithLuminance(loadPixels(rowOf(in, width, 0), i), nearlyLuminance(hn::LoadU(Floats(), logs + i)));
+  };
   int stored = 0;
-  for (int i = 0; i < width; i += lanes()) {
-    const VPixels p = loadPixels(rowOf(in, width, 0), i);
-    stored += storeWhereSettled(p, hn::LoadU(Floats(), logs + i), rowOf(out, width, 0), i) ? lanes() : 0;
+  for (int i = 0; i < width; i += 2 * lanes()) {
+    const NearlyPixels pixels[2] = {nearly(i), nearly(i + lanes())};
+    storeTwo(pixels[0], pixels[1], rowOf(made.data(), width, 0), i);
+    for (int k = 0; k < 2; ++k) {
+      if (anyNegative(pixels[k].doubt)) continue;
+      stored += lanes();
+      for (int plane = 0; plane < 4; ++plane) {
+        const int at = plane * width + i + k * lanes();
+        std::memcpy(out + at, made.data() + at, lanes());
+      }
+    }
   }
   return stored;
 }
@@ -43,7 +56,6 @@ HWY_AFTER_NAMESPACE();
 #include <gtest/gtest.h>
 
 #include <random>
-#include <vector>
 
 #include "hdr/luminance.h"
 #include "support/targets.h"
