@@ -251,7 +251,7 @@ class LuminanceRunner {
     const float* const logs = scratch_.logs + (i - strip.xStart);
     const VPixels p = loadPixels(in, i);
     const V logLuma = hn::LoadU(d, logs);
-    if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog))))) {
+    if (HWY_LIKELY(areOrdinary(p) && hn::AllTrue(d, isModerate(logLuma)))) {
       storePixels(withLuminance(p, logLuma), out, i);
     } else {
       for (int k = 0; k < lanes(); ++k) writePixel(table_, in, i + k, logs[k], out);

@@ -21,6 +21,11 @@ namespace HWY_NAMESPACE {
 // Beyond these the exponential, or the colour rebuilt from it, may leave the range of ordinary pixels.
 constexpr float kLargestLog = 80.0f;
 
+HWY_INLINE Mask isModerate(V logLuma) {
+  const Floats d;
+  return hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog));
+}
+
 // e^v within 2^-22.5 of itself, for floats within [-80, 80]: 2^k e^r with |r| at most ln 2 / 2.
 HWY_INLINE V nearlyExp(V v) {
   const Floats d;
@@ -40,8 +45,8 @@ HWY_INLINE V nearlyExp(V v) {
 // The luminance of a logarithm, nearly; for one beyond kLargestLog an infinity that puts its pixel in doubt.
 HWY_INLINE V nearlyLuminance(V logLuma) {
   const Floats d;
-  const Mask isWithin = hn::Le(hn::Abs(logLuma), hn::Set(d, kLargestLog));
-  return hn::IfThenElse(isWithin, nearlyExp(logLuma), hn::Set(d, -std::numeric_limits<float>::infinity()));
+  const V infinity = hn::Set(d, -std::numeric_limits<float>::infinity());
+  return hn::IfThenElse(isModerate(logLuma), nearlyExp(logLuma), infinity);
 }
 
 // Cb and Cr of mantissas are whole ten-thousandths, exact in float.
@@ -99,17 +104,16 @@ HWY_INLINE NearlyPixels nearlyWithLuminance(const VPixels& p, V luma) {
   const Floats d;
   const Ints di;
   const VRgb c = nearlyColour(p, luma);
-  const V largest = hn::Max(hn::Max(c.g, c.r), c.b);
-  const VI exponent = hn::And(bitsOf(largest), hn::Set(di, 0x7f800000));
-  constexpr int kExponentSum = static_cast<int>((261u + kFractionBits) << 23);
-  const V scale = hn::BitCast(d, hn::Sub(hn::Set(di, kExponentSum), exponent));
+  const V largest = largestOf(c);
+  const VI exponent = exponentBits(largest);
+  const V scale = encodingScale<kFractionBits>(exponent);
   const VI r = toFixed(c.r, scale), g = toFixed(c.g, scale), b = toFixed(c.b, scale);
 
   const VI isNear = hn::Sub(hn::Min(hn::Min(clearance(r), clearance(g)), clearance(b)), hn::Set(di, 1));
   const V least = hn::Max(hn::Mul(scaleOf(p), hn::Set(d, 0x1p-20f)), hn::Set(d, 0x1p-104f));
   const VI isSmall = bitsOf(hn::Sub(largest, least));
   const VI doubt = hn::Or3(isNear, isSmall, signsOfOrdinary(p));
-  return {r, g, b, hn::Add(exponent, hn::Set(di, (128 - 126) << 23)), doubt};
+  return {r, g, b, hn::Add(exponent, hn::Set(di, kExponentStep << 23)), doubt};
 }
 
 // Bits 16 to 31 of the lanes of two vectors, shifted right and cut to bytes.

@@ -42,24 +42,29 @@ HWY_INLINE void prefetchPixels(const ConstRgbeRow& row, int i) {
   for (const unsigned char* run : {row.r, row.g, row.b, row.e}) hwy::Prefetch(run + i);
 }
 
-// Whether every pixel is black or has an exponent of the middle range: then no scale, sum, ratio or reciprocal is
-// subnormal or beyond the float range, and no encoded exponent wraps. Others take the plain form, pixel by pixel.
-HWY_INLINE bool areOrdinary(const VPixels& p) {
-  const Ints di;
-  const auto inRange = hn::And(hn::Gt(p.e, hn::Set(di, 30)), hn::Lt(p.e, hn::Set(di, 241)));
-  return hn::AllTrue(di, hn::Or(inRange, hn::Eq(p.e, hn::Zero(di))));
-}
-
-// The same as signs: negative where a pixel is neither.
-HWY_INLINE VI signsOfOrdinary(const VPixels& p) {
-  const Ints di;
-  const VI isBlack = hn::Sub(p.e, hn::Set(di, 1));
-  return hn::AndNot(isBlack, hn::Or(hn::Sub(p.e, hn::Set(di, 31)), hn::Sub(hn::Set(di, 240), p.e)));
-}
-
 HWY_INLINE bool anyNegative(VI v) {
   const Ints di;
   return !hn::AllFalse(di, hn::Lt(v, hn::Zero(di)));
+}
+
+// Exponents of the middle range: with them no scale, sum, ratio or reciprocal is subnormal or beyond the float range,
+// and no encoded exponent wraps.
+constexpr int kFirstOrdinary = 31, kLastOrdinary = 240;
+
+// Whether every pixel is black or has such an exponent. Others take the plain form, pixel by pixel.
+HWY_INLINE bool areOrdinary(const VPixels& p) {
+  const Ints di;
+  const auto inRange =
+      hn::And(hn::Gt(p.e, hn::Set(di, kFirstOrdinary - 1)), hn::Lt(p.e, hn::Set(di, kLastOrdinary + 1)));
+  return hn::AllTrue(di, hn::Or(inRange, hn::Eq(p.e, hn::Zero(di))));
+}
+
+// The same as signs, to go with others: negative where a pixel is neither.
+HWY_INLINE VI signsOfOrdinary(const VPixels& p) {
+  const Ints di;
+  const VI isBlack = hn::Sub(p.e, hn::Set(di, 1));
+  const VI isOutside = hn::Or(hn::Sub(p.e, hn::Set(di, kFirstOrdinary)), hn::Sub(hn::Set(di, kLastOrdinary), p.e));
+  return hn::AndNot(isBlack, isOutside);
 }
 
 HWY_INLINE VI bitsOf(V v) {
@@ -105,21 +110,38 @@ HWY_INLINE void storeLowBytes(VI v, unsigned char* to) {
 #endif
 }
 
-// For finite channels. The scale that takes the largest channel to [128, 256) is a power of two: with the biased
-// exponent x of that channel it is 2^(8 - (x - 126)), whose own biased exponent is 261 - x. A negative channel beyond
-// the ints converts to the smallest int, whose low byte is 0.
+HWY_INLINE V largestOf(const VRgb& c) {
+  return hn::Max(hn::Max(c.g, c.r), c.b);
+}
+
+HWY_INLINE VI exponentBits(V v) {
+  return hn::And(bitsOf(v), hn::Set(Ints(), 0x7f800000));
+}
+
+// The power of two that takes a channel with these exponent bits to [128, 256), times 2^kFractionBits: with the biased
+// exponent x it is 2^(8 - (x - 126)), whose own biased exponent is 261 - x.
+template <int kFractionBits>
+HWY_INLINE V encodingScale(VI exponent) {
+  constexpr int kSum = static_cast<int>((261u + kFractionBits) << 23);
+  return hn::BitCast(Floats(), hn::Sub(hn::Set(Ints(), kSum), exponent));
+}
+
+// From what the exponent bits of the largest channel hold to what the pixel's byte holds.
+constexpr int kExponentStep = 128 - 126;
+
+// For finite channels. A negative channel beyond the ints converts to the smallest int, whose low byte is 0.
 HWY_INLINE void storePixels(const VRgb& c, const RgbeRow& row, int i) {
   const Floats d;
   const Ints di;
-  const V largest = hn::Max(hn::Max(c.g, c.r), c.b);
-  const VI exponent = hn::And(hn::BitCast(di, largest), hn::Set(di, 0x7f800000));
+  const V largest = largestOf(c);
+  const VI exponent = exponentBits(largest);
   // No float lies between the double 1e-32 and 1e-32f above it.
   const Mask visible = hn::Ge(largest, hn::Set(d, 1e-32f));
-  const V scale = hn::IfThenElseZero(visible, hn::BitCast(d, hn::Sub(hn::Set(di, 261 << 23), exponent)));
+  const V scale = hn::IfThenElseZero(visible, encodingScale<0>(exponent));
   storeLowBytes(truncated(hn::Mul(c.r, scale)), row.r + i);
   storeLowBytes(truncated(hn::Mul(c.g, scale)), row.g + i);
   storeLowBytes(truncated(hn::Mul(c.b, scale)), row.b + i);
-  const VI exponentByte = hn::Add(hn::ShiftRight<23>(exponent), hn::Set(di, 128 - 126));
+  const VI exponentByte = hn::Add(hn::ShiftRight<23>(exponent), hn::Set(di, kExponentStep));
   storeLowBytes(hn::IfThenElseZero(hn::RebindMask(di, visible), exponentByte), row.e + i);
 }
 

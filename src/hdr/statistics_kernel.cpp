@@ -171,22 +171,21 @@ class ValueRows {
  public:
   static constexpr int kColumns = 1024;
 
-  // Fills in columns [start, end) of a row of width columns, and adds them to quantities.
+  // Fills in columns [start, end) of a row, and adds them to quantities. The row holds a vector before end.
   HWY_NOINLINE void measure(const ConstRgbeRow& row, int start, int end, const ExponentTable& table,
                             QuantityLanes (&quantities)[kQuantities]) {
     const Ints d;
     VI smallest0 = hn::Set(d, INT32_MAX), smallest1 = smallest0;
     VI largest0 = hn::Zero(d), largest1 = largest0;
-    for (int i = start; i < end; i += lanes()) {
-      const int at = i + lanes() <= end ? i : end - lanes();
-      const Values v = valuesOf(row, at, table);
+    forEachVector(start, end, [&](int i) VESKARO_INLINE_LAMBDA {
+      const Values v = valuesOf(row, i, table);
       smallest0 = hn::Min(smallest0, v.bits[0]);
       largest0 = hn::Max(largest0, v.bits[0]);
       smallest1 = hn::Min(smallest1, v.bits[1]);
       largest1 = hn::Max(largest1, v.bits[1]);
-      hn::StoreU(v.bits[0], d, rows_[0] + kMaxLanes + at - start);
-      hn::StoreU(v.bits[1], d, rows_[1] + kMaxLanes + at - start);
-    }
+      hn::StoreU(v.bits[0], d, rows_[0] + kMaxLanes + i - start);
+      hn::StoreU(v.bits[1], d, rows_[1] + kMaxLanes + i - start);
+    });
     quantities[0].extend(smallest0, largest0);
     quantities[1].extend(smallest1, largest1);
     for (int q = 0; q < kQuantities; ++q) {
