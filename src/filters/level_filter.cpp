@@ -8,11 +8,12 @@
 #include <cstring>
 
 #include "VeskaroNRLib.h"
+#include "api/classic/variables.h"
 #include "filters/colour_difference.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/noise_reduce.h"
 #include "filters/sharpen.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 #include "pyramid/lift.h"
 
 namespace veskaro {
@@ -46,18 +47,19 @@ Band bandOf(const nr_data& job) {
 }
 
 void reduceNoiseOfBand(nr_data* job) {
-  const DefaultFpEnvironment environment;
+  const platform::DefaultFpEnvironment environment;
   const Band band = bandOf(*job);
   reduceNoise(job->width, band.area, job->inImage + band.offset, job->inYCbCr + band.offset,
-              job->nr_amounts + band.offset, job->outImage + band.offset, noiseSettings(job->rang));
+              job->nr_amounts + band.offset, job->outImage + band.offset,
+              params::noiseSettings(api::tuningInForce(), job->rang));
   job->retour = band.area.endRow();
 }
 
 void sharpenBand(nr_data* job) {
-  const DefaultFpEnvironment environment;
+  const platform::DefaultFpEnvironment environment;
   const Band band = bandOf(*job);
   sharpen(job->width, band.area, job->inImage + band.offset, job->nr_amounts + band.offset, job->outImage + band.offset,
-          sharpenSettings(job->rang));
+          params::sharpenSettings(api::tuningInForce(), job->rang));
   job->retour = band.area.endRow();
 }
 
@@ -114,9 +116,11 @@ int filterLevel(int level, int w, int h, const Rectangle& area, int workers, con
   toComparisonImage(samples / kChannels, b.level, b.comparison);
   std::memcpy(b.reduced, b.level, static_cast<std::size_t>(samples) * sizeof(float));
   if (workers > 1) return filterOnWorkers(level, w, h, area, workers, b);
-  if (!vectors::filterLevel(w, area, b, noiseSettings(level), sharpenSettings(level))) {
-    plain::reduceNoise(w, area, b.level, b.comparison, b.records, b.reduced, noiseSettings(level));
-    plain::sharpen(w, area, b.reduced, b.records, b.level, sharpenSettings(level));
+  if (!vectors::filterLevel(w, area, b, params::noiseSettings(api::tuningInForce(), level),
+                            params::sharpenSettings(api::tuningInForce(), level))) {
+    plain::reduceNoise(w, area, b.level, b.comparison, b.records, b.reduced,
+                       params::noiseSettings(api::tuningInForce(), level));
+    plain::sharpen(w, area, b.reduced, b.records, b.level, params::sharpenSettings(api::tuningInForce(), level));
   }
   return area.endRow();
 }
@@ -128,7 +132,7 @@ extern "C" {
 int noiseReduce_set(int rang, int wImage, int hImage, int* startCoord, int spp, int nbProc, int /*doDespeckle*/,
                     float* workDiff, float* workDest, float* workTemp, float* inImg) {
   if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   return veskaro::filterLevel(rang, wImage, hImage, veskaro::Rectangle::fromCoordinates(startCoord), nbProc,
                               {inImg, workDest, workTemp, workDiff});
 }

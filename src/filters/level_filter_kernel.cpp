@@ -38,8 +38,8 @@ InterleavedImage imageOf(float* samples, int width) {
   return {samples, std::ptrdiff_t{3} * width};
 }
 
-bool filterLevel(int width, const Rectangle& area, const LevelBuffers& b, const NoiseSettings& noise,
-                 const SharpenSettings& sharpening) {
+bool filterLevel(int width, const Rectangle& area, const LevelBuffers& b, const params::NoiseSettings& noise,
+                 const params::SharpenSettings& sharpening) {
   using Stream = LevelStream<InterleavedImage>;
   const InterleavedImage reduced = imageOf(b.reduced, width);
   const InterleavedImage records = imageOf(b.records, width);
@@ -86,7 +86,7 @@ struct NoiseStream {
 };
 
 bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const NoiseSettings& settings) {
+                 float* dest, const params::NoiseSettings& settings) {
   const InterleavedImage levelImage = imageOf(const_cast<float*>(level), width);
   const InterleavedImage comparisonImage = imageOf(const_cast<float*>(comparison), width);
   const InterleavedImage destImage = imageOf(dest, width);
@@ -113,7 +113,7 @@ struct SharpenStream {
 };
 
 bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
-             const SharpenSettings& settings) {
+             const params::SharpenSettings& settings) {
   const InterleavedImage reducedImage = imageOf(const_cast<float*>(reduced), width);
   const InterleavedImage recordImage = imageOf(const_cast<float*>(records), width);
   const InterleavedImage destImage = imageOf(dest, width);
@@ -135,13 +135,14 @@ bool sharpen(int width, const Rectangle& area, const float* reduced, const float
 bool toComparisonImage(std::ptrdiff_t, const float*, float*) {
   return false;
 }
-bool filterLevel(int, const Rectangle&, const LevelBuffers&, const NoiseSettings&, const SharpenSettings&) {
+bool filterLevel(int, const Rectangle&, const LevelBuffers&, const params::NoiseSettings&,
+                 const params::SharpenSettings&) {
   return false;
 }
-bool reduceNoise(int, const Rectangle&, const float*, const float*, float*, float*, const NoiseSettings&) {
+bool reduceNoise(int, const Rectangle&, const float*, const float*, float*, float*, const params::NoiseSettings&) {
   return false;
 }
-bool sharpen(int, const Rectangle&, const float*, const float*, float*, const SharpenSettings&) {
+bool sharpen(int, const Rectangle&, const float*, const float*, float*, const params::SharpenSettings&) {
   return false;
 }
 
@@ -165,18 +166,18 @@ bool toComparisonImage(std::ptrdiff_t pixels, const float* level, float* compari
   return HWY_DYNAMIC_DISPATCH(toComparisonImage)(pixels, level, comparison);
 }
 
-bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const NoiseSettings& noise,
-                 const SharpenSettings& sharpening) {
+bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const params::NoiseSettings& noise,
+                 const params::SharpenSettings& sharpening) {
   return HWY_DYNAMIC_DISPATCH(filterLevel)(width, area, buffers, noise, sharpening);
 }
 
 bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const NoiseSettings& settings) {
+                 float* dest, const params::NoiseSettings& settings) {
   return HWY_DYNAMIC_DISPATCH(reduceNoise)(width, area, level, comparison, records, dest, settings);
 }
 
 bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
-             const SharpenSettings& settings) {
+             const params::SharpenSettings& settings) {
   return HWY_DYNAMIC_DISPATCH(sharpen)(width, area, reduced, records, dest, settings);
 }
 

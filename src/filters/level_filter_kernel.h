@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "filters/level_filter.h"
-#include "params/tuning.h"
+#include "params/settings.h"
 
 namespace veskaro {
 namespace vectors {
@@ -16,14 +16,14 @@ namespace vectors {
 bool toComparisonImage(std::ptrdiff_t pixels, const float* level, float* comparison);
 
 // Both filters; reduced holds a copy of the level on entry, the comparison image is not touched.
-bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const NoiseSettings& noise,
-                 const SharpenSettings& sharpening);
+bool filterLevel(int width, const Rectangle& area, const LevelBuffers& buffers, const params::NoiseSettings& noise,
+                 const params::SharpenSettings& sharpening);
 
 bool reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const NoiseSettings& settings);
+                 float* dest, const params::NoiseSettings& settings);
 
 bool sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
-             const SharpenSettings& settings);
+             const params::SharpenSettings& settings);
 
 }  // namespace vectors
 }  // namespace veskaro

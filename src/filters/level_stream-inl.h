@@ -95,10 +95,10 @@ class NoiseStage {
   }
 
   void reduce(int y, int xStart, int xEnd, const StripRow& own, const StripRow& reduced, const StripRow& records,
-              const NoiseSettings& settings) const {
+              const params::NoiseSettings& settings) const {
     NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, records, steps_.at(0), steps_.at(1)};
     rings_.rowsAround(y, row.level);
-    if (rings_.areOrdinary(y - kReach, y + kReach) && areOrdinary(settings)) {
+    if (rings_.areOrdinary(y - kReach, y + kReach) && params::rolloffsArePositive(settings)) {
       reduceNoiseRow<true>(row, xStart, xEnd, settings);
     } else {
       reduceNoiseRow<false>(row, xStart, xEnd, settings);
@@ -128,7 +128,7 @@ class SharpenStage {
     rings_.computeDistances<ColourDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
-  void sharpen(int y, int xStart, int xEnd, const StripRow& records, const SharpenSettings& settings) const {
+  void sharpen(int y, int xStart, int xEnd, const StripRow& records, const params::SharpenSettings& settings) const {
     SharpenRow row = {{}, rings_.distancesAround(y), records, sharpened(), steps_.at(0), steps_.at(1), steps_.at(2)};
     rings_.rowsAround(y, row.reduced);
     if (rings_.areOrdinary(y - kReach, y + kReach)) {
@@ -163,7 +163,8 @@ class LevelStream {
         hasStrips_(area.xEnd - area.xStart > kStripColumns),
         margin_(hasStrips_ ? arena->take(kMarginFloats * (rows_ + 2 * kReach)) : nullptr) {}
 
-  void run(const Image& image, const NoiseSettings& noise, const SharpenSettings& sharpening, const Outputs& outputs) {
+  void run(const Image& image, const params::NoiseSettings& noise, const params::SharpenSettings& sharpening,
+           const Outputs& outputs) {
     for (int x = area_.xStart; x < area_.xEnd; x += kStripColumns) {
       strip_ = Strip::at(area_, x);
       for (int t = 0; t < rows_ + 3 * kReach; ++t) {
@@ -204,7 +205,7 @@ class LevelStream {
   }
 
   // Outside the rectangle the noise-reduced level is the level.
-  void reduce(int y, const NoiseSettings& settings, const Outputs& outputs) {
+  void reduce(int y, const params::NoiseSettings& settings, const Outputs& outputs) {
     const int first = column(strip_.reduceStart);
     const int last = column(strip_.reduceEnd);
     const int width = column(strip_.xEnd);
@@ -224,7 +225,7 @@ class LevelStream {
     sharpen_.rowLoaded(y, -kReach, width + kReach);
   }
 
-  void sharpen(const Image& image, int y, const SharpenSettings& settings) {
+  void sharpen(const Image& image, int y, const params::SharpenSettings& settings) {
     const int width = column(strip_.xEnd);
     sharpen_.computeDistances(y, 0, width);
     if (!isInside(y)) return;

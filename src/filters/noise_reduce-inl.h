@@ -8,7 +8,7 @@
 
 #include "filters/colour_difference-inl.h"
 #include "filters/neighbour_distances-inl.h"
-#include "params/tuning.h"
+#include "params/settings.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
@@ -30,7 +30,7 @@ struct VectorTolerance {
 };
 
 // How far a neighbour may lie from each pixel.
-HWY_INLINE void computeTolerances(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
+HWY_INLINE void computeTolerances(const NoiseRow& row, int xStart, int xEnd, const params::NoiseSettings& s) {
   const Floats d;
   const V zero = hn::Zero(d);
   const V one = hn::Set(d, 1.0f);
@@ -130,7 +130,7 @@ HWY_INLINE V mix(V own, V sum, V inverseWeight, V outerMix, V centreMix) {
 }
 
 // Each pixel moved towards the average of its neighbours; where none is similar it stays what it is.
-HWY_INLINE void mixWithAverage(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
+HWY_INLINE void mixWithAverage(const NoiseRow& row, int xStart, int xEnd, const params::NoiseSettings& s) {
   const Floats d;
   const V one = hn::Set(d, 1.0f);
   for (int x = xStart; x < xEnd; x += lanes()) {
@@ -155,7 +155,7 @@ HWY_INLINE void mixWithAverage(const NoiseRow& row, int xStart, int xEnd, const 
 // The steps run one after the other over the whole row: each is short enough for the processor to work on several
 // vectors at once, which the long chain through all of them is not.
 template <bool kOrdinary>
-HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, const NoiseSettings& s) {
+HWY_NOINLINE void reduceNoiseRow(const NoiseRow& row, int xStart, int xEnd, const params::NoiseSettings& s) {
   computeTolerances(row, xStart, xEnd, s);
   sumNeighbours<kOrdinary>(row, xStart, xEnd);
   mixWithAverage(row, xStart, xEnd, s);

@@ -6,10 +6,11 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
+#include "api/classic/variables.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
-#include "host/fp_environment.h"
-#include "host/ieee.h"
+#include "platform/fp_environment.h"
+#include "platform/ieee.h"
 #include "pyramid/lift.h"
 
 namespace veskaro {
@@ -79,7 +80,7 @@ void sumNeighbours(const Pixel& p, const Tolerance& t, ColumnSum (&columns)[5]) 
   }
 }
 
-VESKARO_MAY_DIVIDE_BY_ZERO void reducePixel(const Pixel& p, const NoiseSettings& s) {
+VESKARO_MAY_DIVIDE_BY_ZERO void reducePixel(const Pixel& p, const params::NoiseSettings& s) {
   const Tolerance t = toleranceAt(p.level, s.threshold, s.rolloff, s.highlightSlope);
   ColumnSum c[5];
   sumNeighbours(p, t, c);
@@ -105,7 +106,7 @@ VESKARO_MAY_DIVIDE_BY_ZERO void reducePixel(const Pixel& p, const NoiseSettings&
 }  // namespace
 
 void plain::reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                        float* dest, const NoiseSettings& settings) {
+                        float* dest, const params::NoiseSettings& settings) {
   const std::ptrdiff_t row = levelSamples(width, 1);
   for (int y = area.yStart; y < area.yEnd; ++y) {
     for (int x = area.xStart; x < area.xEnd; ++x) {
@@ -116,7 +117,7 @@ void plain::reduceNoise(int width, const Rectangle& area, const float* level, co
 }
 
 void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const NoiseSettings& settings) {
+                 float* dest, const params::NoiseSettings& settings) {
   if (vectors::reduceNoise(width, area, level, comparison, records, dest, settings)) return;
   plain::reduceNoise(width, area, level, comparison, records, dest, settings);
 }
@@ -128,9 +129,10 @@ extern "C" {
 int noiseReduce_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp, int /*doDespeckle*/, float* img,
                      float* YCbCr_img, float* NRamounts, float* dest) {
   if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);
-  veskaro::reduceNoise(wImage, area, img, YCbCr_img, NRamounts, dest, veskaro::noiseSettings(rang));
+  veskaro::reduceNoise(wImage, area, img, YCbCr_img, NRamounts, dest,
+                       veskaro::params::noiseSettings(veskaro::api::tuningInForce(), rang));
   return area.endRow();
 }
 
@@ -145,7 +147,8 @@ void NRgetSimilarity(float centerY, float centerBY, float centerRY, float simThr
 void noiseTransferFunction(float r, float g, float b, float inThreshold, float inRolloff, float* newThreshold,
                            float* newRolloff) {
   const float rgb[3] = {r, g, b};
-  const veskaro::Tolerance t = veskaro::toleranceAt(rgb, inThreshold, inRolloff, veskaro::highlightNoiseSlope());
+  const veskaro::Tolerance t =
+      veskaro::toleranceAt(rgb, inThreshold, inRolloff, veskaro::params::highlightNoiseSlope(highnoiseLevelReduce));
   *newThreshold = t.threshold;
   *newRolloff = t.rolloff;
 }

@@ -85,7 +85,8 @@ HWY_INLINE void sumSharpeningNeighbours(const SharpenRow& row, int xStart, int x
 }
 
 // Pushes luma and colour differences away from the average.
-HWY_INLINE VectorRgb pushAway(const VectorRgb& own, const VectorSum& sum, V mixFraction, const SharpenSettings& s) {
+HWY_INLINE VectorRgb pushAway(const VectorRgb& own, const VectorSum& sum, V mixFraction,
+                              const params::SharpenSettings& s) {
   const Floats d;
   const V inverseWeight = hn::Div(hn::Set(d, 1.0f), sum.weight);
   const VectorYcc average =
@@ -100,7 +101,7 @@ HWY_INLINE VectorRgb pushAway(const VectorRgb& own, const VectorSum& sum, V mixF
 }
 
 // Each pixel pushed away from the average of its neighbours; where none has a say it stays what it is.
-HWY_INLINE void pushRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
+HWY_INLINE void pushRow(const SharpenRow& row, int xStart, int xEnd, const params::SharpenSettings& s) {
   const Floats d;
   for (int x = xStart; x < xEnd; x += lanes()) {
     const VectorRgb total = loadRgb(row.sum, x);
@@ -116,7 +117,7 @@ HWY_INLINE void pushRow(const SharpenRow& row, int xStart, int xEnd, const Sharp
 
 // Step by step over the whole row, like reduceNoiseRow.
 template <bool kOrdinary>
-HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const SharpenSettings& s) {
+HWY_NOINLINE void sharpenRow(const SharpenRow& row, int xStart, int xEnd, const params::SharpenSettings& s) {
   computeBands<kOrdinary>(row, xStart, xEnd);
   sumSharpeningNeighbours<kOrdinary>(row, xStart, xEnd);
   pushRow(row, xStart, xEnd, s);

@@ -5,12 +5,13 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
+#include "api/classic/variables.h"
 #include "filters/colour_difference.h"
 #include "filters/level_filter_kernel.h"
 #include "filters/neighbour_weights.h"
 #include "filters/noise_reduce.h"
-#include "host/fp_environment.h"
-#include "host/ieee.h"
+#include "platform/fp_environment.h"
+#include "platform/ieee.h"
 #include "pyramid/lift.h"
 #include "pyramid/similarity.h"
 
@@ -58,7 +59,7 @@ VESKARO_MAY_DIVIDE_BY_ZERO NeighbourSum sumNeighbours(const float* centre, std::
   return sum;
 }
 
-Rgb sharpenPixel(const float* centre, std::ptrdiff_t row, const float* record, const SharpenSettings& s) {
+Rgb sharpenPixel(const float* centre, std::ptrdiff_t row, const float* record, const params::SharpenSettings& s) {
   const Band band = {record[kRolloff], 0.25f * record[kRolloff]};
   const NeighbourSum sum = sumNeighbours(centre, row, band);
   const Rgb rgb = {centre[0], centre[1], centre[2]};
@@ -76,7 +77,7 @@ Rgb sharpenPixel(const float* centre, std::ptrdiff_t row, const float* record, c
 }  // namespace
 
 void plain::sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
-                    const SharpenSettings& settings) {
+                    const params::SharpenSettings& settings) {
   const std::ptrdiff_t row = levelSamples(width, 1);
   for (int y = area.yStart; y < area.yEnd; ++y) {
     for (int x = area.xStart; x < area.xEnd; ++x) {
@@ -90,7 +91,7 @@ void plain::sharpen(int width, const Rectangle& area, const float* reduced, cons
 }
 
 void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
-             const SharpenSettings& settings) {
+             const params::SharpenSettings& settings) {
   if (vectors::sharpen(width, area, reduced, records, dest, settings)) return;
   plain::sharpen(width, area, reduced, records, dest, settings);
 }
@@ -102,9 +103,10 @@ extern "C" {
 int sharpen_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp, float* img, float* NRamounts,
                  float* dest) {
   if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   const auto area = veskaro::Rectangle::fromCoordinates(startCoord);
-  veskaro::sharpen(wImage, area, img, NRamounts, dest, veskaro::sharpenSettings(rang));
+  veskaro::sharpen(wImage, area, img, NRamounts, dest,
+                   veskaro::params::sharpenSettings(veskaro::api::tuningInForce(), rang));
   return area.endRow();
 }
 

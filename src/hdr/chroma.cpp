@@ -8,7 +8,7 @@
 #include "hdr/chroma_kernel.h"
 #include "hdr/detail_levels.h"
 #include "hdr/rgbe.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 
@@ -124,7 +124,7 @@ extern "C" int denoise_chroma(int reductionStrength, float seuil, int iMax, int 
   if (bpsImage != 32) return NR_REFUSED;
   const veskaro::PictureSize size = {iMax, jMax};
   if (size.isEmpty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   return veskaro::denoiseChroma(
       {size, reductionStrength > 0, seuil, shadowsLevel, satLevel, work, pImage, resImage, nullptr});
 }

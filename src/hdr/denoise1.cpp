@@ -8,7 +8,7 @@
 #include "hdr/chroma.h"
 #include "hdr/luminance.h"
 #include "hdr/statistics.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 
@@ -64,7 +64,7 @@ extern "C" int denoise1(int denoisingStrength, const int iMax, const int jMax, c
                         const int /*spp*/, const int bpsImage, unsigned char* pImage, unsigned char* resBuf) {
   const veskaro::PictureSize size = {iMax, jMax};
   if (!pImage || !resBuf || !veskaro::sizeAccepted(size)) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   const veskaro::HdrSettings settings = veskaro::settingsOfStrength(denoisingStrength);
   if (bpsImage != 32) return settings.chromaOnly ? NR_REFUSED : NR_ERROR_ARGUMENT;
   return veskaro::denoiseHdr(settings, size, pImage, resBuf);

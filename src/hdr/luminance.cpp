@@ -9,7 +9,7 @@
 #include "hdr/luminance_kernel.h"
 #include "hdr/rgbe.h"
 #include "hdr/ybr.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 
@@ -102,7 +102,7 @@ extern "C" int denoise_lumin(int reductionStrength, int iMax, int jMax, int /*ro
   if (bpsImage != 32) return NR_ERROR_ARGUMENT;
   const veskaro::PictureSize size = {iMax, jMax};
   if (size.isEmpty() || !work || !pImage || !resImage) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   return veskaro::denoiseLuminance(
       {size, reductionStrength != 0, shadowsLevel, medY, satY, seuil, work, pImage, resImage});
 }

@@ -4,7 +4,7 @@
 
 #include "VeskaroNRLib.h"
 #include "hdr/smooth_line_kernel.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 
@@ -91,7 +91,7 @@ void smoothLine(float* temp, const PlaneSample* base, std::ptrdiff_t step, int s
 }  // namespace veskaro
 
 extern "C" void smooth_line(float* temp, float* base, int st, int size, int sc) {
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   if (st == 1 || (sc >= 0 && sc <= veskaro::PiecewiseSmoother::kLongestReach)) {
     veskaro::smoothHostsLine(temp, base, st, size, sc);
   } else {

@@ -10,7 +10,7 @@
 #include "hdr/percentile_search.h"
 #include "hdr/rgbe.h"
 #include "hdr/ybr.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 
@@ -116,7 +116,7 @@ extern "C" int hdr_stats(int /*denoisingProc*/, int iMax, int jMax, int /*rowStr
   const veskaro::PictureSize size = {iMax, jMax};
   if (size.isEmpty()) return NR_ERROR_STATISTICS;
   if (!pImage || !hdrStats || size.pixels() > std::numeric_limits<int>::max()) return NR_ERROR_ARGUMENT;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   veskaro::HdrStatistics s;
   const int result = veskaro::measurePicture(size, pImage, initialSeuil, &s);
   if (result != NR_OK) return result;

@@ -9,8 +9,8 @@
 #include <limits>
 
 #include "VeskaroNRLib.h"
-#include "host/fp_environment.h"
 #include "params/ranking.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 namespace {
@@ -326,7 +326,7 @@ extern "C" {
 int auto_profile(int wImage, int hImage, int rowStride, float* nrParams, unsigned char* work, unsigned char* inImage) {
   using namespace veskaro;
   if (nrParams == nullptr || work == nullptr || inImage == nullptr) return NR_ERROR_ARGUMENT;
-  const DefaultFpEnvironment environment;
+  const platform::DefaultFpEnvironment environment;
   const ProfileView picture = {inImage, rowStride, 1};
   if (reinterpret_cast<std::uintptr_t>(work) % alignof(float) == 0) {
     return profileNoise(wImage, hImage, picture, nrParams, work);
@@ -346,7 +346,7 @@ float recalcDeviations(int /*wImage*/, int /*hImage*/, int rowStride, int blockS
                        unsigned char* inImage) {
   constexpr int kSmallestBlock = 4;
   if (inImage == nullptr || blockSize < kSmallestBlock) return veskaro::kNotANumber;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   return veskaro::remeasureBlock({inImage, rowStride, 1}, blockSize, positBlock);
 }
 

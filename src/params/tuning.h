@@ -1,57 +1,39 @@
+// From the parameter vector to what the stages are told.
 #ifndef VESKARO_PARAMS_TUNING_H
 #define VESKARO_PARAMS_TUNING_H
 
-namespace veskaro {
+#include "params/settings.h"
 
-// Snapshots of the process-wide tuning variables, taken once per call and handed down, so that no inner loop reads a
-// variable that a host may write.
+namespace veskaro::params {
 
-struct NoiseSettings {
-  float rolloff;         // similarity rolloff at black, > 0
-  float amount;          // share of the neighbour average that a fully supported pixel takes
-  float threshold;       // distance up to which a neighbour has full weight, at black
-  float highlightSlope;  // change of the noise model per unit of R + G + B
+// What is derived from a vector, before a stage takes its part of it.
+struct Tuning {
+  float similarityRolloff;
+  float highlightReduction;  // how much less noise white has than black
+  float levelNoise[kLevels];
+  float levelAmount[kLevels];
+  float sharpening;
+  float levelSharpening[kLevels];
+  float chromaSharpening;
+  float levelChromaSharpening[kLevels];
+  BlendSettings blend;
 };
 
-// Settings in the range that a parameter vector gives. Kernels may then take shortcuts that hold for positive rolloffs
-// and finite thresholds only.
-inline bool areOrdinary(const NoiseSettings& s) {
-  return s.highlightSlope <= 0.0f && s.highlightSlope >= -0.0013f && s.rolloff > 0.0f && s.rolloff < 1e30f &&
-         s.threshold > -1e30f && s.threshold < 1e30f;
-}
+constexpr ReconstructSettings kDefaultReconstruct = {10.0f, 50.0f};
 
-struct SharpenSettings {
-  float luma;
-  float chroma;
-};
+void setDefaults(float* vector);
 
-struct ReconstructSettings {
-  float threshold;
-  float rolloff;
-};
+// Any vector gives defined values, one with entries that are not numbers too.
+Tuning deriveTuning(const float* vector);
 
-struct BlendSettings {
-  float luma;
-  float chroma;
-  float highlightLow;
-  float highlightHigh;
-  float highlightSlope;
-  float highlightIntercept;
-  float highlightBelow;
-  float highlightAbove;
-};
-
-NoiseSettings noiseSettings(int level);
-SharpenSettings sharpenSettings(int level);
-ReconstructSettings reconstructSettings();
-BlendSettings blendSettings();
+// Levels beyond the pyramid's are taken as the finest.
+NoiseSettings noiseSettings(const Tuning& tuning, int level);
+SharpenSettings sharpenSettings(const Tuning& tuning, int level);
+TileSettings tileSettings(const Tuning& tuning, const ReconstructSettings& reconstruct);
 
 // Change of the noise model per unit of R + G + B, at most 0.
-float highlightNoiseSlope();
+float highlightNoiseSlope(float highlightReduction);
 
-void setDefaultParams(float* params);
-void deriveTuning(const float* params);
-
-}  // namespace veskaro
+}  // namespace veskaro::params
 
 #endif  // VESKARO_PARAMS_TUNING_H

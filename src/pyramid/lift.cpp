@@ -3,7 +3,7 @@
 #include "pyramid/lift.h"
 
 #include "VeskaroNRLib.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 #include "pyramid/lift_kernel.h"
 
 namespace veskaro {
@@ -42,14 +42,14 @@ int similarityLift(int wFine, int /*hFine*/, int wCoarse, int hCoarse, float* im
 }
 
 int differencePass(int wFine, int hFine, float* original, float* recon, float* highPass) {
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   const int pixels = veskaro::reportedPixels(wFine, hFine);
   veskaro::subtract(std::ptrdiff_t{pixels} * veskaro::kChannels, recon, original, highPass);
   return pixels;
 }
 
 int unDifferencePass(int wFine, int hFine, float* recon, float* highPass, float* composite) {
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   const int pixels = veskaro::reportedPixels(wFine, hFine);
   veskaro::subtract(std::ptrdiff_t{pixels} * veskaro::kChannels, recon, highPass, composite);
   return pixels;

@@ -9,7 +9,7 @@
 
 #include "filters/colour_difference-inl.h"
 #include "filters/neighbour_distances-inl.h"
-#include "params/tuning.h"
+#include "params/settings.h"
 #include "simd/planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -63,7 +63,7 @@ struct ReconstructRow {
 };
 
 template <bool kOrdinary>
-HWY_INLINE V similarityTo(const VectorRgb& centre, const Rows& guide, int i, const ReconstructSettings& s) {
+HWY_INLINE V similarityTo(const VectorRgb& centre, const Rows& guide, int i, const params::ReconstructSettings& s) {
   const Floats d;
   const V threshold = hn::Set(d, s.threshold);
   const V distance = distanceBetween<ColourDistance, kOrdinary>(centre, loadRgb(guide, i));
@@ -107,7 +107,7 @@ struct DiagonalWeights {
 };
 
 template <bool kOrdinary>
-HWY_INLINE HorizontalWeights horizontalWeights(const ReconstructRow& row, int i, const ReconstructSettings& s) {
+HWY_INLINE HorizontalWeights horizontalWeights(const ReconstructRow& row, int i, const params::ReconstructSettings& s) {
   const V least = hn::Set(Floats(), 0.01f);
   const VectorRgb centre = loadRgb(row.centre.odd, i);
   const V leftSim = similarityTo<kOrdinary>(centre, row.centre.even, i, s);
@@ -119,7 +119,7 @@ HWY_INLINE HorizontalWeights horizontalWeights(const ReconstructRow& row, int i,
 }
 
 template <bool kOrdinary>
-HWY_INLINE VerticalWeights verticalWeights(const ReconstructRow& row, int i, const ReconstructSettings& s) {
+HWY_INLINE VerticalWeights verticalWeights(const ReconstructRow& row, int i, const params::ReconstructSettings& s) {
   const Floats d;
   const VectorRgb centre = loadRgb(row.centre.even, i);
   const V topSim = similarityTo<kOrdinary>(centre, row.above.even, i, s);
@@ -131,7 +131,7 @@ HWY_INLINE VerticalWeights verticalWeights(const ReconstructRow& row, int i, con
 }
 
 template <bool kOrdinary>
-HWY_INLINE DiagonalWeights diagonalWeights(const ReconstructRow& row, int i, const ReconstructSettings& s) {
+HWY_INLINE DiagonalWeights diagonalWeights(const ReconstructRow& row, int i, const params::ReconstructSettings& s) {
   const Floats d;
   const V zero = hn::Zero(d);
   const VectorRgb centre = loadRgb(row.centre.odd, i);
@@ -177,14 +177,16 @@ HWY_INLINE void storePairs(const ReconstructRow& row, const EvenWeights& even, c
 }
 
 template <class Result, bool kOrdinary>
-HWY_NOINLINE void reconstructEvenRow(const ReconstructRow& row, int iStart, int iEnd, const ReconstructSettings& s) {
+HWY_NOINLINE void reconstructEvenRow(const ReconstructRow& row, int iStart, int iEnd,
+                                     const params::ReconstructSettings& s) {
   for (int i = iStart; i < iEnd; i += lanes()) {
     storePairs<Result>(row, CopyWeights(), horizontalWeights<kOrdinary>(row, i, s), i);
   }
 }
 
 template <class Result, bool kOrdinary>
-HWY_NOINLINE void reconstructOddRow(const ReconstructRow& row, int iStart, int iEnd, const ReconstructSettings& s) {
+HWY_NOINLINE void reconstructOddRow(const ReconstructRow& row, int iStart, int iEnd,
+                                    const params::ReconstructSettings& s) {
   for (int i = iStart; i < iEnd; i += lanes()) {
     storePairs<Result>(row, verticalWeights<kOrdinary>(row, i, s), diagonalWeights<kOrdinary>(row, i, s), i);
   }
@@ -193,7 +195,7 @@ HWY_NOINLINE void reconstructOddRow(const ReconstructRow& row, int iStart, int i
 // Fine row y over the column pairs [iStart, iEnd), from the guide's ring.
 template <class Result>
 HWY_INLINE void reconstructRow(const GuideRing& guide, int y, const Rows& coarseAbove, const Rows& coarseBelow,
-                               const Rows& result, int iStart, int iEnd, const ReconstructSettings& s) {
+                               const Rows& result, int iStart, int iEnd, const params::ReconstructSettings& s) {
   const bool isEven = y % 2 == 0;
   const Rows unchangedAbove = isEven ? guide.at(y).even : guide.at(y - 1).even;
   const Rows unchangedBelow = isEven ? guide.at(y).even : guide.at(y + 1).even;

@@ -7,8 +7,9 @@
 #include "pyramid/reconstruct.h"
 
 #include "VeskaroNRLib.h"
-#include "host/fp_environment.h"
-#include "host/ieee.h"
+#include "api/classic/variables.h"
+#include "platform/fp_environment.h"
+#include "platform/ieee.h"
 #include "pyramid/lift.h"
 #include "pyramid/reconstruct_kernel.h"
 #include "pyramid/similarity.h"
@@ -25,7 +26,7 @@ struct FineRow {
   const float* coarseAbove;
   const float* coarseBelow;
   float* result;
-  const ReconstructSettings& settings;
+  const params::ReconstructSettings& settings;
 
   float similarity(int x, int dx, int dy) const {
     const float* centre = guide + x * kChannels;
@@ -96,7 +97,7 @@ VESKARO_MAY_DIVIDE_BY_ZERO void interpolateDiagonally(const FineRow& row, int x)
 }  // namespace
 
 void plain::reconstruct(int w, int h, const float* coarse, const float* guide, float* result,
-                        const ReconstructSettings& s) {
+                        const params::ReconstructSettings& s) {
   const std::ptrdiff_t fineRow = levelSamples(w, 1);
   const std::ptrdiff_t coarseRow = levelSamples(coarseSize(w), 1);
   for (int y = 1; y < h - 1; ++y) {
@@ -109,7 +110,8 @@ void plain::reconstruct(int w, int h, const float* coarse, const float* guide, f
   }
 }
 
-void reconstruct(int w, int h, const float* coarse, const float* guide, float* result, const ReconstructSettings& s) {
+void reconstruct(int w, int h, const float* coarse, const float* guide, float* result,
+                 const params::ReconstructSettings& s) {
   if (!vectors::reconstruct(w, h, coarse, guide, result, s)) plain::reconstruct(w, h, coarse, guide, result, s);
 }
 
@@ -122,12 +124,12 @@ float getDistance(int positA, int positB, float* img) {
 }
 
 float reconDistanceSimilarity(float aR, float aG, float aB, float bR, float bG, float bB) {
-  return veskaro::similarityOf(veskaro::colourDistance(aR - bR, aG - bG, aB - bB), veskaro::reconstructSettings());
+  return veskaro::similarityOf(veskaro::colourDistance(aR - bR, aG - bG, aB - bB), veskaro::api::reconstructInForce());
 }
 
 int similarityReconstruct(int wFine, int hFine, float* lifted, float* original, float* recon) {
-  const veskaro::DefaultFpEnvironment environment;
-  veskaro::reconstruct(wFine, hFine, lifted, original, recon, veskaro::reconstructSettings());
+  const veskaro::platform::DefaultFpEnvironment environment;
+  veskaro::reconstruct(wFine, hFine, lifted, original, recon, veskaro::api::reconstructInForce());
   return wFine > 2 && hFine > 2 ? hFine - 1 : 0;
 }
 

@@ -25,7 +25,8 @@ struct ReconstructScratch {
 };
 
 void reconstructInterleaved(int w, int h, const InterleavedImage& coarse, const InterleavedImage& guide,
-                            const InterleavedImage& result, ReconstructScratch& scratch, const ReconstructSettings& s) {
+                            const InterleavedImage& result, ReconstructScratch& scratch,
+                            const params::ReconstructSettings& s) {
   const int pairs = coarseSize(w);
   const Rows row = scratch.row.at(0);
   const auto loadGuide = [&](int y) {
@@ -45,7 +46,8 @@ void reconstructInterleaved(int w, int h, const InterleavedImage& coarse, const 
   }
 }
 
-bool reconstruct(int w, int h, const float* coarse, const float* guide, float* result, const ReconstructSettings& s) {
+bool reconstruct(int w, int h, const float* coarse, const float* guide, float* result,
+                 const params::ReconstructSettings& s) {
   if (w < 3 || h < 3) return true;
   Arena measure(nullptr);
   const ReconstructScratch measured(&measure, w);
@@ -61,7 +63,7 @@ bool reconstruct(int w, int h, const float* coarse, const float* guide, float* r
 
 #else
 
-bool reconstruct(int, int, const float*, const float*, float*, const ReconstructSettings&) {
+bool reconstruct(int, int, const float*, const float*, float*, const params::ReconstructSettings&) {
   return false;
 }
 
@@ -77,7 +79,7 @@ HWY_EXPORT(reconstruct);
 }  // namespace
 
 bool vectors::reconstruct(int w, int h, const float* coarse, const float* guide, float* result,
-                          const ReconstructSettings& s) {
+                          const params::ReconstructSettings& s) {
   return HWY_DYNAMIC_DISPATCH(reconstruct)(w, h, coarse, guide, result, s);
 }
 

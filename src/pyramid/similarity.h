@@ -3,8 +3,8 @@
 
 #include <cmath>
 
-#include "host/ieee.h"
-#include "params/tuning.h"
+#include "params/settings.h"
+#include "platform/ieee.h"
 
 namespace veskaro {
 
@@ -19,7 +19,7 @@ inline float pixelDistance(const float* a, const float* b) {
 }
 
 // 1 up to the threshold, falling linearly to 0 over the rolloff.
-VESKARO_MAY_DIVIDE_BY_ZERO inline float similarityOf(float distance, const ReconstructSettings& s) {
+VESKARO_MAY_DIVIDE_BY_ZERO inline float similarityOf(float distance, const params::ReconstructSettings& s) {
   if (s.threshold >= distance) return 1.0f;
   if (distance > s.rolloff + s.threshold) return 0.0f;
   return (s.threshold - distance) / s.rolloff + 1.0f;

@@ -5,10 +5,10 @@
 #include <limits>
 
 #include "VeskaroNRLib.h"
-#include "host/fp_environment.h"
-#include "host/team.h"
+#include "api/classic/variables.h"
 #include "params/auto_profile.h"
-#include "params/tuning.h"
+#include "platform/fp_environment.h"
+#include "platform/team.h"
 #include "pyramid/lift.h"
 #include "tiled/recombine.h"
 #include "tiled/sample_io.h"
@@ -56,10 +56,10 @@ int setUpParams(const Call& call) {
   if (result == NR_ERROR_MEMORY) return result;
   if (result < 0) {
     const float strength = call.params[NR_NOISE_LEVEL];
-    setDefaultParams(call.params);
+    params::setDefaults(call.params);
     if (strength <= 1.5f && strength >= 0.5f) call.params[NR_NOISE_LEVEL] *= strength;
   }
-  deriveTuning(call.params);
+  api::putInForce(params::deriveTuning(call.params));
   return NR_OK;
 }
 
@@ -94,12 +94,12 @@ void processTilePlainly(const Call& call, const TileSpan& x, const TileSpan& y, 
 
 // Tiles write disjoint regions of the output, each from its thread's own slice of the work memory.
 void processTiles(const Call& call, int team, const Slice& slice, float* work) {
-  const TileSettings settings = TileSettings::current();
+  const params::TileSettings settings = params::tileSettings(api::tuningInForce(), api::reconstructInForce());
   const int perRow = static_cast<int>(call.grid.x.tiles);
   const int tiles = static_cast<int>(call.grid.tiles());
 #pragma omp parallel num_threads(team)
   {
-    const DefaultFpEnvironment environment;
+    const platform::DefaultFpEnvironment environment;
     float* own = nullptr;
 #pragma omp critical(veskaro_take_slice)
     {
@@ -121,10 +121,10 @@ void processTiles(const Call& call, int team, const Slice& slice, float* work) {
 }
 
 void recombine(const Call& call, int team) {
-  const BlendSettings settings = blendSettings();
+  const params::BlendSettings settings = api::tuningInForce().blend;
 #pragma omp parallel num_threads(team)
   {
-    const DefaultFpEnvironment environment;
+    const platform::DefaultFpEnvironment environment;
 #pragma omp for schedule(static)
     for (int y = 0; y < call.pictures.height; ++y) recombineRow(call.pictures, y, settings);
   }
@@ -154,7 +154,8 @@ int denoise(const Call& call) {
   if (result < 0) return result;
 
   // More threads than tiles would only wait.
-  const int team = grantedTeam(call.grid.tiles() < call.threads ? static_cast<int>(call.grid.tiles()) : call.threads);
+  const int team =
+      platform::grantedTeam(call.grid.tiles() < call.threads ? static_cast<int>(call.grid.tiles()) : call.threads);
   const Slice slice = sliceOf(call.grid);
   float* const work = hostWork(call, slice);
   float* const ownWork = work == nullptr ? takeWork(slice, team) : nullptr;
@@ -178,8 +179,8 @@ extern "C" int denoise2(const int wOrig, const int hOrig, int sppIn, int rowStri
   }
   tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, kPadding, kOverlap, &call.grid);
   if (work != nullptr && workMemoryBytes(sliceLayout(call.grid), nbProc) < 0) return NR_ERROR_MEMORY;
-  const DefaultFpEnvironment environment;
+  const platform::DefaultFpEnvironment environment;
   int result = NR_OK;
-  runWhereTeamsStart([&] { result = denoise(call); });
+  platform::runWhereTeamsStart([&] { result = denoise(call); });
   return result;
 }

@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "filters/colour_difference-inl.h"
-#include "params/tuning.h"
+#include "params/settings.h"
 #include "simd/planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -62,7 +62,7 @@ HWY_INLINE VectorRgb filteredSamples(const VectorRgb& p) {
           hn::ConvertTo(d, truncateToSamples<Sample>(hn::Mul(p.b, scale)))};
 }
 
-HWY_INLINE V highlightFactor(V y, const BlendSettings& s) {
+HWY_INLINE V highlightFactor(V y, const params::BlendSettings& s) {
   const Floats d;
   const V ramp = hn::Add(hn::Mul(hn::Set(d, s.highlightSlope), y), hn::Set(d, s.highlightIntercept));
   const V upper = hn::IfThenElse(hn::Ge(y, hn::Set(d, s.highlightHigh)), hn::Set(d, s.highlightAbove), ramp);
@@ -79,7 +79,7 @@ HWY_INLINE V mixLuma(V original, V filtered, V share) {
 }
 
 template <typename Sample>
-HWY_INLINE VectorRgb mixPixels(const VectorRgb& original, const VectorRgb& filtered, const BlendSettings& s) {
+HWY_INLINE VectorRgb mixPixels(const VectorRgb& original, const VectorRgb& filtered, const params::BlendSettings& s) {
   const Floats d;
   const VectorYcc in = toYcc(original);
   const VectorYcc nr = toYcc(filtered);
@@ -94,7 +94,7 @@ HWY_INLINE VectorRgb mixPixels(const VectorRgb& original, const VectorRgb& filte
 // One row: filtered planes on the 8-bit scale and the input's samples give the output's, in place of the latter.
 template <typename Sample>
 HWY_NOINLINE void recombineRow(const Rows& filtered, int pixels, const RowsOf<Sample>& samples,
-                               const BlendSettings& s) {
+                               const params::BlendSettings& s) {
   for (int x = 0; x < pixels; x += lanes()) {
     const VectorRgb nr = filteredSamples<Sample>(loadRgb(filtered, x));
     const VectorRgb mixed = mixPixels<Sample>(loadSampleRgb(samples, x), nr, s);

@@ -8,7 +8,7 @@ namespace veskaro {
 namespace {
 
 // Share of the filtered luminance by its brightness on the 8-bit scale: a ramp from below to above.
-float highlightFactor(float y, const BlendSettings& s) {
+float highlightFactor(float y, const params::BlendSettings& s) {
   if (!(y > s.highlightLow)) return s.highlightBelow;
   if (y >= s.highlightHigh) return s.highlightAbove;
   return s.highlightSlope * y + s.highlightIntercept;
@@ -19,7 +19,7 @@ float mixLuma(float original, float filtered, float share) {
   return static_cast<float>(kept + static_cast<double>(filtered * share));
 }
 
-Rgb mixPixel(const Rgb& original, const Rgb& filtered, float toEightBit, const BlendSettings& s) {
+Rgb mixPixel(const Rgb& original, const Rgb& filtered, float toEightBit, const params::BlendSettings& s) {
   const Ycc in = toYcc(original);
   const Ycc nr = toYcc(filtered);
   const float lumaShare = highlightFactor(nr.y * toEightBit, s) * s.luma;
@@ -35,7 +35,7 @@ Rgb loadPixel(const unsigned char* row, std::ptrdiff_t k) {
 }
 
 template <typename Sample>
-void recombineSamples(const unsigned char* in, unsigned char* out, int width, const BlendSettings& s) {
+void recombineSamples(const unsigned char* in, unsigned char* out, int width, const params::BlendSettings& s) {
   constexpr float kToEightBit = sizeof(Sample) == 1 ? 1.0f : 0.00390625f;
   for (std::ptrdiff_t k = 0; k < std::ptrdiff_t{width} * 3; k += 3) {
     const Rgb mixed = mixPixel(loadPixel<Sample>(in, k), loadPixel<Sample>(out, k), kToEightBit, s);
@@ -47,7 +47,7 @@ void recombineSamples(const unsigned char* in, unsigned char* out, int width, co
 
 }  // namespace
 
-void recombineRow(const Pictures& p, int y, const BlendSettings& settings) {
+void recombineRow(const Pictures& p, int y, const params::BlendSettings& settings) {
   const std::ptrdiff_t row = p.rowOffset(0, y);
   if (p.bits == 8) {
     recombineSamples<std::uint8_t>(p.in + row, p.out + row, p.width, settings);

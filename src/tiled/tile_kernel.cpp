@@ -80,8 +80,8 @@ void fill(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const 
   }
 }
 
-void filterLevel(const PlanarLevel& level, const Rectangle& area, const NoiseSettings& noise,
-                 const SharpenSettings& sharpening, Arena scratch) {
+void filterLevel(const PlanarLevel& level, const Rectangle& area, const params::NoiseSettings& noise,
+                 const params::SharpenSettings& sharpening, Arena scratch) {
   if (area.isEmpty()) return;
   LevelStream<PlanarImage>(&scratch, area).run(level.image, noise, sharpening, {});
 }
@@ -102,8 +102,8 @@ void lift(const PlanarLevel& fine, const PlanarLevel& coarse) {
 }
 
 // Rebuilds the pixels of area, which keeps off the level's frame, from the changed coarse level.
-void rebuild(const PlanarLevel& fine, const PlanarLevel& coarse, const Rectangle& area, const ReconstructSettings& s,
-             Arena scratch) {
+void rebuild(const PlanarLevel& fine, const PlanarLevel& coarse, const Rectangle& area,
+             const params::ReconstructSettings& s, Arena scratch) {
   GuideRing guide(&scratch, fine.w);
   const int iStart = area.xStart / 2;
   const int iEnd = (area.xEnd + 1) / 2;
@@ -124,7 +124,7 @@ Rectangle coarseArea(const Rectangle& fine, const PlanarLevel& coarse) {
   return {start(fine.xStart), end(fine.xEnd, coarse.w), start(fine.yStart), end(fine.yEnd, coarse.h)};
 }
 
-void filterPyramid(const TileMemory& m, const Rectangle& mainArea, const TileSettings& s) {
+void filterPyramid(const TileMemory& m, const Rectangle& mainArea, const params::TileSettings& s) {
   Rectangle rebuilt[kCoarseLevels];
   filterLevel(m.level[0], mainArea, s.noise[0], s.sharpen[0], m.scratch);
   for (int k = 0; k < kCoarseLevels; ++k) {
@@ -142,7 +142,7 @@ void filterPyramid(const TileMemory& m, const Rectangle& mainArea, const TileSet
 // The main region of the tile, blended with the input, goes to the output.
 template <typename Sample>
 void finish(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileMemory& m,
-            const BlendSettings& s) {
+            const params::BlendSettings& s) {
   const RowsOf<Sample> samples = m.sampleRow<Sample>();
   for (int r = 0; r < y.mainSize; ++r) {
     const std::ptrdiff_t offset = pictures.rowOffset(x.mainStart, y.mainStart + r);
@@ -153,14 +153,15 @@ void finish(const Pictures& pictures, const TileSpan& x, const TileSpan& y, cons
 }
 
 template <typename Sample>
-void processTileOf(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileSettings& s,
+void processTileOf(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& s,
                    const TileMemory& m) {
   fill<Sample>(pictures, x, y, m);
   filterPyramid(m, {x.tileMainStart, x.tileMainStart + x.mainSize, y.tileMainStart, y.tileMainStart + y.mainSize}, s);
   finish<Sample>(pictures, x, y, m, s.blend);
 }
 
-void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileSettings& s, float* memory) {
+void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& s,
+                 float* memory) {
   Arena arena(memory);
   const TileMemory m(&arena, x.tileSize, y.tileSize);
   if (pictures.bits == 8) {
@@ -183,7 +184,7 @@ std::size_t tileFloats(int w, int h) {
 
 #else
 
-void processTile(const Pictures&, const TileSpan&, const TileSpan&, const TileSettings&, float*) {}
+void processTile(const Pictures&, const TileSpan&, const TileSpan&, const params::TileSettings&, float*) {}
 std::size_t tileFloats(int, int) {
   return 0;
 }
@@ -200,24 +201,13 @@ HWY_EXPORT(processTile);
 HWY_EXPORT(tileFloats);
 }  // namespace
 
-TileSettings TileSettings::current() {
-  TileSettings s;
-  for (int level = 0; level <= kCoarseLevels; ++level) {
-    s.noise[level] = noiseSettings(level);
-    s.sharpen[level] = sharpenSettings(level);
-  }
-  s.reconstruct = reconstructSettings();
-  s.blend = blendSettings();
-  return s;
-}
-
 namespace vectors {
 
 std::size_t tileFloats(int w, int h) {
   return HWY_DYNAMIC_DISPATCH(tileFloats)(w, h);
 }
 
-void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileSettings& settings,
+void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& settings,
                  float* memory) {
   HWY_DYNAMIC_DISPATCH(processTile)(pictures, x, y, settings, memory);
 }

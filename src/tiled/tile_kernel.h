@@ -3,21 +3,11 @@
 
 #include <cstddef>
 
-#include "params/tuning.h"
+#include "params/settings.h"
 #include "tiled/sample_io.h"
 #include "tiled/tile_geometry.h"
 
 namespace veskaro {
-
-// The tuning of a whole denoise2 call, read once.
-struct TileSettings {
-  NoiseSettings noise[kCoarseLevels + 1];
-  SharpenSettings sharpen[kCoarseLevels + 1];
-  ReconstructSettings reconstruct;
-  BlendSettings blend;
-
-  static TileSettings current();
-};
 
 namespace vectors {
 
@@ -26,7 +16,7 @@ std::size_t tileFloats(int w, int h);
 
 // One tile from the input to its final samples in the output, the blend included: the same bytes as filling, filtering
 // and writing it the plain way and recombining it afterwards.
-void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileSettings& settings,
+void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& settings,
                  float* memory);
 
 }  // namespace vectors

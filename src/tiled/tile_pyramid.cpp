@@ -6,9 +6,10 @@
 #include <cstddef>
 
 #include "VeskaroNRLib.h"
+#include "api/classic/variables.h"
 #include "filters/level_filter.h"
 #include "filters/neighbour_weights.h"
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 #include "pyramid/lift.h"
 #include "pyramid/reconstruct.h"
 #include "tiled/tile_geometry.h"
@@ -45,7 +46,7 @@ void clearFrame(int w, int h, float* image) {
   }
 }
 
-void predict(const Level& fine, const Level& coarse, const TileBuffers& b, const ReconstructSettings& s) {
+void predict(const Level& fine, const Level& coarse, const TileBuffers& b, const params::ReconstructSettings& s) {
   clearFrame(fine.w, fine.h, b.prediction);
   reconstruct(fine.w, fine.h, b.pyramid + coarse.offset, b.pyramid + fine.offset, b.prediction, s);
 }
@@ -59,7 +60,7 @@ void filterAt(int level, const Level& size, const Rectangle& area, int workers, 
 
 Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const TileBuffers& b) {
   const Levels levels(w, h);
-  const ReconstructSettings settings = reconstructSettings();
+  const params::ReconstructSettings settings = api::reconstructInForce();
   Rectangle area = mainArea;
   filterAt(0, levels.at[0], area, workers, b);
   for (int k = 0; k < kCoarseLevels; ++k) {
@@ -87,7 +88,7 @@ int denoise_tile(int wTile, int hTile, int* startCoord, int spp, int nbProc, flo
                  float* workTemp, float* inOutTile) {
   if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
   if (wTile < 1 || hTile < 1) return 0;
-  const veskaro::DefaultFpEnvironment environment;
+  const veskaro::platform::DefaultFpEnvironment environment;
   const veskaro::Rectangle last = veskaro::filterTile(wTile, hTile, veskaro::Rectangle::fromCoordinates(startCoord),
                                                       nbProc, {inOutTile, workDiff, workDest, workTemp});
   startCoord[0] = last.xStart;

@@ -1,7 +1,7 @@
-#ifndef VESKARO_HOST_TEAM_H
-#define VESKARO_HOST_TEAM_H
+#ifndef VESKARO_PLATFORM_TEAM_H
+#define VESKARO_PLATFORM_TEAM_H
 
-namespace veskaro {
+namespace veskaro::platform {
 
 // How many threads, the caller included, an OpenMP team may have now: 1 to wanted. The runtime ends the process when it
 // cannot create a thread, so the threads are tried out first.
@@ -17,6 +17,6 @@ void runWhereTeamsStart(Body body) {
   runWhereTeamsStart([](void* argument) { (*static_cast<Body*>(argument))(); }, &body);
 }
 
-}  // namespace veskaro
+}  // namespace veskaro::platform
 
-#endif  // VESKARO_HOST_TEAM_H
+#endif  // VESKARO_PLATFORM_TEAM_H

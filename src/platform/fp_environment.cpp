@@ -1,10 +1,10 @@
-#include "host/fp_environment.h"
+#include "platform/fp_environment.h"
 
 #if defined(__SSE__)
 #include <xmmintrin.h>
 #endif
 
-namespace veskaro {
+namespace veskaro::platform {
 
 DefaultFpEnvironment::DefaultFpEnvironment() {
   std::fegetenv(&host_);
@@ -20,4 +20,4 @@ DefaultFpEnvironment::~DefaultFpEnvironment() {
   std::fesetenv(&host_);
 }
 
-}  // namespace veskaro
+}  // namespace veskaro::platform

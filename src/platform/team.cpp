@@ -1,10 +1,10 @@
-#include "host/team.h"
+#include "platform/team.h"
 
 #include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace veskaro {
+namespace veskaro::platform {
 namespace {
 
 constexpr int kMostThreads = 256;
@@ -64,4 +64,4 @@ void runWhereTeamsStart(void (*run)(void*), void* argument) {
   run(argument);
 }
 
-}  // namespace veskaro
+}  // namespace veskaro::platform

@@ -1,9 +1,9 @@
-#ifndef VESKARO_HOST_FP_ENVIRONMENT_H
-#define VESKARO_HOST_FP_ENVIRONMENT_H
+#ifndef VESKARO_PLATFORM_FP_ENVIRONMENT_H
+#define VESKARO_PLATFORM_FP_ENVIRONMENT_H
 
 #include <cfenv>
 
-namespace veskaro {
+namespace veskaro::platform {
 
 // Runs a scope in the default floating-point environment (round to nearest, subnormals kept, traps masked) and gives
 // the host's back. Each thread has its own environment, so every thread of a team needs one of these.
@@ -18,6 +18,6 @@ class DefaultFpEnvironment {
   std::fenv_t host_;
 };
 
-}  // namespace veskaro
+}  // namespace veskaro::platform
 
-#endif  // VESKARO_HOST_FP_ENVIRONMENT_H
+#endif  // VESKARO_PLATFORM_FP_ENVIRONMENT_H

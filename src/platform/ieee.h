@@ -1,5 +1,5 @@
-#ifndef VESKARO_HOST_IEEE_H
-#define VESKARO_HOST_IEEE_H
+#ifndef VESKARO_PLATFORM_IEEE_H
+#define VESKARO_PLATFORM_IEEE_H
 
 // A function that divides by zero where IEEE 754's answer is the wanted one. It tells the sanitizer.
 #if defined(__GNUC__)
@@ -8,4 +8,4 @@
 #define VESKARO_MAY_DIVIDE_BY_ZERO
 #endif
 
-#endif  // VESKARO_HOST_IEEE_H
+#endif  // VESKARO_PLATFORM_IEEE_H
