@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "VeskaroNRLib.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro {
 namespace {
@@ -70,6 +71,7 @@ int iclassement2(int kMax, int* moy, int* ordre) {
 }
 
 float fClassementCroissant2(int kMax, float* moy, int* ordre) {
+  const veskaro::platform::DefaultFpEnvironment environment;
   return static_cast<float>(veskaro::rankFloats(kMax, moy, ordre));
 }
 

@@ -284,19 +284,5 @@ TEST(LevelFilter, HostsMayRunTheWorkersThemselves) {
   EXPECT_TRUE(sameBits(expected.level, level.samples));
 }
 
-// A host whose pixels have another number of samples is told so before anything of its is touched.
-TEST(LevelFilter, OtherSamplesPerPixelAreRefused) {
-  int rectangle[4] = {2, 6, 2, 6};
-  std::vector<float> level(8 * 8, 50.0f), untouched = level;
-  for (const int spp : {0, 1, 2, 4}) {
-    float* p = level.data();
-    EXPECT_EQ(noiseReduce_set(0, 8, 8, rectangle, spp, 1, 0, p, p, p, p), NR_ERROR_ARGUMENT);
-    EXPECT_EQ(noiseReduce_orig(0, 8, 8, rectangle, spp, 0, p, p, p, p), NR_ERROR_ARGUMENT);
-    EXPECT_EQ(sharpen_orig(0, 8, 8, rectangle, spp, p, p, p), NR_ERROR_ARGUMENT);
-    EXPECT_EQ(denoise_tile(8, 8, rectangle, spp, 1, p, p, p, p), NR_ERROR_ARGUMENT);
-  }
-  EXPECT_EQ(level, untouched);
-}
-
 }  // namespace
 }  // namespace veskaro::test

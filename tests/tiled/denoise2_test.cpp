@@ -1,8 +1,6 @@
 #include <algorithm>
-#include <fstream>
 #include <limits>
 #include <random>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -208,34 +206,6 @@ TEST(Denoise2Profile, LooksAtTheHighBytes) {
   std::vector<unsigned char> copy(eight.samples.begin(), eight.samples.end());
   EXPECT_GT(auto_profile(200, 100, 600, params.data(), scratch.data(), copy.data()), 0);
   EXPECT_EQ(params, of8.params);
-}
-
-// The most memory that the process has had resident, in kB since the last reset; 0 where the system does not say.
-long peakMemory(bool reset) {
-  if (reset && !(std::ofstream("/proc/self/clear_refs") << "5" << std::flush)) return 0;
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
-  }
-  return 0;
-}
-
-TEST(Denoise2Memory, StaysWithinTheAmountThatMem4denoiseTells) {
-#ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "the sanitizer keeps memory of its own";
-#endif
-  const auto picture = makePicture<std::uint16_t>(1200, 900, 71);
-  for (const int unitTile : {64, 256}) {
-    std::vector<std::uint16_t> in = picture.samples;
-    std::vector<std::uint16_t> out(in.size());
-    std::vector<float> params = defaultParams();
-    const long before = peakMemory(true);
-    if (before == 0) GTEST_SKIP() << "the system does not tell";
-    EXPECT_EQ(denoise2(1200, 900, 3, 3600, 16, unitTile, 2, params.data(), nullptr,
-                       reinterpret_cast<unsigned char*>(in.data()), reinterpret_cast<unsigned char*>(out.data())),
-              NR_OK);
-    EXPECT_LE(peakMemory(false) - before, mem4denoise(1200, 900, unitTile, 2) / 1024 + 2048) << "unit " << unitTile;
-  }
 }
 
 // Measured gains, less a quarter of a decibel: +2.80, +4.00 and +1.90 dB.
