@@ -43,13 +43,9 @@ TEST(Reconstruct, PredictsEveryKindOfLevel) {
   unsigned seed = 1;
   for (const Kind kind :
        {Kind::kFlatNoise, Kind::kScene, Kind::kWhole, Kind::kSpread, Kind::kMantissas, Kind::kHostile}) {
-    for (const auto& [threshold, rolloff] : {std::pair{10.0f, 50.0f},
-                                             {0.0f, 3.0f},
-                                             {30.0f, 0.0f},
-                                             {-5.0f, 1e9f},
-                                             {10.0f, kNotANumber},
-                                             {3e38f, 3e38f},
-                                             {kNotANumber, 1.0f}}) {
+    using Case = std::pair<float, float>;
+    for (const auto& [threshold, rolloff] : {Case{10, 50}, Case{0, 3}, Case{30, 0}, Case{-5, 1e9f},
+                                             Case{10, kNotANumber}, Case{3e38f, 3e38f}, Case{kNotANumber, 1}}) {
       reconSimilarityThreshold = threshold;
       reconSimilarityRolloff = rolloff;
       const Level guide = makeLevel(75, 22, kind, ++seed);

@@ -52,16 +52,8 @@ float extremeValue(Choices& c) {
 }
 
 int extremeInt(Choices& c) {
-  static const int values[] = {0,
-                               -1,
-                               1,
-                               -2,
-                               std::numeric_limits<int>::max(),
-                               std::numeric_limits<int>::min(),
-                               std::numeric_limits<int>::max() - 16,
-                               46341,
-                               65536,
-                               1 << 30};
+  constexpr int kMost = std::numeric_limits<int>::max();
+  static const int values[] = {0, -1, 1, -2, kMost, -kMost - 1, kMost - 16, 46341, 65536, 1 << 30};
   return c.oneIn(2) ? values[c.number(0, std::size(values) - 1)]
                     : c.number(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <random>
 #include <type_traits>
@@ -47,21 +48,15 @@ std::vector<Sample> run(const Picture<Sample>& in, Options options = {}) {
 
 TYPED_TEST(Denoise2, IsTheSameOnEveryTarget) {
   Digest digest;
-  struct Case {
-    int width, height, unitTile, threads;
-  };
-  for (const Case& c : std::vector<Case>{{150, 100, 56, 2},
-                                         {150, 100, 48, 1},
-                                         {97, 65, 256, 1},
-                                         {1, 1, 256, 1},
-                                         {5, 40, 64, 3},
-                                         {129, 33, 64, 1},
-                                         {640, 40, 700, 1}}) {
-    SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", unit " << c.unitTile);
-    const auto picture = makePicture<TypeParam>(c.width, c.height, 11);
+  using Case = std::array<int, 4>;
+  for (const auto& [width, height, unitTile, threads] :
+       {Case{150, 100, 56, 2}, Case{150, 100, 48, 1}, Case{97, 65, 256, 1}, Case{1, 1, 256, 1}, Case{5, 40, 64, 3},
+        Case{129, 33, 64, 1}, Case{640, 40, 700, 1}}) {
+    SCOPED_TRACE(testing::Message() << width << " x " << height << ", unit " << unitTile);
+    const auto picture = makePicture<TypeParam>(width, height, 11);
     Options options;
-    options.unitTile = c.unitTile;
-    options.threads = c.threads;
+    options.unitTile = unitTile;
+    options.threads = threads;
     Options measured = options;
     const std::vector<TypeParam> expected = onPlainTarget([&] { return run(picture, &measured); });
     digest.add(measured.params);
@@ -92,16 +87,8 @@ TYPED_TEST(Denoise2, TakesAnyParameters) {
   Digest digest;
   const auto picture = makePicture<TypeParam>(140, 90, 61);
   std::mt19937 engine(1);
-  constexpr float kValues[] = {0.0f,
-                               -1.0f,
-                               0.3f,
-                               1e-40f,
-                               3.0f,
-                               100.0f,
-                               1e20f,
-                               -3e38f,
-                               std::numeric_limits<float>::infinity(),
-                               std::numeric_limits<float>::quiet_NaN()};
+  constexpr float kInfinity = std::numeric_limits<float>::infinity(), kNaN = std::numeric_limits<float>::quiet_NaN();
+  constexpr float kValues[] = {0.0f, -1.0f, 0.3f, 1e-40f, 3.0f, 100.0f, 1e20f, -3e38f, kInfinity, kNaN};
   for (int i = 0; i < 12; ++i) {
     Options options;
     for (int changes = 0; changes < 4; ++changes) {
@@ -173,12 +160,10 @@ TYPED_TEST(Denoise2, EveryTeamGivesTheSame) {
 
 TEST(Denoise2Profile, FallsBackToDefaultsTimesTheStrength) {
   const Picture<std::uint8_t> flat(64, 64, 0, 120);
-  for (const auto& [strength, factor] : {std::pair{1.2f, 1.2f},
-                                         {0.5f, 0.5f},
-                                         {1.5f, 1.5f},
-                                         {2.0f, 1.0f},
-                                         {0.4f, 1.0f},
-                                         {std::numeric_limits<float>::quiet_NaN(), 1.0f}}) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  using Case = std::pair<float, float>;
+  for (const auto& [strength, factor] :
+       {Case{1.2f, 1.2f}, Case{0.5f, 0.5f}, Case{1.5f, 1.5f}, Case{2.0f, 1.0f}, Case{0.4f, 1.0f}, Case{kNaN, 1.0f}}) {
     Options options;
     options.params.assign(NR_PARAM_COUNT, 0.7f);
     options.params[NR_NOISE_LEVEL] = strength;
