@@ -254,6 +254,7 @@ void callDenoise2(Call& call) {
   Picture p = {call.side(), call.side(), 0, c.number(1, 2)};
   if (c.oneIn(30)) p.w += 300;
   p.stride = 3 * p.w + (c.oneIn(2) ? 0 : c.number(1, 70));
+  call.tuning();  // of which denoise2 reads the two variables of the reconstruction
   const int threads = call.threads();
   const int tile = c.oneIn(8) ? c.number(44, 60) : c.oneIn(8) ? c.number(-1, 400) : c.number(56, 140);
   float* params = call.params();
