@@ -82,7 +82,8 @@ int filterLevel(const LevelLayout& layout, int height, const Rectangle& area, in
   toComparisonImage(layout, count, b);
   std::memcpy(b.reduced, b.level, static_cast<std::size_t>(count * layout.pixelFloats) * sizeof(float));
   if (workers > 1) {
-    return filterOnWorkers({layout, area, workers < platform::kMaxWorkers ? workers : platform::kMaxWorkers, b, noise, sharpening});
+    return filterOnWorkers(
+        {layout, area, workers < platform::kMaxWorkers ? workers : platform::kMaxWorkers, b, noise, sharpening});
   }
   if (vectors::filterLevel(layout, area, b, noise, sharpening) != VectorResult::kDone) {
     plain::reduceNoise(layout, area, b, noise);
