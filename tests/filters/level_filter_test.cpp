@@ -284,5 +284,41 @@ TEST(LevelFilter, HostsMayRunTheWorkersThemselves) {
   EXPECT_TRUE(sameBits(expected.level, level.samples));
 }
 
+// Pixels of more samples: the first three are filtered as ever, the others of the result and of the scratch images
+// stay, but for the working copy of the level.
+TEST(LevelFilter, MoreSamplesPerPixelAreLeftAlone) {
+  tune();
+  const int w = 40, h = 20, spp = 5;
+  const Level level = makeLevel(w, h, Kind::kScene, 17);
+  const Result expected = runSet(1, level, {2, w - 2, 3, h - 3});
+  const auto widened = [&](const std::vector<float>& packed, float rest) {
+    std::vector<float> wide(static_cast<std::size_t>(w * h * spp), rest);
+    for (std::size_t k = 0; k < packed.size(); ++k) wide[k / 3 * spp + k % 3] = packed[k];
+    return wide;
+  };
+  int rectangle[4] = {2, w - 2, 3, h - 3};
+  forEachTarget([&](const char*) {
+    for (const int workers : {1, 3}) {
+      std::vector<float> image = widened(level.samples, 9.0f), reduced(image.size(), -7.0f);
+      std::vector<float> comparison = reduced, records = reduced;
+      EXPECT_EQ(noiseReduce_set(1, w, h, rectangle, spp, workers, 0, records.data(), reduced.data(), comparison.data(),
+                                image.data()),
+                workers == 1 ? h - 3 : 3 + (h - 6) - 2 * ((h - 6) / 3));
+      EXPECT_TRUE(sameBits(widened(expected.level, 9.0f), image));
+      EXPECT_TRUE(sameBits(widened(expected.reduced, 9.0f), reduced));
+      EXPECT_TRUE(sameBits(widened(expected.comparison, -7.0f), comparison));
+      EXPECT_TRUE(sameBits(widened(expected.records, -7.0f), records));
+    }
+    std::vector<float> image = widened(level.samples, 9.0f), comparison = widened(expected.comparison, 9.0f);
+    std::vector<float> reduced = image, records(image.size(), -7.0f);
+    EXPECT_EQ(
+        noiseReduce_orig(1, w, h, rectangle, spp, 0, image.data(), comparison.data(), records.data(), reduced.data()),
+        h - 3);
+    EXPECT_TRUE(sameBits(widened(expected.reduced, 9.0f), reduced));
+    EXPECT_EQ(sharpen_orig(1, w, h, rectangle, spp, reduced.data(), records.data(), image.data()), h - 3);
+    EXPECT_TRUE(sameBits(widened(expected.level, 9.0f), image));
+  });
+}
+
 }  // namespace
 }  // namespace veskaro::test
