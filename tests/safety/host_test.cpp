@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-#include "selftest.h"
+#include "command/selftest.h"
 
 namespace veskaro::test {
 namespace {
@@ -80,7 +80,7 @@ int statusOfScenario(const std::string& scenario, const std::vector<std::string>
 }
 
 int scenarioDigest() {
-  return tool::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
+  return tool::command::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
 }
 
 // Threads cannot be created any more.
@@ -188,13 +188,13 @@ TEST(Host, SetsAnotherFloatingPointEnvironment) {
     _mm_setcsr((_mm_getcsr() & ~kAllTraps) | (kAllTraps & ~(csr & kAllTraps)) | (csr & ~kAllTraps));
     if ((csr & kAllTraps) != 0) feenableexcept(FE_ALL_EXCEPT & ~FE_INEXACT);
     const unsigned before = _mm_getcsr();
-    const auto digest = tool::selfTestDigest();
+    const auto digest = tool::command::selfTestDigest();
     const unsigned after = _mm_getcsr();
     const int roundingAfter = fegetround();
     fedisableexcept(FE_ALL_EXCEPT);
     fesetround(FE_TONEAREST);
     _mm_setcsr(kept);
-    EXPECT_EQ(digest, tool::kSelfTestExpected) << "control word " << csr << ", rounding " << rounding;
+    EXPECT_EQ(digest, tool::command::kSelfTestExpected) << "control word " << csr << ", rounding " << rounding;
     EXPECT_EQ(before & ~0x3fu, after & ~0x3fu) << "not given back";
     EXPECT_EQ(roundingAfter, rounding);
   };
