@@ -9,7 +9,7 @@
 #include "command/denoise.h"
 #include "command/profile.h"
 #include "command/selftest.h"
-#include "pictures/decode.h"
+#include "pictures/libvips.h"
 
 namespace {
 

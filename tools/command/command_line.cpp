@@ -195,7 +195,8 @@ class DenoiseOptions {
 
 // A command with a name takes nothing of denoising before it.
 CLI::App* addCommand(CLI::App& app, const char* name, const char* help) {
-  CLI::App* command = app.add_subcommand(name, help)->group("")->formatter(std::make_shared<CLI::Formatter>());
+  CLI::App* command =
+      app.add_subcommand(name, help)->group("")->footer("")->formatter(std::make_shared<CLI::Formatter>());
   for (CLI::Option* option : app.get_options()) command->excludes(option);
   return command;
 }

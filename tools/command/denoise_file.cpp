@@ -7,8 +7,8 @@
 
 #include "base/timer.h"
 #include "pictures/file_io.h"
+#include "pictures/hdr.h"
 #include "pictures/photo.h"
-#include "pictures/radiance.h"
 #include "run/denoise_hdr.h"
 #include "run/denoise_photo.h"
 #include "tell/comparison.h"

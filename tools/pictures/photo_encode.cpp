@@ -5,7 +5,7 @@
 
 #include "base/failure.h"
 #include "pictures/blob.h"
-#include "pictures/decode.h"
+#include "pictures/libvips.h"
 #include "pictures/photo.h"
 
 namespace tool::pictures {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "pictures/hdr.h"
 #include "pictures/photo.h"
-#include "pictures/radiance.h"
 #include "run/noise_profile.h"
 #include "run/parameters.h"
 

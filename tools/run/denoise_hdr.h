@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "pictures/radiance.h"
+#include "pictures/hdr.h"
 #include "run/settings.h"
 
 namespace tool::run {

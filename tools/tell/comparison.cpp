@@ -6,8 +6,8 @@
 
 #include "base/failure.h"
 #include "pictures/blob.h"
-#include "pictures/decode.h"
 #include "pictures/file_io.h"
+#include "pictures/libvips.h"
 #include "tell/most_changed.h"
 
 namespace tool::tell {

@@ -3,8 +3,8 @@
 
 #include <vips/vips8>
 
+#include "pictures/hdr.h"
 #include "pictures/photo.h"
-#include "pictures/radiance.h"
 
 namespace tool::tell {
 

@@ -4,6 +4,8 @@
 #include <memory>
 #include <optional>
 
+#include "pictures/libvips.h"
+
 namespace tool::tell {
 namespace {
 
@@ -20,10 +22,8 @@ VImage cellsOf(const DisplayPair& pair) {
 
 std::vector<float> valuesOf(const VImage& cells) {
   std::size_t size = 0;
-  float* data = static_cast<float*>(cells.write_to_memory(&size));
-  std::vector<float> values(data, data + size / sizeof(float));
-  g_free(data);
-  return values;
+  const std::unique_ptr<float, pictures::FreeByGlib> data(static_cast<float*>(cells.write_to_memory(&size)));
+  return std::vector<float>(data.get(), data.get() + size / sizeof(float));
 }
 
 bool overlap(const Rectangle& a, const Rectangle& b) {

@@ -6,8 +6,8 @@
 
 #include "base/failure.h"
 #include "pictures/blob.h"
-#include "pictures/decode.h"
 #include "pictures/file_io.h"
+#include "pictures/libvips.h"
 #include "tell/describe.h"
 #include "tell/most_changed.h"
 #include "tell/report/page.h"
@@ -20,14 +20,10 @@ using vips::VImage;
 constexpr int kLongestEdge = 1600;  // of the pictures under the slider
 constexpr int kCropWidth = 320, kCropHeight = 240, kCrops = 3;
 
-struct FreeByGlib {
-  void operator()(gchar* text) const { g_free(text); }
-};
-
 std::string dataUri(const VImage& image, int quality) {
   const pictures::Blob jpeg(image.jpegsave_buffer(
       VImage::option()->set("Q", quality)->set("strip", true)->set("subsample_mode", VIPS_FOREIGN_SUBSAMPLE_OFF)));
-  const std::unique_ptr<gchar, FreeByGlib> text(g_base64_encode(jpeg.data(), jpeg.size()));
+  const std::unique_ptr<gchar, pictures::FreeByGlib> text(g_base64_encode(jpeg.data(), jpeg.size()));
   return std::string("data:image/jpeg;base64,") + text.get();
 }
 

@@ -1,4 +1,4 @@
-#include "pictures/decode.h"
+#include "pictures/libvips.h"
 
 #include <atomic>
 #include <clocale>

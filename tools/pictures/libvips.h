@@ -1,4 +1,4 @@
-// What reading a picture through libvips shares, whatever the picture is.
+// What working with libvips shares, whatever the picture is.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "pictures/radiance.h"
+#include "pictures/hdr.h"
 
 #include <fmt/format.h>
 #include <sys/mman.h>
@@ -9,7 +9,7 @@
 
 #include "base/failure.h"
 #include "pictures/blob.h"
-#include "pictures/decode.h"
+#include "pictures/libvips.h"
 #include "pictures/memory_limit.h"
 
 namespace tool::pictures {
