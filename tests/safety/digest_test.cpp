@@ -9,13 +9,16 @@ namespace veskaro::test {
 namespace {
 
 TEST(Digest, IsTheSameOnEveryInstructionSet) {
-  forEachTarget([](const char* target) { EXPECT_EQ(tool::command::selfTestDigest(), tool::kSelfTestExpected) << target; });
+  forEachTarget([](const char* target) {
+    EXPECT_EQ(tool::command::selfTestDigest(), tool::command::kSelfTestExpected) << target;
+  });
 }
 
 TEST(Digest, IsTheSameWithEveryGrantedTeam) {
   for (int threads = 0; threads < 8; ++threads) {
     const FailThreads failure(threads);
-    EXPECT_EQ(tool::command::selfTestDigest(), tool::kSelfTestExpected) << threads << " threads beside the caller's";
+    EXPECT_EQ(tool::command::selfTestDigest(), tool::command::kSelfTestExpected)
+        << threads << " threads beside the caller's";
   }
 }
 

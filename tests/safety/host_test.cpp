@@ -80,7 +80,7 @@ int statusOfScenario(const std::string& scenario, const std::vector<std::string>
 }
 
 int scenarioDigest() {
-  return tool::command::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
+  return tool::command::selfTestDigest() == tool::command::kSelfTestExpected ? 0 : 1;
 }
 
 // Threads cannot be created any more.

@@ -237,6 +237,9 @@ Command parseCommandLine(int argc, const char* const* argv) {
     options.requireFiles();
     app.exit(answered);
     return Answered{};
+  } catch (const CLI::ExcludesError&) {
+    const std::string name = app.get_subcommands().front()->get_name();
+    throw UsageError{fmt::format("{0} comes before all else (a file of that name is ./{0})", name)};
   } catch (const CLI::ParseError& error) {
     throw UsageError{error.what()};
   }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "find/naming.h"
-#include "pictures/photo.h"
+#include "pictures/save_options.h"
 #include "run/settings.h"
 
 namespace tool::command {

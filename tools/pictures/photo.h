@@ -8,6 +8,7 @@
 #include "pictures/formats.h"
 #include "pictures/layout.h"
 #include "pictures/metadata/metadata.h"
+#include "pictures/save_options.h"
 
 namespace tool::pictures {
 
@@ -41,10 +42,6 @@ Photo decodePhoto(const Bytes& file, Format format);
 
 // Throws Failure when the format cannot hold the photograph as it is.
 void requireFits(const Photo& photo, Format format);
-
-struct SaveOptions {
-  int quality = 95;  // of JPEG and lossy WebP
-};
 
 // The photograph with these colour samples (laid out as Photo::rgb) in place of its own, as a file of the format.
 Bytes encodePhoto(const Photo& photo, const Bytes& rgb, Format format, const SaveOptions& options);
