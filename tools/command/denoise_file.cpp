@@ -50,35 +50,29 @@ Through photoThrough(const Bytes& file, Format from, Format to, const Denoise& c
   const run::Decoded decoded{photo.layout(), noteOn(photo), timer.lap()};
   pictures::requireFits(photo, to);
   run::DenoisedPhoto denoised = run::denoisePhoto(photo, command.settings);
-  const run::Change change = run::changeOf(photo, denoised.rgb);
-  const auto why = run::whyUnchanged(photo, denoised.parameters, denoised.noise, change);
   std::optional<tell::DisplayPair> display;
   if (wantsDisplay(command)) display = tell::displayPair(photo, denoised.rgb);
   timer.lap();
   Bytes encoded = pictures::encodePhoto(photo, denoised.rgb, to, command.save);
-  const double measuring = denoised.noise.seconds;
-  run::PhotoWork work{std::move(denoised.noise), denoised.parameters};
-  return {
-      decoded, {std::move(work), measuring, denoised.seconds, change, why}, std::move(encoded), timer.lap(), display};
+  return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Through hdrThrough(const Bytes& file, Format from, Format to, const Denoise& command) {
-  if (to != Format::kRadiance) {
-    throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
-  }
+Through hdrThrough(const Bytes& file, Format from, const Denoise& command) {
   Timer timer;
-  pictures::HdrPicture picture = pictures::decodeHdr(file, from);
-  const Bytes before = picture.planar;
+  const pictures::HdrPicture picture = pictures::decodeHdr(file, from);
   const run::Decoded decoded{picture.layout(), noteOn(picture), timer.lap()};
-  const run::DenoisedHdr denoised = run::denoiseHdr(picture, command.settings);
-  const run::Change change = run::changeOf(picture, before, denoised.planar);
+  run::DenoisedHdr denoised = run::denoiseHdr(picture, command.settings);
   std::optional<tell::DisplayPair> display;
-  if (wantsDisplay(command)) display = tell::displayPair(picture, before, denoised.planar);
+  if (wantsDisplay(command)) display = tell::displayPair(picture, denoised.planar);
   timer.lap();
   Bytes encoded = pictures::encodeHdr(picture, denoised.planar);
-  const run::HdrWork work{denoised.statistics, denoised.strength, denoised.chromaOnly};
-  const run::Done done{work, denoised.statisticsSeconds, denoised.seconds, change, run::whyUnchanged(change)};
-  return {decoded, done, std::move(encoded), timer.lap(), display};
+  return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
+}
+
+Through goThrough(const Bytes& file, Format from, Format to, const Denoise& command) {
+  if (!isHdr(from)) return photoThrough(file, from, to, command);
+  if (to == Format::kRadiance) return hdrThrough(file, from, command);
+  throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
 }
 
 Format requireFormat(const Bytes& file) {
@@ -112,7 +106,7 @@ void denoise(const find::Job& job, const Denoise& command, Taken& taken, run::Fi
   result.output = find::outputFor(result.input, job.place, command.naming, from);
   const Format to = find::outputFormat(result.output, command.naming, from);
   requireWritable(result.input, result.output, command, taken);
-  const Through through = isHdr(from) ? hdrThrough(file, from, to, command) : photoThrough(file, from, to, command);
+  const Through through = goThrough(file, from, to, command);
   const Timer writing;
   pictures::writeWhole(result.output, through.encoded, command.naming.force);
   taken.insert(result.output);

@@ -10,7 +10,7 @@
 #include "pictures/file_io.h"
 #include "pictures/hdr.h"
 #include "pictures/photo.h"
-#include "run/denoise_hdr.h"
+#include "run/hdr_statistics.h"
 #include "run/noise_profile.h"
 #include "run/parameters.h"
 #include "tell/describe.h"

@@ -95,13 +95,13 @@ Change changeOf(const Photo& photo, const Bytes& after) {
   return change;
 }
 
-Change changeOf(const HdrPicture& picture, const Bytes& before, const Bytes& after) {
+Change changeOf(const HdrPicture& picture, const Bytes& after) {
   Change change;
   const std::size_t width = static_cast<std::size_t>(picture.width);
   std::size_t changed = 0;
   for (std::size_t row = 0; row < static_cast<std::size_t>(picture.height); ++row) {
     for (std::size_t x = 0; x < width; ++x) {
-      const Difference difference = differenceAt(before, after, 4 * width * row + x, width);
+      const Difference difference = differenceAt(picture.planar, after, 4 * width * row + x, width);
       change.mean += difference.sum;
       change.largest = std::max<double>(change.largest, difference.most);
       changed += difference.most > 0 ? 1 : 0;

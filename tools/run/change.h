@@ -17,9 +17,9 @@ struct Change {
   double largest = 0;  // on the same scale
 };
 
+// After is laid out as the samples of the picture, of the same size.
 Change changeOf(const pictures::Photo& photo, const pictures::Bytes& after);
-// Before as HdrPicture::planar was, of the same size.
-Change changeOf(const pictures::HdrPicture& picture, const pictures::Bytes& before, const pictures::Bytes& after);
+Change changeOf(const pictures::HdrPicture& picture, const pictures::Bytes& after);
 
 // When next to nothing changed, the sentence that says why.
 std::optional<std::string> whyUnchanged(const pictures::Photo& photo, const Parameters& used, const NoiseProfile& noise,

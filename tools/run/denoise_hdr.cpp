@@ -1,10 +1,9 @@
 #include "run/denoise_hdr.h"
 
-#include <fmt/format.h>
+#include <VeskaroNRLib.h>
 
 #include <algorithm>
 
-#include "base/failure.h"
 #include "base/timer.h"
 
 namespace tool::run {
@@ -12,42 +11,27 @@ namespace {
 
 constexpr int kFull = 100, kStrongestChromaOnly = 99;
 
-// The threshold that denoise1 measures with at a strength.
-float initialThreshold(int strength) {
-  const double scale = strength < kFull ? 0.4 + 0.004 * (strength - kFull) : 0.4 + 0.012 * (strength - kFull);
-  return static_cast<float>(static_cast<float>(scale) / 300.0);
-}
-
-void check(int code) {
-  if (code == NR_ERROR_STATISTICS) {
-    throw Failure("the picture has no range of brightness to measure (all of it black or of one colour)");
-  }
-  if (code == NR_ERROR_MEMORY) throw Failure("memory exhausted");
-  if (code <= 0) throw Failure(fmt::format("the library refused the picture (code {})", code));
+int strengthOf(const Settings& settings) {
+  const int asked = settings.strength.value_or(kFull);
+  return settings.keepsLuminance() ? std::min(asked, kStrongestChromaOnly) : asked;
 }
 
 }  // namespace
 
-HdrStatistics hdrStatistics(pictures::HdrPicture& picture, int strength) {
-  HdrStatistics statistics{};
-  check(hdr_stats(0, picture.width, picture.height, 4 * picture.width, 4, 32, initialThreshold(strength),
-                  picture.planar.data(), statistics.data()));
-  return statistics;
-}
-
-DenoisedHdr denoiseHdr(pictures::HdrPicture& picture, const Settings& settings) {
-  DenoisedHdr result;
-  result.strength = settings.strength.value_or(kFull);
-  if (settings.keepsLuminance()) result.strength = std::min(result.strength, kStrongestChromaOnly);
-  result.chromaOnly = result.strength < kFull;
+DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& settings) {
+  const int strength = strengthOf(settings);
+  // From strength 100 on denoise1 denoises the chroma of its input in place.
+  pictures::HdrPicture input = picture;
+  pictures::Bytes planar(input.planar.size());
   Timer timer;
-  result.statistics = hdrStatistics(picture, result.strength);
-  result.statisticsSeconds = timer.lap();
-  result.planar.resize(picture.planar.size());
-  check(denoise1(result.strength, picture.width, picture.height, 4 * picture.width, 4, 32, picture.planar.data(),
-                 result.planar.data()));
-  result.seconds = timer.seconds();
-  return result;
+  const HdrStatistics statistics = hdrStatistics(input, strength);
+  const double measuring = timer.lap();
+  requireSuccess(
+      denoise1(strength, input.width, input.height, 4 * input.width, 4, 32, input.planar.data(), planar.data()));
+  const double denoising = timer.lap();
+  const Change change = changeOf(picture, planar);
+  const HdrWork work{statistics, strength, strength < kFull};
+  return {std::move(planar), {work, measuring, denoising, change, whyUnchanged(change)}};
 }
 
 }  // namespace tool::run

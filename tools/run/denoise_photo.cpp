@@ -23,14 +23,15 @@ DenoisedPhoto denoisePhoto(const pictures::Photo& photo, const Settings& setting
   const Parameters asked = settings.parameters();
   Params params = vectorOf(asked, settings.effectiveStrength());
   applyTuning(asked);
-  DenoisedPhoto result;
-  result.noise = measureNoise(photo, params);
-  result.rgb.resize(photo.rgb.size());
+  NoiseProfile noise = measureNoise(photo, params);
+  pictures::Bytes rgb(photo.rgb.size());
   const Timer timer;
-  denoise(photo, settings, params, result.rgb);
-  result.seconds = timer.seconds();
-  result.parameters = usedParameters(asked, params, result.noise.measured());
-  return result;
+  denoise(photo, settings, params, rgb);
+  const double denoising = timer.seconds(), measuring = noise.seconds;
+  const Parameters used = usedParameters(asked, params, noise.measured());
+  const Change change = changeOf(photo, rgb);
+  const std::optional<std::string> why = whyUnchanged(photo, used, noise, change);
+  return {std::move(rgb), {PhotoWork{std::move(noise), used}, measuring, denoising, change, why}};
 }
 
 }  // namespace tool::run

@@ -8,10 +8,7 @@
 #include "base/failure.h"
 #include "pictures/formats.h"
 #include "pictures/layout.h"
-#include "run/change.h"
-#include "run/denoise_hdr.h"
-#include "run/noise_profile.h"
-#include "run/parameters.h"
+#include "run/done.h"
 
 namespace tool::run {
 
@@ -24,26 +21,6 @@ struct Decoded {
   pictures::Layout layout;
   std::optional<std::string> note;  // what the user should know of the file though all goes well
   double seconds;
-};
-
-// What was measured in a picture, and what it was denoised with.
-struct PhotoWork {
-  NoiseProfile noise;
-  Parameters parameters;
-};
-struct HdrWork {
-  HdrStatistics statistics;
-  int strength;
-  bool chromaOnly;
-};
-using Work = std::variant<PhotoWork, HdrWork>;
-
-struct Done {
-  Work work;
-  double measureSeconds;
-  double seconds;
-  Change change;
-  std::optional<std::string> whyUnchanged;
 };
 
 struct Written {

@@ -81,8 +81,8 @@ DisplayPair displayPair(const Photo& photo, const Bytes& after) {
   return {display(photo, photo.rgb), display(photo, after)};
 }
 
-DisplayPair displayPair(const HdrPicture& picture, const Bytes& before, const Bytes& after) {
-  const VImage first = linear(picture, before);
+DisplayPair displayPair(const HdrPicture& picture, const Bytes& after) {
+  const VImage first = linear(picture, picture.planar);
   const double exposure = exposureFor(first);
   return {toned(first, exposure), toned(linear(picture, after), exposure)};
 }

@@ -14,8 +14,7 @@ struct DisplayPair {
 
 DisplayPair displayPair(const pictures::Photo& photo, const pictures::Bytes& after);
 // Both toned by the brightness of the picture before.
-DisplayPair displayPair(const pictures::HdrPicture& picture, const pictures::Bytes& before,
-                        const pictures::Bytes& after);
+DisplayPair displayPair(const pictures::HdrPicture& picture, const pictures::Bytes& after);
 
 constexpr double kMagnification = 8;
 
