@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "selftest.h"
+#include "command/selftest.h"
 
 namespace veskaro::test {
 namespace {
@@ -78,7 +78,7 @@ int statusOfScenario(const std::string& scenario, const std::vector<std::string>
 }
 
 int scenarioDigest() {
-  return tool::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
+  return tool::command::selfTestDigest() == tool::command::kSelfTestExpected ? 0 : 1;
 }
 
 // Threads cannot be created any more.
