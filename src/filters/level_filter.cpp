@@ -41,7 +41,7 @@ struct Job {
 
   LevelBuffers from(const Band& band) const {
     return {buffers.level + band.offset, buffers.reduced + band.offset, buffers.comparison + band.offset,
-            buffers.records + band.offset};
+            buffers.noiseMap + band.offset};
   }
 };
 
