@@ -1,4 +1,4 @@
-#include "hdr/chroma.h"
+#include "hdr/chroma/chroma.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "hdr/detail_levels.h"
+#include "hdr/detail/detail_levels.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #define HWY_TARGET_INCLUDE "hdr/log_exp_test.cpp"
 #include <hwy/foreach_target.h>
 
-#include "hdr/log_exp-inl.h"
+#include "hdr/luminance/log_exp_vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {

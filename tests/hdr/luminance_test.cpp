@@ -1,4 +1,4 @@
-#include "hdr/luminance.h"
+#include "hdr/luminance/luminance.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <random>
 
 #include "VeskaroNRLib.h"
-#include "hdr/detail_levels.h"
+#include "hdr/detail/detail_levels.h"
 #include "hdr/rgbe_pictures.h"
 
 namespace veskaro::test {

@@ -8,7 +8,7 @@
 #define HWY_TARGET_INCLUDE "hdr/quick_colour_test.cpp"
 #include <hwy/foreach_target.h>
 
-#include "hdr/quick_colour-inl.h"
+#include "hdr/luminance/quick_colour_vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
@@ -57,7 +57,7 @@ HWY_AFTER_NAMESPACE();
 
 #include <random>
 
-#include "hdr/luminance.h"
+#include "hdr/luminance/luminance.h"
 #include "support/targets.h"
 
 namespace veskaro {

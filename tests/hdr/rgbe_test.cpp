@@ -1,4 +1,4 @@
-#include "hdr/rgbe.h"
+#include "hdr/rgbe/rgbe.h"
 
 #include <gtest/gtest.h>
 

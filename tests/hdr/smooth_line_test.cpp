@@ -1,4 +1,4 @@
-#include "hdr/smooth_line.h"
+#include "hdr/detail/smooth_line.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "hdr/statistics.h"
+#include "hdr/statistics/statistics.h"
 
 #include <gtest/gtest.h>
 

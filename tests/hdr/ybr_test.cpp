@@ -1,4 +1,4 @@
-#include "hdr/ybr.h"
+#include "hdr/rgbe/ybr.h"
 
 #include <gtest/gtest.h>
 

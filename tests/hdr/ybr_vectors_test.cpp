@@ -4,8 +4,8 @@
 #define HWY_TARGET_INCLUDE "hdr/ybr_vectors_test.cpp"
 #include <hwy/foreach_target.h>
 
-#include "hdr/ybr-inl.h"
-#include "hdr/ybr.h"
+#include "hdr/rgbe/ybr_vectors-inl.h"
+#include "hdr/rgbe/ybr.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
