@@ -9,7 +9,8 @@
 #include "params/auto_profile.h"
 #include "platform/fp_environment.h"
 #include "platform/team.h"
-#include "pyramid/lift.h"
+#include "pixels/level.h"
+#include "pixels/rectangle.h"
 #include "tiled/recombine.h"
 #include "tiled/sample_io.h"
 #include "tiled/tile_geometry.h"
@@ -18,6 +19,9 @@
 
 namespace veskaro {
 namespace {
+
+using pixels::kChannels;
+using pixels::Rectangle;
 
 constexpr int kSmallestUnitTile = 56;           // the first tile's overlap stays inside the picture
 constexpr int kSmallestUnitTileOneThread = 48;  // one thread never shrinks the unit tile

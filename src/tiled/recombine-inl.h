@@ -9,13 +9,17 @@
 
 #include <cstdint>
 
-#include "filters/colour_difference-inl.h"
 #include "params/settings.h"
+#include "pixels/colour-inl.h"
 #include "simd/planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
+using namespace pixels::HWY_NAMESPACE;
+using simd::Rows;
+using simd::RowsOf;
 #if VESKARO_HAS_VECTORS
 
 // How samples of a depth relate to the 8-bit working scale.

@@ -2,10 +2,13 @@
 // take less of the filtered luminance.
 #include "tiled/recombine.h"
 
-#include "filters/colour_difference.h"
+#include "pixels/colour.h"
 
 namespace veskaro {
 namespace {
+
+using pixels::Rgb;
+using pixels::Ycc;
 
 // Share of the filtered luminance by its brightness on the 8-bit scale: a ramp from below to above.
 float highlightFactor(float y, const params::BlendSettings& s) {
@@ -20,11 +23,11 @@ float mixLuma(float original, float filtered, float share) {
 }
 
 Rgb mixPixel(const Rgb& original, const Rgb& filtered, float toEightBit, const params::BlendSettings& s) {
-  const Ycc in = toYcc(original);
-  const Ycc nr = toYcc(filtered);
+  const Ycc in = pixels::toYcc(original);
+  const Ycc nr = pixels::toYcc(filtered);
   const float lumaShare = highlightFactor(nr.y * toEightBit, s) * s.luma;
   const float chromaKept = 1.0f - s.chroma;
-  return toRgb({mixLuma(in.y, nr.y, lumaShare), nr.bMinusY * s.chroma + chromaKept * in.bMinusY,
+  return pixels::toRgb({mixLuma(in.y, nr.y, lumaShare), nr.bMinusY * s.chroma + chromaKept * in.bMinusY,
                 nr.rMinusY * s.chroma + in.rMinusY * chromaKept});
 }
 

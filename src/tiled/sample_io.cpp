@@ -1,10 +1,12 @@
 // Samples of the host's pictures to float tiles on the 8-bit scale and back.
 #include "tiled/sample_io.h"
 
-#include "pyramid/lift.h"
+#include "pixels/level.h"
 
 namespace veskaro {
 namespace {
+
+using pixels::levelSamples;
 
 void widenRow(const Pictures& p, const unsigned char* from, std::ptrdiff_t samples, float* to) {
   if (p.bits == 8) {

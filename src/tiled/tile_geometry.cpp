@@ -4,10 +4,12 @@
 #include <limits>
 
 #include "VeskaroNRLib.h"
-#include "pyramid/lift.h"
+#include "pixels/level.h"
 
 namespace veskaro {
 namespace {
+
+using pixels::kChannels;
 
 GridAxis gridAxis(int picture, int baseUnitTile, int threads, int padding, int overlap) {
   GridAxis axis;

@@ -6,21 +6,35 @@
 #include <cstdint>
 
 #include "filters/neighbour_weights.h"
-#include "filters/rectangle.h"
-#include "pyramid/lift.h"
+#include "pixels/level.h"
+#include "pixels/rectangle.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tiled/tile_kernel.cpp"
 #include <hwy/foreach_target.h>
 
 #include "filters/level_stream-inl.h"
-#include "pyramid/reconstruct-inl.h"
+#include "pyramid/reconstruct_row-inl.h"
 #include "tiled/recombine-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
+using namespace pixels::HWY_NAMESPACE;
+using filters::kReach;
+using pixels::coarseSize;
+using pixels::Rectangle;
+using simd::Arena;
+using simd::kMaxLanes;
+using simd::roundUpToLanes;
+using simd::Rows;
+using simd::RowsOf;
 #if VESKARO_HAS_VECTORS
+using filters::HWY_NAMESPACE::LevelStream;
+using pyramid::HWY_NAMESPACE::GuideRing;
+using pyramid::HWY_NAMESPACE::Rebuild;
+using pyramid::HWY_NAMESPACE::reconstructRow;
 
 struct PlanarLevel {
   int w, h;

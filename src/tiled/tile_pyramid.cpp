@@ -9,6 +9,7 @@
 #include "api/classic/variables.h"
 #include "filters/level_filter.h"
 #include "filters/neighbour_weights.h"
+#include "pixels/level.h"
 #include "platform/fp_environment.h"
 #include "pyramid/lift.h"
 #include "pyramid/reconstruct.h"
@@ -16,6 +17,12 @@
 
 namespace veskaro {
 namespace {
+
+using filters::kReach;
+using pixels::coarseSize;
+using pixels::kChannels;
+using pixels::levelSamples;
+using pixels::Rectangle;
 
 struct Level {
   int w, h;
@@ -48,12 +55,14 @@ void clearFrame(int w, int h, float* image) {
 
 void predict(const Level& fine, const Level& coarse, const TileBuffers& b, const params::ReconstructSettings& s) {
   clearFrame(fine.w, fine.h, b.prediction);
-  reconstruct(fine.w, fine.h, b.pyramid + coarse.offset, b.pyramid + fine.offset, b.prediction, s);
+  pyramid::reconstruct(fine.w, fine.h, b.pyramid + coarse.offset, b.pyramid + fine.offset, b.prediction, s);
 }
 
 void filterAt(int level, const Level& size, const Rectangle& area, int workers, const TileBuffers& b) {
-  filterLevel(level, size.w, size.h, area, workers,
-              {b.pyramid + size.offset, b.reduced, b.prediction, b.differences + size.offset});
+  filters::filterLevel({size.w}, size.h, area, workers,
+                       {b.pyramid + size.offset, b.reduced, b.prediction, b.differences + size.offset},
+                       params::noiseSettings(api::tuningInForce(), level),
+                       params::sharpenSettings(api::tuningInForce(), level));
 }
 
 }  // namespace
@@ -66,16 +75,16 @@ Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const
   for (int k = 0; k < kCoarseLevels; ++k) {
     const Level& fine = levels.at[k];
     const Level& coarse = levels.at[k + 1];
-    lift(fine.w, coarse.w, coarse.h, b.pyramid + fine.offset, b.pyramid + coarse.offset);
+    pyramid::lift(fine.w, coarse.w, coarse.h, b.pyramid + fine.offset, b.pyramid + coarse.offset);
     predict(fine, coarse, b, settings);
-    subtract(fine.samples(), b.prediction, b.pyramid + fine.offset, b.differences + fine.offset);
+    pyramid::subtract(fine.samples(), b.prediction, b.pyramid + fine.offset, b.differences + fine.offset);
     area = {kReach, coarse.w - kReach, kReach, coarse.h - kReach};
     filterAt(k + 1, coarse, area, k == 0 ? workers : 0, b);
   }
   for (int k = kCoarseLevels - 1; k >= 0; --k) {
     const Level& fine = levels.at[k];
     predict(fine, levels.at[k + 1], b, settings);
-    subtract(fine.samples(), b.prediction, b.differences + fine.offset, b.pyramid + fine.offset);
+    pyramid::subtract(fine.samples(), b.prediction, b.differences + fine.offset, b.pyramid + fine.offset);
   }
   return area;
 }
@@ -86,11 +95,12 @@ extern "C" {
 
 int denoise_tile(int wTile, int hTile, int* startCoord, int spp, int nbProc, float* workDiff, float* workDest,
                  float* workTemp, float* inOutTile) {
-  if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
+  if (spp != veskaro::pixels::kChannels) return NR_ERROR_ARGUMENT;
   if (wTile < 1 || hTile < 1) return 0;
   const veskaro::platform::DefaultFpEnvironment environment;
-  const veskaro::Rectangle last = veskaro::filterTile(wTile, hTile, veskaro::Rectangle::fromCoordinates(startCoord),
-                                                      nbProc, {inOutTile, workDiff, workDest, workTemp});
+  const veskaro::pixels::Rectangle last =
+      veskaro::filterTile(wTile, hTile, veskaro::pixels::Rectangle::fromCoordinates(startCoord), nbProc,
+                          {inOutTile, workDiff, workDest, workTemp});
   startCoord[0] = last.xStart;
   startCoord[1] = last.xEnd;
   startCoord[2] = last.yStart;

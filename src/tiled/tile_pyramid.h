@@ -1,7 +1,7 @@
 #ifndef VESKARO_TILED_TILE_PYRAMID_H
 #define VESKARO_TILED_TILE_PYRAMID_H
 
-#include "filters/rectangle.h"
+#include "pixels/rectangle.h"
 
 namespace veskaro {
 
@@ -15,7 +15,7 @@ struct TileBuffers {
 
 // Filters a tile through the pyramid. mainArea is filtered at level 0; coarser levels but for a two-pixel border.
 // Returns the area filtered at the coarsest level.
-Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const TileBuffers& buffers);
+pixels::Rectangle filterTile(int w, int h, const pixels::Rectangle& mainArea, int workers, const TileBuffers& buffers);
 
 }  // namespace veskaro
 

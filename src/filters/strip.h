@@ -1,13 +1,12 @@
-#ifndef VESKARO_FILTERS_LEVEL_STREAM_H
-#define VESKARO_FILTERS_LEVEL_STREAM_H
-
-#include <cstddef>
+// Column strips, in which a level streams through the filters.
+#ifndef VESKARO_FILTERS_STRIP_H
+#define VESKARO_FILTERS_STRIP_H
 
 #include "filters/neighbour_weights.h"
-#include "filters/rectangle.h"
-#include "simd/rows.h"
+#include "pixels/rectangle.h"
+#include "simd/ring.h"
 
-namespace veskaro {
+namespace veskaro::filters {
 
 // Widest strip of columns that streams through the filters at once: its rings fit the second-level cache.
 constexpr int kStripColumns = 512;
@@ -22,7 +21,7 @@ struct Strip {
   int reduceStart, reduceEnd;
   int readStart, readEnd;
 
-  static Strip at(const Rectangle& area, int xStart) {
+  static Strip at(const pixels::Rectangle& area, int xStart) {
     const int xEnd = area.xEnd - xStart > kStripColumns ? xStart + kStripColumns : area.xEnd;
     const auto within = [](int x, int low, int high) { return x < low ? low : x > high ? high : x; };
     return {xStart,
@@ -34,30 +33,16 @@ struct Strip {
   }
 };
 
-// Floats of a plane of a strip's row: the widest strip with its margins, and room for vectors on both sides. A
-// constant, so that kernels reach all planes of a row from one pointer.
-constexpr std::ptrdiff_t kStripPlane = roundUpToLanes(kStripColumns + 2 * kStripMargin) + 3 * kMaxLanes;
+// The widest strip with its margins, and room for vectors on both sides.
+constexpr std::ptrdiff_t kStripFloats =
+    simd::roundUpToLanes(kStripColumns + 2 * kStripMargin) + 3 * simd::kMaxLanes;
+using StripPitch = simd::FixedPitch<kStripFloats>;
 
-// Three planes of one row of a strip; points at column 0 of the first.
-struct StripRow {
-  float* first;
-
-  float* plane(int k) const { return first + k * kStripPlane; }
-  Rows rows() const { return {{plane(0), plane(1), plane(2)}}; }
-};
-
-// The last kSlots rows of a strip, addressed by row number.
+// Three planes of one row of a strip, and of its last rows.
+using StripRow = simd::PlaneRow<StripPitch>;
 template <int kSlots>
-class StripRing {
- public:
-  explicit StripRing(Arena* arena) : base_(arena->take(kSlots * 3 * kStripPlane)) {}
+using StripRing = simd::Ring<kSlots, 3, StripPitch>;
 
-  StripRow at(int y) const { return {base_ + (y % kSlots) * 3 * kStripPlane + kMaxLanes}; }
+}  // namespace veskaro::filters
 
- private:
-  float* base_;
-};
-
-}  // namespace veskaro
-
-#endif  // VESKARO_FILTERS_LEVEL_STREAM_H
+#endif  // VESKARO_FILTERS_STRIP_H

@@ -1,20 +1,22 @@
 // Per-target: similarity-weighted interpolation of one fine row, a lane a pair of columns. The steps and their order
 // are those of reconstruct.cpp.
-#if defined(VESKARO_PYRAMID_RECONSTRUCT_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef VESKARO_PYRAMID_RECONSTRUCT_INL_H
-#undef VESKARO_PYRAMID_RECONSTRUCT_INL_H
+#if defined(VESKARO_PYRAMID_RECONSTRUCT_ROW_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef VESKARO_PYRAMID_RECONSTRUCT_ROW_INL_H
+#undef VESKARO_PYRAMID_RECONSTRUCT_ROW_INL_H
 #else
-#define VESKARO_PYRAMID_RECONSTRUCT_INL_H
+#define VESKARO_PYRAMID_RECONSTRUCT_ROW_INL_H
 #endif
 
-#include "filters/colour_difference-inl.h"
-#include "filters/neighbour_distances-inl.h"
 #include "params/settings.h"
-#include "simd/planar-inl.h"
+#include "pixels/distance-inl.h"
+#include "pyramid/similarity.h"
+#include "simd/ring.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace veskaro {
-namespace HWY_NAMESPACE {
+namespace veskaro::pyramid::HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
+using namespace pixels::HWY_NAMESPACE;
+using simd::Rows;
 #if VESKARO_HAS_VECTORS
 
 // A row of the guide, even and odd columns apart: column 2 i is even[i], column 2 i + 1 is odd[i].
@@ -25,10 +27,10 @@ struct SplitRow {
 // The last three rows of the guide, split.
 class GuideRing {
  public:
-  GuideRing(Arena* arena, std::ptrdiff_t columns)
-      : even_(arena, 3, columns / 2 + 4 * kMaxLanes), odd_(arena, 3, columns / 2 + 4 * kMaxLanes) {}
+  GuideRing(simd::Arena* arena, std::ptrdiff_t columns)
+      : even_(arena, pitchOf(columns)), odd_(arena, pitchOf(columns)) {}
 
-  SplitRow at(int y) const { return {even_.at(y), odd_.at(y)}; }
+  SplitRow at(int y) const { return {even_.at(y).rows(), odd_.at(y).rows()}; }
 
   // Splits row y of the guide, whose column 0 is at row, over the column pairs [iStart, iEnd).
   void split(int y, const Rows& row, int iStart, int iEnd) {
@@ -42,15 +44,20 @@ class GuideRing {
         hn::StoreU(odd, d, to.odd.plane[k] + i);
       }
     }
-    ordinary_[y % 3] = areOrdinary(to.even.plane, iStart, iEnd) && areOrdinary(to.odd.plane, iStart, iEnd);
+    isExact_[y % kKept] = haveExactSums(to.even.plane, iStart, iEnd) && haveExactSums(to.odd.plane, iStart, iEnd);
   }
 
-  // Whether the samples of row y and the rows beside it are ordinary.
-  bool areOrdinaryAround(int y) const { return ordinary_[(y - 1) % 3] && ordinary_[y % 3] && ordinary_[(y + 1) % 3]; }
+  // Whether the samples of row y and the rows beside it have exact sums.
+  bool sumsAreExactAround(int y) const {
+    return isExact_[(y - 1) % kKept] && isExact_[y % kKept] && isExact_[(y + 1) % kKept];
+  }
 
  private:
-  RowRing even_, odd_;
-  bool ordinary_[3] = {};
+  static constexpr int kKept = 3;
+  static simd::Pitch pitchOf(std::ptrdiff_t columns) { return simd::Pitch(columns / 2 + 4 * simd::kMaxLanes); }
+
+  simd::Ring<kKept, 3> even_, odd_;
+  bool isExact_[kKept] = {};
 };
 
 // What one fine row is made from: the guide's rows, and the coarse rows above and below (on an even row both are the
@@ -62,11 +69,11 @@ struct ReconstructRow {
   Rows result;                          // column 0 of the fine row
 };
 
-template <bool kOrdinary>
+template <bool kSumsAreExact>
 HWY_INLINE V similarityTo(const VectorRgb& centre, const Rows& guide, int i, const params::ReconstructSettings& s) {
   const Floats d;
   const V threshold = hn::Set(d, s.threshold);
-  const V distance = distanceBetween<ColourDistance, kOrdinary>(centre, loadRgb(guide, i));
+  const V distance = distanceBetween<ColourDistance, kSumsAreExact>(centre, loadRgb(guide, i));
   const V one = hn::Set(d, 1.0f);
   const V ramp = hn::Add(hn::Div(hn::Sub(threshold, distance), hn::Set(d, s.rolloff)), one);
   const V beyond = hn::IfThenZeroElse(hn::Gt(distance, hn::Set(d, s.rolloff + s.threshold)), ramp);
@@ -106,39 +113,39 @@ struct DiagonalWeights {
   }
 };
 
-template <bool kOrdinary>
+template <bool kSumsAreExact>
 HWY_INLINE HorizontalWeights horizontalWeights(const ReconstructRow& row, int i, const params::ReconstructSettings& s) {
-  const V least = hn::Set(Floats(), 0.01f);
+  const V least = hn::Set(Floats(), kMinimumSimilarity);
   const VectorRgb centre = loadRgb(row.centre.odd, i);
-  const V leftSim = similarityTo<kOrdinary>(centre, row.centre.even, i, s);
-  const V rightSim = similarityTo<kOrdinary>(centre, row.centre.even, i + 1, s);
+  const V leftSim = similarityTo<kSumsAreExact>(centre, row.centre.even, i, s);
+  const V rightSim = similarityTo<kSumsAreExact>(centre, row.centre.even, i + 1, s);
   const V right = hn::IfThenElse(hn::Gt(rightSim, least), rightSim, least);
   const V left = hn::IfThenElse(hn::Gt(least, leftSim), least, leftSim);
   const V sum = hn::Add(right, left);
   return {hn::Div(left, sum), hn::Div(right, sum)};
 }
 
-template <bool kOrdinary>
+template <bool kSumsAreExact>
 HWY_INLINE VerticalWeights verticalWeights(const ReconstructRow& row, int i, const params::ReconstructSettings& s) {
   const Floats d;
   const VectorRgb centre = loadRgb(row.centre.even, i);
-  const V topSim = similarityTo<kOrdinary>(centre, row.above.even, i, s);
-  const V bottomSim = similarityTo<kOrdinary>(centre, row.below.even, i, s);
+  const V topSim = similarityTo<kSumsAreExact>(centre, row.above.even, i, s);
+  const V bottomSim = similarityTo<kSumsAreExact>(centre, row.below.even, i, s);
   const Mask isAlone = hn::And(hn::Eq(topSim, hn::Zero(d)), hn::Eq(bottomSim, hn::Zero(d)));
   const V half = hn::Set(d, 0.5f);
   const V sum = hn::Add(bottomSim, topSim);
   return {hn::IfThenElse(isAlone, half, hn::Div(topSim, sum)), hn::IfThenElse(isAlone, half, hn::Div(bottomSim, sum))};
 }
 
-template <bool kOrdinary>
+template <bool kSumsAreExact>
 HWY_INLINE DiagonalWeights diagonalWeights(const ReconstructRow& row, int i, const params::ReconstructSettings& s) {
   const Floats d;
   const V zero = hn::Zero(d);
   const VectorRgb centre = loadRgb(row.centre.odd, i);
-  const V topLeft = similarityTo<kOrdinary>(centre, row.above.even, i, s);
-  const V topRight = similarityTo<kOrdinary>(centre, row.above.even, i + 1, s);
-  const V bottomLeft = similarityTo<kOrdinary>(centre, row.below.even, i, s);
-  const V bottomRight = similarityTo<kOrdinary>(centre, row.below.even, i + 1, s);
+  const V topLeft = similarityTo<kSumsAreExact>(centre, row.above.even, i, s);
+  const V topRight = similarityTo<kSumsAreExact>(centre, row.above.even, i + 1, s);
+  const V bottomLeft = similarityTo<kSumsAreExact>(centre, row.below.even, i, s);
+  const V bottomRight = similarityTo<kSumsAreExact>(centre, row.below.even, i + 1, s);
   const Mask isAlone = hn::And(hn::And(hn::Eq(topLeft, zero), hn::Eq(topRight, zero)),
                                hn::And(hn::Eq(bottomLeft, zero), hn::Eq(bottomRight, zero)));
   const V inverse = hn::Div(hn::Set(d, 1.0f), hn::Add(hn::Add(hn::Add(topRight, topLeft), bottomLeft), bottomRight));
@@ -176,19 +183,19 @@ HWY_INLINE void storePairs(const ReconstructRow& row, const EvenWeights& even, c
   }
 }
 
-template <class Result, bool kOrdinary>
+template <class Result, bool kSumsAreExact>
 HWY_NOINLINE void reconstructEvenRow(const ReconstructRow& row, int iStart, int iEnd,
                                      const params::ReconstructSettings& s) {
   for (int i = iStart; i < iEnd; i += lanes()) {
-    storePairs<Result>(row, CopyWeights(), horizontalWeights<kOrdinary>(row, i, s), i);
+    storePairs<Result>(row, CopyWeights(), horizontalWeights<kSumsAreExact>(row, i, s), i);
   }
 }
 
-template <class Result, bool kOrdinary>
+template <class Result, bool kSumsAreExact>
 HWY_NOINLINE void reconstructOddRow(const ReconstructRow& row, int iStart, int iEnd,
                                     const params::ReconstructSettings& s) {
   for (int i = iStart; i < iEnd; i += lanes()) {
-    storePairs<Result>(row, verticalWeights<kOrdinary>(row, i, s), diagonalWeights<kOrdinary>(row, i, s), i);
+    storePairs<Result>(row, verticalWeights<kSumsAreExact>(row, i, s), diagonalWeights<kSumsAreExact>(row, i, s), i);
   }
 }
 
@@ -201,15 +208,14 @@ HWY_INLINE void reconstructRow(const GuideRing& guide, int y, const Rows& coarse
   const Rows unchangedBelow = isEven ? guide.at(y).even : guide.at(y + 1).even;
   const ReconstructRow row = {guide.at(y - 1), guide.at(y),    guide.at(y + 1), coarseAbove,
                               coarseBelow,     unchangedAbove, unchangedBelow,  result};
-  const bool isOrdinary = guide.areOrdinaryAround(y);
-  const auto reconstruct = isEven ? (isOrdinary ? reconstructEvenRow<Result, true> : reconstructEvenRow<Result, false>)
-                                  : (isOrdinary ? reconstructOddRow<Result, true> : reconstructOddRow<Result, false>);
+  const bool isExact = guide.sumsAreExactAround(y);
+  const auto reconstruct = isEven ? (isExact ? reconstructEvenRow<Result, true> : reconstructEvenRow<Result, false>)
+                                  : (isExact ? reconstructOddRow<Result, true> : reconstructOddRow<Result, false>);
   reconstruct(row, iStart, iEnd, s);
 }
 
 #endif  // VESKARO_HAS_VECTORS
-}  // namespace HWY_NAMESPACE
-}  // namespace veskaro
+}  // namespace veskaro::pyramid::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

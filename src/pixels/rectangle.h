@@ -1,7 +1,7 @@
-#ifndef VESKARO_FILTERS_RECTANGLE_H
-#define VESKARO_FILTERS_RECTANGLE_H
+#ifndef VESKARO_PIXELS_RECTANGLE_H
+#define VESKARO_PIXELS_RECTANGLE_H
 
-namespace veskaro {
+namespace veskaro::pixels {
 
 // Pixels that a filter writes; ends are exclusive.
 struct Rectangle {
@@ -16,6 +16,6 @@ struct Rectangle {
   int endRow() const { return yStart < yEnd ? yEnd : yStart; }
 };
 
-}  // namespace veskaro
+}  // namespace veskaro::pixels
 
-#endif  // VESKARO_FILTERS_RECTANGLE_H
+#endif  // VESKARO_PIXELS_RECTANGLE_H

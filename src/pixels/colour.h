@@ -1,7 +1,7 @@
-#ifndef VESKARO_FILTERS_COLOUR_DIFFERENCE_H
-#define VESKARO_FILTERS_COLOUR_DIFFERENCE_H
+#ifndef VESKARO_PIXELS_COLOUR_H
+#define VESKARO_PIXELS_COLOUR_H
 
-namespace veskaro {
+namespace veskaro::pixels {
 
 constexpr float kLumaR = 0.299f;  // BT.601
 constexpr float kLumaG = 0.587f;
@@ -37,6 +37,6 @@ inline Ycc toComparisonYcc(const Rgb& p) {
   return {y, p.b - y, p.r - y};
 }
 
-}  // namespace veskaro
+}  // namespace veskaro::pixels
 
-#endif  // VESKARO_FILTERS_COLOUR_DIFFERENCE_H
+#endif  // VESKARO_PIXELS_COLOUR_H

@@ -1,18 +1,18 @@
-#include "filters/colour_difference.h"
-
+// The exported luma and colour-difference transforms.
 #include "VeskaroNRLib.h"
+#include "pixels/colour.h"
 
 extern "C" {
 
 void RGBtoYCbCr(const float r, const float g, const float b, float* Y, float* Cb, float* Cr) {
-  const veskaro::Ycc p = veskaro::toYcc({r, g, b});
+  const veskaro::pixels::Ycc p = veskaro::pixels::toYcc({r, g, b});
   *Y = p.y;
   *Cb = p.bMinusY;
   *Cr = p.rMinusY;
 }
 
 void YCbCrToRGB(float* r, float* g, float* b, const float Y, const float Cb, const float Cr) {
-  const veskaro::Rgb p = veskaro::toRgb({Y, Cb, Cr});
+  const veskaro::pixels::Rgb p = veskaro::pixels::toRgb({Y, Cb, Cr});
   *r = p.r;
   *g = p.g;
   *b = p.b;
