@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace veskaro {
+namespace veskaro::hdr {
 namespace {
 
 TEST(DetailLevels, Coefficients) {
@@ -65,4 +65,4 @@ TEST(DetailLevels, ReachesThirtyOneSamples) {
 }
 
 }  // namespace
-}  // namespace veskaro
+}  // namespace veskaro::hdr

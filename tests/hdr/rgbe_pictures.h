@@ -121,9 +121,11 @@ struct Outcome {
   }
 };
 
-// call(picture, work, result) on buffers that begin offset bytes past an aligned address.
+// call(picture, work, result) on buffers at another alignment each time.
 template <class Call>
-Outcome callStage(const RgbePicture& picture, int offset, const Call& call) {
+Outcome callStage(const RgbePicture& picture, const Call& call) {
+  static int calls = 0;
+  const int offset = calls++ % 8;
   Outcome outcome = {0, picture, RgbePicture(picture.width, picture.height)};
   const std::size_t bytes = picture.bytes.size(), at = static_cast<std::size_t>(offset);
   std::vector<unsigned char> work(5 * bytes + 8), result(bytes + 8, 0x5a);
@@ -134,13 +136,21 @@ Outcome callStage(const RgbePicture& picture, int offset, const Call& call) {
   return isInside ? outcome : Outcome{-1000, picture, picture};  // wrote past the result
 }
 
+inline Outcome callDenoise1(const RgbePicture& picture, int strength, int bits = 32, int rowStride = 0, int spp = 0) {
+  Outcome outcome = {0, picture, picture};
+  std::fill(outcome.result.bytes.begin(), outcome.result.bytes.end(), 0xEE);
+  outcome.code = denoise1(strength, picture.width, picture.height, rowStride, spp, bits, outcome.picture.data(),
+                          outcome.result.data());
+  return outcome;
+}
+
 struct ChromaLevels {
   int strength;
   float threshold, shadows, saturation;
 };
 
-inline Outcome callChroma(const RgbePicture& picture, const ChromaLevels& l, int offset = 0) {
-  return callStage(picture, offset, [&](unsigned char* in, unsigned char* work, unsigned char* out) {
+inline Outcome callChroma(const RgbePicture& picture, const ChromaLevels& l) {
+  return callStage(picture, [&](unsigned char* in, unsigned char* work, unsigned char* out) {
     return denoise_chroma(l.strength, l.threshold, picture.width, picture.height, -1, 77, 32, l.shadows, l.saturation,
                           work, in, out);
   });
@@ -151,8 +161,8 @@ struct LuminanceLevels {
   float shadows, median, saturation, threshold;
 };
 
-inline Outcome callLuminance(const RgbePicture& picture, const LuminanceLevels& l, int offset = 0) {
-  return callStage(picture, offset, [&](unsigned char* in, unsigned char* work, unsigned char* out) {
+inline Outcome callLuminance(const RgbePicture& picture, const LuminanceLevels& l) {
+  return callStage(picture, [&](unsigned char* in, unsigned char* work, unsigned char* out) {
     return denoise_lumin(l.strength, picture.width, picture.height, -1, 77, 32, l.shadows, l.median, l.saturation,
                          l.threshold, work, in, out);
   });
