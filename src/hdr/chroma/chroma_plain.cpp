@@ -132,10 +132,7 @@ void plain::writePixel(const ChromaLevels& levels, const ExponentTable& table, c
 }
 
 bool plain::denoiseChroma(const ChromaJob& job) {
-  HeapArray<float> line(static_cast<std::size_t>(std::max(job.in.size.width, job.in.size.height)), Fill::kNothing);
-  if (!line) return false;
-  ChromaStage(job).run(line.data());
-  return true;
+  return runWithLine<ChromaStage>(job);
 }
 
 }  // namespace veskaro::hdr

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "hdr/chroma/chroma_forms.h"
-#include "simd/scratch.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "hdr/chroma/chroma_vectors.cpp"
@@ -84,8 +83,8 @@ HWY_INLINE VectorRgb rebuiltColour(const ChromaLevels& levels, const VectorRgb& 
 }
 
 struct ChromaScratch {
-  ChromaScratch(simd::Arena* arena, const StripPlan& plan, int width)
-      : rowInPlace(reinterpret_cast<unsigned char*>(arena->take(width))) {
+  ChromaScratch(simd::Arena* arena, const StripPlan& plan)
+      : rowInPlace(reinterpret_cast<unsigned char*>(arena->take(plan.width()))) {
     for (DetailRings& ratio : ratios) ratio = DetailRings(arena, plan.widestRow(), kKeptLevels);
   }
 
@@ -95,6 +94,8 @@ struct ChromaScratch {
 
 class ChromaStage {
  public:
+  using Scratch = ChromaScratch;
+
   ChromaStage(const ChromaJob& job, const StripPlan& plan, const ChromaScratch& scratch)
       : job_(job), shrink_(job.settings), levels_(job.settings), plan_(plan), scratch_(scratch) {}
 
@@ -217,13 +218,7 @@ bool staysInFloatRange(const ChromaSettings& s) {
 }  // namespace
 
 simd::VectorResult denoiseChroma(const ChromaJob& job) {
-  const int width = job.in.size.width;
-  if (width < kNarrowest || !staysInFloatRange(job.settings)) return simd::VectorResult::kPlainFormNeeded;
-  const StripPlan plan(width);
-  simd::Scratch<ChromaScratch> scratch(plan, width);
-  if (!scratch) return simd::VectorResult::kNoMemory;
-  ChromaStage(job, plan, *scratch).run();
-  return simd::VectorResult::kDone;
+  return staysInFloatRange(job.settings) ? runOnStrips<ChromaStage>(job) : simd::VectorResult::kPlainFormNeeded;
 }
 
 #else

@@ -3,6 +3,8 @@
 #ifndef VESKARO_HDR_DETAIL_DETAIL_LEVELS_H
 #define VESKARO_HDR_DETAIL_DETAIL_LEVELS_H
 
+#include <algorithm>
+
 #include "hdr/rgbe/picture_memory.h"
 
 namespace veskaro::hdr {
@@ -51,6 +53,15 @@ void shrinkDetails(const LevelPlanes& planes, CurveOfLevel&& curveOfLevel) {
     finer = smooth;
   }
   for (std::size_t k = 0; k < pixels; ++k) base[k] = base[k] + finer[k];
+}
+
+// Runs a stage, which needs a line of its picture's longer side. False when there is no memory for it.
+template <class Stage, class Job>
+bool runWithLine(const Job& job) {
+  HeapArray<float> line(static_cast<std::size_t>(std::max(job.in.size.width, job.in.size.height)), Fill::kNothing);
+  if (!line) return false;
+  Stage(job).run(line.data());
+  return true;
 }
 
 }  // namespace veskaro::hdr

@@ -11,6 +11,8 @@
 
 #include "hdr/detail/smooth_line.h"
 #include "hdr/detail/strips.h"
+#include "simd/scratch.h"
+#include "simd/vector_result.h"
 #include "simd/vectors-inl.h"
 #include "simd/x86-inl.h"
 
@@ -192,6 +194,17 @@ class StripLevels {
   const Strip strip_;
   const MakeRow& makeRow_;
 };
+
+// Runs a stage, in scratch memory of its own, over the strips of its picture.
+template <class Stage, class Job>
+simd::VectorResult runOnStrips(const Job& job) {
+  if (job.in.size.width < kNarrowest) return simd::VectorResult::kPlainFormNeeded;
+  const StripPlan plan(job.in.size.width);
+  simd::Scratch<typename Stage::Scratch> scratch(plan);
+  if (!scratch) return simd::VectorResult::kNoMemory;
+  Stage(job, plan, *scratch).run();
+  return simd::VectorResult::kDone;
+}
 
 #endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE

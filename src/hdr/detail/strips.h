@@ -28,6 +28,7 @@ class StripPlan {
  public:
   explicit StripPlan(int width) : width_(width), count_((width + kNominalColumns - 1) / kNominalColumns) {}
 
+  int width() const { return width_; }
   int count() const { return count_; }
   Strip strip(int n) const {
     const int start = boundary(n), end = boundary(n + 1);

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cmath>
 
 #include "hdr/detail/detail_levels.h"
@@ -60,10 +59,7 @@ void plain::writePixel(const ExponentTable& table, const ConstRgbeRow& in, int i
 }
 
 bool plain::denoiseLuminance(const LuminanceJob& job) {
-  HeapArray<float> line(static_cast<std::size_t>(std::max(job.in.size.width, job.in.size.height)), Fill::kNothing);
-  if (!line) return false;
-  LuminanceStage(job).run(line.data());
-  return true;
+  return runWithLine<LuminanceStage>(job);
 }
 
 }  // namespace veskaro::hdr

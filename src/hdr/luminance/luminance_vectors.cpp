@@ -6,7 +6,6 @@
 #include "hdr/luminance/luminance_forms.h"
 #include "hdr/luminance/threshold_curve.h"
 #include "hdr/rgbe/ybr.h"
-#include "simd/scratch.h"
 #include "simd/vector_list.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -154,6 +153,8 @@ HWY_INLINE VectorRgb withLuminance(const VectorPixels& p, V logLuma) {
 
 class LuminanceStage {
  public:
+  using Scratch = LuminanceScratch;
+
   LuminanceStage(const LuminanceJob& job, const StripPlan& plan, const LuminanceScratch& scratch)
       : job_(job), curves_(job.settings), plan_(plan), scratch_(scratch) {}
 
@@ -272,13 +273,7 @@ class LuminanceStage {
 }  // namespace
 
 simd::VectorResult denoiseLuminance(const LuminanceJob& job) {
-  const int width = job.in.size.width;
-  if (width < kNarrowest || !scalesExactly(job.settings)) return simd::VectorResult::kPlainFormNeeded;
-  const StripPlan plan(width);
-  simd::Scratch<LuminanceScratch> scratch(plan);
-  if (!scratch) return simd::VectorResult::kNoMemory;
-  LuminanceStage(job, plan, *scratch).run();
-  return simd::VectorResult::kDone;
+  return scalesExactly(job.settings) ? runOnStrips<LuminanceStage>(job) : simd::VectorResult::kPlainFormNeeded;
 }
 
 #else
