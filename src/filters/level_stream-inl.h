@@ -78,8 +78,8 @@ class NoiseStage {
 
   // The same with a comparison row that the host has filled, with whatever it likes.
   void rowsLoaded(int y, int xStart, int xEnd) {
-    rings_.setExact(
-        y, haveExactSums(level(y).rows().plane, xStart, xEnd) && haveExactSums(comparison(y).rows().plane, xStart, xEnd));
+    rings_.setExact(y, haveExactSums(level(y).rows().plane, xStart, xEnd) &&
+                           haveExactSums(comparison(y).rows().plane, xStart, xEnd));
   }
 
   void computeDistances(int y, int xStart, int xEnd) const {

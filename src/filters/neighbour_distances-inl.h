@@ -63,8 +63,7 @@ class DistanceRing {
 // not looped over: the processor then works on several at once.
 template <class Distance, bool kSumsAreExact, int... kDx>
 HWY_INLINE void storeDistances(const VectorRgb& centre, const StripRow& row, int x, float* plane) {
-  ((hn::StoreU(distanceBetween<Distance, kSumsAreExact>(centre, loadRgb(row, x + kDx)),
-               Floats(), plane + x),
+  ((hn::StoreU(distanceBetween<Distance, kSumsAreExact>(centre, loadRgb(row, x + kDx)), Floats(), plane + x),
     plane += kStripFloats),
    ...);
 }

@@ -3,7 +3,7 @@
 
 namespace veskaro::filters {
 
-constexpr int kReach = 2;            // both filters look two pixels far in every direction
+constexpr int kReach = 2;              // both filters look two pixels far in every direction
 constexpr int kSpan = 2 * kReach + 1;  // rows and columns of the window that they look at
 
 // Weight of each neighbour by row and column offset from -2 to +2:

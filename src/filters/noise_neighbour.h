@@ -8,7 +8,7 @@
 
 namespace veskaro::filters {
 
-constexpr float kWhiteSum = 765.0f;     // R + G + B at white
+constexpr float kWhiteSum = 765.0f;    // R + G + B at white
 constexpr float kCentreWeight = 1.0f;  // of a pixel beside its neighbours
 
 // Factor of threshold and rolloff: bright pixels carry less noise than dark ones.

@@ -74,9 +74,9 @@ void plain::reduceNoise(const pixels::LevelLayout& layout, const pixels::Rectang
   for (int y = area.yStart; y < area.yEnd; ++y) {
     for (int x = area.xStart; x < area.xEnd; ++x) {
       const std::ptrdiff_t at = layout.at(x, y);
-      reducePixel({b.level + at, b.comparison + at, b.records + at, b.reduced + at, layout.rowFloats(),
-                   layout.pixelFloats},
-                  settings);
+      reducePixel(
+          {b.level + at, b.comparison + at, b.records + at, b.reduced + at, layout.rowFloats(), layout.pixelFloats},
+          settings);
     }
   }
 }

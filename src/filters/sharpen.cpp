@@ -43,13 +43,14 @@ NeighbourSum sumSharpeningNeighbours(const float* centre, const pixels::LevelLay
 // Pushes luma and colour differences away from the average.
 Rgb pushAway(const Rgb& own, const NeighbourSum& sum, float mixFraction, const params::SharpenSettings& s) {
   const float inverseWeight = 1.0f / sum.weight;
-  const Ycc average = pixels::toYcc({sum.rgb[0] * inverseWeight, sum.rgb[1] * inverseWeight, sum.rgb[2] * inverseWeight});
+  const Ycc average =
+      pixels::toYcc({sum.rgb[0] * inverseWeight, sum.rgb[1] * inverseWeight, sum.rgb[2] * inverseWeight});
   const Ycc centre = pixels::toYcc(own);
   const float amount = mixFraction > 0.0f ? mixFraction : 0.0f;
   const float chromaMix = (sum.weight * s.chroma) * amount;
   const float push = (((centre.y - average.y) * sum.weight) * s.luma) * amount;
   return pixels::toRgb({centre.y + push, (centre.bMinusY - average.bMinusY) * chromaMix + centre.bMinusY,
-                (centre.rMinusY - average.rMinusY) * chromaMix + centre.rMinusY});
+                        (centre.rMinusY - average.rMinusY) * chromaMix + centre.rMinusY});
 }
 
 Rgb sharpenPixel(const float* centre, const float* record, const pixels::LevelLayout& layout,

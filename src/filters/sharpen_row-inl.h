@@ -80,8 +80,7 @@ HWY_INLINE void addSharpeningNeighbour(const SharpenRow& row, int x, const Vecto
 
 // The neighbours of one row of the window, left to right.
 template <bool kSamplesAreFinite, int kDy>
-HWY_INLINE void addSharpeningRow(const SharpenRow& row, int x, const VectorNoiseRange& range,
-                                 VectorNeighbourSum& sum) {
+HWY_INLINE void addSharpeningRow(const SharpenRow& row, int x, const VectorNoiseRange& range, VectorNeighbourSum& sum) {
   addSharpeningNeighbour<kSamplesAreFinite, -2, kDy>(row, x, range, sum);
   addSharpeningNeighbour<kSamplesAreFinite, -1, kDy>(row, x, range, sum);
   if constexpr (kDy != 0) addSharpeningNeighbour<kSamplesAreFinite, 0, kDy>(row, x, range, sum);

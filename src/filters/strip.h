@@ -34,8 +34,7 @@ struct Strip {
 };
 
 // The widest strip with its margins, and room for vectors on both sides.
-constexpr std::ptrdiff_t kStripFloats =
-    simd::roundUpToLanes(kStripColumns + 2 * kStripMargin) + 3 * simd::kMaxLanes;
+constexpr std::ptrdiff_t kStripFloats = simd::roundUpToLanes(kStripColumns + 2 * kStripMargin) + 3 * simd::kMaxLanes;
 using StripPitch = simd::FixedPitch<kStripFloats>;
 
 // Three planes of one row of a strip, and of its last rows.

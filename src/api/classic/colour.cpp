@@ -1,6 +1,7 @@
 // The exported luma and colour-difference transforms.
-#include "VeskaroNRLib.h"
 #include "pixels/colour.h"
+
+#include "VeskaroNRLib.h"
 
 extern "C" {
 

@@ -34,10 +34,10 @@ int reduceNoiseOfBand(const nr_data& job) {
   if (!isPixelSize(job.spp)) return NR_ERROR_ARGUMENT;
   const platform::DefaultFpEnvironment environment;
   const filters::Band band = bandOf(job);
-  filters::reduceNoise({job.width, job.spp}, band.area,
-                       {job.inImage + band.offset, job.outImage + band.offset, job.inYCbCr + band.offset,
-                        job.nr_amounts + band.offset},
-                       noiseInForce(job.rang));
+  filters::reduceNoise(
+      {job.width, job.spp}, band.area,
+      {job.inImage + band.offset, job.outImage + band.offset, job.inYCbCr + band.offset, job.nr_amounts + band.offset},
+      noiseInForce(job.rang));
   return band.area.endRow();
 }
 

@@ -28,10 +28,10 @@ void sharpSimilarityFromSimPixel(float simThreshold, float simRolloff, float /*s
                                  float /*simInverseRolloff*/, float* convolution, float* finalWeight, int positCenter,
                                  int positCur, float* img, float /*coef*/, float coefSimInverseThreshold,
                                  float coefSimInverseRolloff, float coefFULL_SIMILARITY) {
-  filters::addSharpeningNeighbour(img + positCenter, img + positCur,
-                                  {simThreshold, simThreshold + simRolloff, coefSimInverseThreshold,
-                                   coefSimInverseRolloff, coefFULL_SIMILARITY},
-                                  convolution, finalWeight);
+  filters::addSharpeningNeighbour(
+      img + positCenter, img + positCur,
+      {simThreshold, simThreshold + simRolloff, coefSimInverseThreshold, coefSimInverseRolloff, coefFULL_SIMILARITY},
+      convolution, finalWeight);
 }
 
 float edgeSmoothCompareOpposingPoints(int positA, int positB, int positC, int positD, int positE, int positF,

@@ -12,10 +12,11 @@ namespace {
 
 using namespace veskaro;
 
-// Pixels of a level as the difference passes count them: the 32-bit product, 0 when it is not positive.
+// Pixels of a level as the difference passes count them: the 32-bit product of the sizes, two negative ones included,
+// or 0 when it is not positive.
 int pixelsOf(int w, int h) {
   const int product = static_cast<int>(static_cast<unsigned>(w) * static_cast<unsigned>(h));
-  return product > 0 ? product : 0;
+  return (w > 0) == (h > 0) && product > 0 ? product : 0;
 }
 
 int subtractLevels(int w, int h, const float* minuend, const float* subtrahend, float* out) {

@@ -1,36 +1,38 @@
-// A whole tile in vectors, compiled once for every instruction set. The pyramid is planar: each level is three planes
-// of padded rows. Rebuilding a level needs no stored difference, and only the pixels that the tile's main region comes
+// A tile in vectors, compiled once for every instruction set. The pyramid is planar: each level is three planes of
+// padded rows. Rebuilding a level needs no stored difference, and only the pixels that the tile's main region comes
 // from are rebuilt.
-#include "tiled/tile_kernel.h"
-
 #include <cstdint>
+#include <cstring>
 
 #include "filters/neighbour_weights.h"
 #include "pixels/level.h"
 #include "pixels/rectangle.h"
+#include "tiled/tile.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "tiled/tile_kernel.cpp"
+#define HWY_TARGET_INCLUDE "tiled/tile_vectors.cpp"
 #include <hwy/foreach_target.h>
 
+#include "blend/blend-inl.h"
 #include "filters/level_stream-inl.h"
+#include "pixels/samples-inl.h"
 #include "pyramid/reconstruct_row-inl.h"
-#include "tiled/recombine-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace veskaro {
-namespace HWY_NAMESPACE {
+namespace veskaro::tiled::HWY_NAMESPACE {
 using namespace simd::HWY_NAMESPACE;
 using namespace pixels::HWY_NAMESPACE;
 using filters::kReach;
 using pixels::coarseSize;
 using pixels::Rectangle;
+using pixels::Rounding;
 using simd::Arena;
 using simd::kMaxLanes;
 using simd::roundUpToLanes;
 using simd::Rows;
 using simd::RowsOf;
 #if VESKARO_HAS_VECTORS
+using blend::HWY_NAMESPACE::mixPixels;
 using filters::HWY_NAMESPACE::LevelStream;
 using pyramid::HWY_NAMESPACE::GuideRing;
 using pyramid::HWY_NAMESPACE::Rebuild;
@@ -44,10 +46,10 @@ struct PlanarLevel {
 // The memory of a tile: its levels, the scratch of the step that runs, and a row of samples.
 struct TileMemory {
   PlanarLevel level[kCoarseLevels + 1];
-  RowsOf<std::uint16_t> samples;  // of either depth
+  float* samples[3];  // a row of each channel's samples, of any type
   Arena scratch;
 
-  TileMemory(Arena* arena, int w, int h) : scratch(nullptr) {
+  TileMemory(Arena* arena, int w, int h, int sampleBytes) : scratch(nullptr) {
     for (PlanarLevel& l : level) {
       // Kernels write whole vectors of column pairs: room for one behind every row.
       const std::ptrdiff_t pitch = roundUpToLanes(w) + 2 * kMaxLanes;
@@ -56,16 +58,15 @@ struct TileMemory {
       h = coarseSize(h);
     }
     // Samples are (de)interleaved in blocks of a whole vector of bytes.
-    for (std::uint16_t*& plane : samples.plane) {
-      plane = reinterpret_cast<std::uint16_t*>(arena->take(level[0].w / 2 + 2 * kMaxLanes));
-    }
+    const std::ptrdiff_t rowFloats = (std::ptrdiff_t{level[0].w} * sampleBytes + 3) / 4 + 2 * kMaxLanes;
+    for (float*& plane : samples) plane = arena->take(rowFloats);
     scratch = *arena;
   }
 
   template <typename Sample>
   RowsOf<Sample> sampleRow() const {
-    return {{reinterpret_cast<Sample*>(samples.plane[0]), reinterpret_cast<Sample*>(samples.plane[1]),
-             reinterpret_cast<Sample*>(samples.plane[2])}};
+    return {{reinterpret_cast<Sample*>(samples[0]), reinterpret_cast<Sample*>(samples[1]),
+             reinterpret_cast<Sample*>(samples[2])}};
   }
 };
 
@@ -74,24 +75,25 @@ void zeroColumns(const Rows& row, int xStart, int xEnd) {
     std::memset(plane + xStart, 0, sizeof(float) * static_cast<std::size_t>(xEnd - xStart));
 }
 
-// The read region of the picture lands in the tile, zeros around it.
+// The read region of the picture lands in the tile, zeros around it. False when a sample is infinite or not a number.
 template <typename Sample>
-void fill(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileMemory& m) {
+bool fill(const Tile& t, const TileMemory& m) {
   const PlanarLevel& tile = m.level[0];
-  const int pixels = x.readEnd - x.readStart;
+  const int pixels = t.x.readEnd - t.x.readStart;
   const RowsOf<Sample> samples = m.sampleRow<Sample>();
   for (int r = 0; r < tile.h; ++r) {
     const Rows row = tile.image.row(r);
-    const int yRead = y.readStart + r - y.tileStart;
-    if (yRead < y.readStart || yRead >= y.readEnd) {
+    const int y = t.y.readStart + r - t.y.tileStart;
+    if (y < t.y.readStart || y >= t.y.readEnd) {
       zeroColumns(row, 0, tile.w);
       continue;
     }
-    deinterleaveRow(pictures.in + pictures.rowOffset(x.readStart, yRead), pixels, samples);
-    widenSamples(samples, pixels, row + x.tileStart);
-    zeroColumns(row, 0, x.tileStart);
-    zeroColumns(row, x.tileStart + pixels, tile.w);
+    loadRow(t.in, t.x.readStart, y, pixels, samples);
+    if (!toWorkingRow(samples, pixels, t.scale, row + t.x.tileStart)) return false;
+    zeroColumns(row, 0, t.x.tileStart);
+    zeroColumns(row, t.x.tileStart + pixels, tile.w);
   }
+  return true;
 }
 
 void filterLevel(const PlanarLevel& level, const Rectangle& area, const params::NoiseSettings& noise,
@@ -153,79 +155,100 @@ void filterPyramid(const TileMemory& m, const Rectangle& mainArea, const params:
   }
 }
 
-// The main region of the tile, blended with the input, goes to the output.
-template <typename Sample>
-void finish(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const TileMemory& m,
-            const params::BlendSettings& s) {
+// One row: the filtered planes and the input's samples give the output's, in place of the latter.
+template <typename Sample, Rounding kRounding>
+HWY_NOINLINE void blendRow(const Rows& filtered, int pixels, const RowsOf<Sample>& samples, const Tile& t) {
+  const pixels::SampleScale& s = t.scale;
+  for (int x = 0; x < pixels; x += lanes()) {
+    const VectorRgb nr = loadRgb(filtered, x);
+    const VectorRgb mixed = mixPixels(
+        blendValues(samples, x, s),
+        {filteredValue<kRounding>(nr.r, s), filteredValue<kRounding>(nr.g, s), filteredValue<kRounding>(nr.b, s)},
+        s.blendToWorking, t.settings.blend);
+    storeBlended<Sample, kRounding>(mixed.r, s, samples.plane[0] + x);
+    storeBlended<Sample, kRounding>(mixed.g, s, samples.plane[1] + x);
+    storeBlended<Sample, kRounding>(mixed.b, s, samples.plane[2] + x);
+  }
+}
+
+// What is written of the main region, blended with the input.
+template <typename Sample, Rounding kRounding>
+void finish(const Tile& t, const TileMemory& m) {
   const RowsOf<Sample> samples = m.sampleRow<Sample>();
-  for (int r = 0; r < y.mainSize; ++r) {
-    const std::ptrdiff_t offset = pictures.rowOffset(x.mainStart, y.mainStart + r);
-    deinterleaveRow(pictures.in + offset, x.mainSize, samples);
-    recombineRow(m.level[0].image.row(y.tileMainStart + r) + x.tileMainStart, x.mainSize, samples, s);
-    interleaveRow(samples, x.mainSize, pictures.out + offset);
+  const pixels::Region written = t.written();
+  const int width = written.x1 - written.x0;
+  for (int y = written.y0; y < written.y1; ++y) {
+    loadRow(t.in, written.x0, y, width, samples);
+    blendRow<Sample, kRounding>(m.level[0].image.row(t.yInTile(y)) + t.xInTile(written.x0), width, samples, t);
+    storeRow(samples, t.out, written.x0, y, width);
   }
 }
 
 template <typename Sample>
-void processTileOf(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& s,
-                   const TileMemory& m) {
-  fill<Sample>(pictures, x, y, m);
-  filterPyramid(m, {x.tileMainStart, x.tileMainStart + x.mainSize, y.tileMainStart, y.tileMainStart + y.mainSize}, s);
-  finish<Sample>(pictures, x, y, m, s.blend);
-}
-
-void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& s,
-                 float* memory) {
+bool processSamples(const Tile& t, float* memory) {
   Arena arena(memory);
-  const TileMemory m(&arena, x.tileSize, y.tileSize);
-  if (pictures.bits == 8) {
-    processTileOf<std::uint8_t>(pictures, x, y, s, m);
-  } else {
-    processTileOf<std::uint16_t>(pictures, x, y, s, m);
+  const TileMemory m(&arena, t.x.tileSize, t.y.tileSize, sizeof(Sample));
+  if (!fill<Sample>(t, m)) return false;
+  filterPyramid(
+      m, {t.x.tileMainStart, t.x.tileMainStart + t.x.mainSize, t.y.tileMainStart, t.y.tileMainStart + t.y.mainSize},
+      t.settings);
+  switch (t.scale.rounding) {
+    case Rounding::kTruncate:
+      finish<Sample, Rounding::kTruncate>(t, m);
+      break;
+    case Rounding::kNearest:
+      finish<Sample, Rounding::kNearest>(t, m);
+      break;
+    case Rounding::kNone:
+      if constexpr (sizeof(Sample) == sizeof(float)) finish<Sample, Rounding::kNone>(t, m);
   }
+  return true;
 }
 
-std::size_t tileFloats(int w, int h) {
+bool processTile(const Tile& t, float* memory) {
+  return pixels::withSampleType(t.in.type, [&](auto sample) { return processSamples<decltype(sample)>(t, memory); });
+}
+
+std::uint64_t tileFloats(int w, int h, int sampleBytes) {
   Arena arena(nullptr);
-  const TileMemory m(&arena, w, h);
+  const TileMemory m(&arena, w, h, sampleBytes);
   Arena filterScratch = m.scratch;
   const LevelStream<PlanarImage> stream(&filterScratch, {kReach, w - kReach, kReach, h - kReach});
   Arena rebuildScratch = m.scratch;
   const GuideRing guide(&rebuildScratch, w);
-  return static_cast<std::size_t>(filterScratch.needed() > rebuildScratch.needed() ? filterScratch.needed()
-                                                                                   : rebuildScratch.needed());
+  return static_cast<std::uint64_t>(filterScratch.needed() > rebuildScratch.needed() ? filterScratch.needed()
+                                                                                     : rebuildScratch.needed());
 }
 
 #else
 
-void processTile(const Pictures&, const TileSpan&, const TileSpan&, const params::TileSettings&, float*) {}
-std::size_t tileFloats(int, int) {
+bool processTile(const Tile&, float*) {
+  return false;
+}
+std::uint64_t tileFloats(int, int, int) {
   return 0;
 }
 
 #endif  // VESKARO_HAS_VECTORS
-}  // namespace HWY_NAMESPACE
-}  // namespace veskaro
+}  // namespace veskaro::tiled::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace veskaro {
+namespace veskaro::tiled {
 namespace {
 HWY_EXPORT(processTile);
 HWY_EXPORT(tileFloats);
+
+bool processInVectors(const Tile& tile, float* memory) {
+  return HWY_DYNAMIC_DISPATCH(processTile)(tile, memory);
+}
 }  // namespace
 
-namespace vectors {
-
-std::size_t tileFloats(int w, int h) {
-  return HWY_DYNAMIC_DISPATCH(tileFloats)(w, h);
+Engine vectorEngine(const TileGrid& grid, pixels::SampleType type) {
+  const std::uint64_t floats = HWY_DYNAMIC_DISPATCH(tileFloats)(
+      static_cast<int>(grid.x.largest), static_cast<int>(grid.y.largest), pixels::sampleBytes(type));
+  return {floats > 0 ? processInVectors : nullptr, floats};
 }
 
-void processTile(const Pictures& pictures, const TileSpan& x, const TileSpan& y, const params::TileSettings& settings,
-                 float* memory) {
-  HWY_DYNAMIC_DISPATCH(processTile)(pictures, x, y, settings, memory);
-}
-
-}  // namespace vectors
-}  // namespace veskaro
+}  // namespace veskaro::tiled
 #endif  // HWY_ONCE

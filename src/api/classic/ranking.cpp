@@ -1,12 +1,11 @@
-#include "params/ranking.h"
-
+// Rankings of a host's keys.
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 
 #include "VeskaroNRLib.h"
 
-namespace veskaro {
+namespace veskaro::api {
 namespace {
 
 template <typename Key>
@@ -46,39 +45,24 @@ int rank(int count, const Key* keys, int* order) {
 }
 
 }  // namespace
-
-int rankInts(int count, const int* keys, int* order) {
-  return rank(count, keys, order);
-}
-int rankFloats(int count, const float* keys, int* order) {
-  return rank(count, keys, order);
-}
-
-void rankLowest(int lowest, int count, const float* keys, int* order) {
-  for (int i = 0; i < count; ++i) order[i] = i;
-  std::partial_sort(order, order + lowest, order + count, [keys](int a, int b) {
-    return isBefore<float>({keys[a], a}, {keys[b], b});
-  });
-}
-
-}  // namespace veskaro
+}  // namespace veskaro::api
 
 extern "C" {
 
 int iclassement2(int kMax, int* moy, int* ordre) {
-  return veskaro::rankInts(kMax, moy, ordre);
+  return veskaro::api::rank(kMax, moy, ordre);
 }
 
 float fClassementCroissant2(int kMax, float* moy, int* ordre) {
-  return static_cast<float>(veskaro::rankFloats(kMax, moy, ordre));
+  return static_cast<float>(veskaro::api::rank(kMax, moy, ordre));
 }
 
 int int_cmp(const void* a, const void* b) {
-  return veskaro::compareKeys(*static_cast<const int*>(a), *static_cast<const int*>(b));
+  return veskaro::api::compareKeys(*static_cast<const int*>(a), *static_cast<const int*>(b));
 }
 
 int float_cmp(const void* a, const void* b) {
-  return veskaro::compareKeys(*static_cast<const float*>(a), *static_cast<const float*>(b));
+  return veskaro::api::compareKeys(*static_cast<const float*>(a), *static_cast<const float*>(b));
 }
 
 }  // extern "C"
