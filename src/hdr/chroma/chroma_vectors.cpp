@@ -33,8 +33,7 @@ HWY_INLINE VectorRgb chromaticity(const VectorPixels& p) {
   return times(m, hn::IfThenElseZero(coloured, hn::Div(hn::Set(d, 1.0f), sum)));
 }
 
-// The soft threshold, not negative, of a level's details at the level's scale: what is left of a detail is the detail
-// less its part within the threshold.
+// Shrinks details at the level's scale.
 struct ChromaShrink {
   explicit ChromaShrink(const ChromaSettings& settings) {
     for (int level = 0; level < kDetailLevels; ++level) {
@@ -42,7 +41,7 @@ struct ChromaShrink {
     }
   }
   HWY_INLINE V operator()(int level, V detail, V /*smooth*/) const {
-    return hn::Sub(detail, limitMagnitude(detail, hn::Set(Floats(), threshold[level])));
+    return softThresholdNotNegative(detail, hn::Set(Floats(), threshold[level]));
   }
   float threshold[kDetailLevels];
 };

@@ -87,6 +87,17 @@ void smoothRows(const float* const* from, float* const* to, int rows, int column
   }
 }
 
+// The order of the tests matters: a threshold may be negative, and then widens every detail.
+HWY_INLINE V softThreshold(V detail, V threshold) {
+  const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
+  return hn::IfThenElse(hn::Gt(hn::Neg(threshold), detail), hn::Add(detail, threshold), above);
+}
+
+// The same for thresholds that are not negative: the detail less its part within the threshold.
+HWY_INLINE V softThresholdNotNegative(V detail, V threshold) {
+  return hn::Sub(detail, limitMagnitude(detail, threshold));
+}
+
 // A row of a plane and its smoothed images, and the rows of the finer image that the coarsest one's taps lie in.
 struct DetailRows {
   const float* base;

@@ -69,7 +69,7 @@ struct ShadowsShrink {
     const Floats d;
     const ThresholdCurve& c = curves.of[level];
     const V threshold = hn::IfThenElseZero(hn::Lt(smooth, hn::Set(d, c.shadowsEnd)), hn::Set(d, c.shadows));
-    return hn::Sub(detail, limitMagnitude(detail, threshold));
+    return softThresholdNotNegative(detail, threshold);
   }
   const ScaledCurves& curves;
 };
@@ -80,16 +80,14 @@ HWY_NOINLINE void addUpRow(const DetailRows& rows, int columns, const ShadowsShr
   for (int x = 0; x < columns; x += lanes()) hn::Store(addUp(rows, x, shrink), d, scratch.logs + x);
 }
 
-// With the whole curve. The threshold may be negative, so both tests are made, in their order. kHasStep: the curve
-// falls to 0 at zeroAbove, as an upper line without width has it.
+// With the whole curve, whose thresholds may be negative. kHasStep: the curve falls to 0 at zeroAbove, as an upper line
+// without width has it.
 template <bool kHasStep>
 struct CurveShrink {
   static constexpr bool kMovesMostPixels = true;
 
   HWY_INLINE V operator()(int level, V detail, V smooth) const {
-    const V threshold = thresholdAt(level, smooth);
-    const V above = hn::IfThenElseZero(hn::Gt(detail, threshold), hn::Sub(detail, threshold));
-    return hn::IfThenElse(hn::Gt(hn::Neg(threshold), detail), hn::Add(detail, threshold), above);
+    return softThreshold(detail, thresholdAt(level, smooth));
   }
 
   HWY_INLINE V thresholdAt(int level, V smooth) const {
@@ -118,7 +116,7 @@ HWY_NOINLINE void addUpRow(const DetailRows& rows, int columns, const CurveShrin
     const V sum = addUp(rows, x, [&](int level, V detail, V smooth) VESKARO_INLINE_LAMBDA {
       const V threshold = shrink.thresholdAt(level, smooth);
       signs = hn::Or(signs, bitsOf(threshold));
-      return hn::Sub(detail, limitMagnitude(detail, threshold));
+      return softThresholdNotNegative(detail, threshold);
     });
     hn::Store(sum, d, scratch.logs + x);
     negative.addIf(anyNegative(signs), x);
@@ -136,13 +134,6 @@ bool scalesExactly(const LuminanceSettings& settings) {
     }
   }
   return true;
-}
-
-// Black counts as 1, whose logarithm comes out as 0.
-HWY_INLINE V luminanceOrOne(const VectorPixels& p) {
-  const Floats d;
-  const V y = hn::Mul(luminance(mantissas(p)), scaleOf(p));
-  return hn::IfThenElse(hn::Gt(y, hn::Zero(d)), y, hn::Set(d, 1.0f));
 }
 
 HWY_INLINE VectorRgb withLuminance(const VectorPixels& p, V logLuma) {
@@ -199,7 +190,7 @@ class LuminanceStage {
     forEachVector(strip.rowStart, strip.rowEnd, [&](int i) VESKARO_INLINE_LAMBDA {
       const VectorPixels p = loadPixels(row, i);
       prefetchPixels(next, i);
-      hn::StoreU(luminanceOrOne(p), Floats(), to + (i - strip.rowStart));
+      hn::StoreU(orOne(hn::Mul(luminance(mantissas(p)), scaleOf(p))), Floats(), to + (i - strip.rowStart));
       unsafe.addIf(!exponentsAreSafe(p), i);
     });
     return unsafe;

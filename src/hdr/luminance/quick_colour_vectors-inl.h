@@ -1,6 +1,6 @@
-// Per-target: a pixel's bytes from its own chroma and a new log luminance, in single precision throughout. Bytes are
-// cut off, not rounded, so that an approximation settles them unless it comes close to a whole number; then the exact
-// way has to be taken. Either way the bytes are the same.
+// Per-target: a pixel's bytes from its own chroma and a new log luminance, nearly, in single precision. A byte is a
+// channel cut off, so that any approximation gives it whose channel is not near a whole number; there the exact way has
+// to be taken. Either way the bytes are the same.
 #if defined(VESKARO_HDR_LUMINANCE_QUICK_COLOUR_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VESKARO_HDR_LUMINANCE_QUICK_COLOUR_VECTORS_INL_H
 #undef VESKARO_HDR_LUMINANCE_QUICK_COLOUR_VECTORS_INL_H

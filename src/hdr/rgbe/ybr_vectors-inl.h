@@ -70,6 +70,12 @@ HWY_INLINE VectorRgb toRgb(V luma, V cb, V cr) {
           hn::Max(narrow(blue(y.low, b.low), blue(y.high, b.high)), zero)};
 }
 
+// Black counts as 1, whose logarithm is 0.
+HWY_INLINE V orOne(V v) {
+  const Floats d;
+  return hn::IfThenElse(hn::Gt(v, hn::Zero(d)), v, hn::Set(d, 1.0f));
+}
+
 #endif  // VESKARO_HAS_VECTORS
 }  // namespace HWY_NAMESPACE
 }  // namespace veskaro::hdr

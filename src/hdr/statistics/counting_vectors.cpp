@@ -27,16 +27,11 @@ struct Values {
   VI bits[kQuantities];
 };
 
-HWY_INLINE VI bitsOrOne(V v) {
-  const Floats d;
-  return bitsOf(hn::IfThenElse(hn::Gt(v, hn::Zero(d)), v, hn::Set(d, 1.0f)));
-}
-
 HWY_INLINE Values valuesOf(const VectorPixels& p) {
   const V scale = scaleOf(p);
   const VectorRgb m = mantissas(p);
   const V sum = hn::Add(hn::Add(m.b, m.g), m.r);
-  return {{bitsOrOne(hn::Mul(sum, scale)), bitsOrOne(hn::Mul(luminance(m), scale))}};
+  return {{bitsOf(orOne(hn::Mul(sum, scale))), bitsOf(orOne(hn::Mul(luminance(m), scale)))}};
 }
 
 Values valuesOneByOne(const ConstRgbeRow& row, int i, const ExponentTable& table) {
@@ -46,7 +41,7 @@ Values valuesOneByOne(const ConstRgbeRow& row, int i, const ExponentTable& table
     sums[k] = (colour.b + colour.g) + colour.r;
     luminances[k] = hdr::luminance(colour);
   }
-  return {{bitsOrOne(hn::Load(Floats(), sums)), bitsOrOne(hn::Load(Floats(), luminances))}};
+  return {{bitsOf(orOne(hn::Load(Floats(), sums))), bitsOf(orOne(hn::Load(Floats(), luminances)))}};
 }
 
 HWY_INLINE Values valuesOf(const ConstRgbeRow& row, int i, const ExponentTable& table) {
