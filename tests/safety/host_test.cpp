@@ -3,7 +3,6 @@
 #include <VeskaroNRLib.h>
 #include <fenv.h>
 #include <gtest/gtest.h>
-#include <omp.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -18,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "selftest.h"
+#include "command/selftest.h"
 
 namespace veskaro::test {
 namespace {
@@ -80,7 +79,7 @@ int statusOfScenario(const std::string& scenario, const std::vector<std::string>
 }
 
 int scenarioDigest() {
-  return tool::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
+  return tool::command::selfTestDigest() == tool::command::kSelfTestExpected ? 0 : 1;
 }
 
 // The library's own threads begin in the host's floating-point environment.
@@ -110,24 +109,6 @@ int scenarioFork() {
     if (statusOfChild([&] { return inChild() != 0 || statusOfChild(inChild) != 0; }) != 0) return 1;
   }
   return denoised(4) == expected ? 0 : 1;
-}
-
-TEST(Host, CallsFromItsOwnTeam) {
-  const auto expected = denoised(3);
-  const auto expectedHdr = hdrDenoised();
-  for (const int levels : {1, 2}) {
-    omp_set_max_active_levels(levels);
-    int wrong = 0;
-#pragma omp parallel num_threads(3) reduction(+ : wrong)
-    {
-      // denoise2 is not for two threads at once, denoise1 is.
-#pragma omp critical
-      wrong += denoised(3) != expected;
-      wrong += hdrDenoised() != expectedHdr;
-    }
-    EXPECT_EQ(wrong, 0) << levels << " levels of teams";
-  }
-  omp_set_max_active_levels(1);
 }
 
 TEST(Host, CallsFromSeveralThreads) {
@@ -161,16 +142,6 @@ TEST(Host, HasNoThreadsLeft) {
   const int status = statusOfScenario("no-threads");
   if (WIFEXITED(status) && WEXITSTATUS(status) == 2) GTEST_SKIP() << "root cannot become a user whose threads end";
   EXPECT_EQ(status, 0);
-}
-
-TEST(Host, ConfiguresTheTeamRuntime) {
-  const std::vector<std::vector<std::string>> environments = {
-      {"OMP_NUM_THREADS=1"},  {"OMP_NUM_THREADS=7"},      {"OMP_THREAD_LIMIT=1"},
-      {"OMP_THREAD_LIMIT=2"}, {"OMP_DYNAMIC=true"},       {"OMP_MAX_ACTIVE_LEVELS=4", "OMP_NUM_THREADS=2,2"},
-      {"OMP_STACKSIZE=64k"},  {"OMP_WAIT_POLICY=passive"}};
-  for (const auto& environment : environments) {
-    EXPECT_EQ(statusOfScenario("digest", environment), 0) << environment[0];
-  }
 }
 
 TEST(Host, HasSmallStacks) {
