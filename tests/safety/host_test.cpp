@@ -1,11 +1,13 @@
 // What hosts do around a call: their own teams and threads, forks, small stacks, ten thousand calls. The library is the
 // shared object itself.
 #include <VeskaroNRLib.h>
+#include <fenv.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <xmmintrin.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -80,6 +82,14 @@ int scenarioDigest() {
   return tool::command::selfTestDigest() == tool::command::kSelfTestExpected ? 0 : 1;
 }
 
+// The library's own threads begin in the host's floating-point environment.
+int scenarioEnvironment() {
+  constexpr unsigned kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040;
+  fesetround(FE_UPWARD);
+  _mm_setcsr(_mm_getcsr() | kFlushToZero | kDenormalsAreZero);
+  return scenarioDigest();
+}
+
 // Threads cannot be created any more.
 int scenarioNoThreads() {
   if (geteuid() == 0 && setuid(65534) != 0) return 2;
@@ -122,6 +132,10 @@ TEST(Host, CallsFromSeveralThreads) {
 
 TEST(Host, Forks) {
   EXPECT_EQ(statusOfScenario("fork"), 0);
+}
+
+TEST(Host, StartsItsThreadsInAnotherEnvironment) {
+  EXPECT_EQ(statusOfScenario("environment"), 0);
 }
 
 TEST(Host, HasNoThreadsLeft) {
@@ -203,6 +217,7 @@ TEST(Host, CallsTenThousandTimes) {
 
 int runScenario(const std::string& name) {
   if (name == "digest") return scenarioDigest();
+  if (name == "environment") return scenarioEnvironment();
   if (name == "fork") return scenarioFork();
   if (name == "no-threads") return scenarioNoThreads();
   return 98;
