@@ -30,6 +30,13 @@ void toComparisonImage(const LevelLayout& layout, std::ptrdiff_t count, const Le
   }
 }
 
+// The comparison image, and the copy of the level that the noise filter works on.
+void prepare(const LevelLayout& layout, int height, const LevelBuffers& b) {
+  const std::ptrdiff_t count = std::ptrdiff_t{layout.width} * height;
+  toComparisonImage(layout, count, b);
+  std::memcpy(b.reduced, b.level, static_cast<std::size_t>(count * layout.pixelFloats) * sizeof(float));
+}
+
 // What all workers of a call are told.
 struct Job {
   LevelLayout layout;
@@ -78,9 +85,7 @@ Band bandOf(const LevelLayout& layout, const Rectangle& area, int workers, int i
 int filterLevel(const LevelLayout& layout, int height, const Rectangle& area, int workers, const LevelBuffers& b,
                 const params::NoiseSettings& noise, const params::SharpenSettings& sharpening) {
   if (layout.width < 1 || height < 1) return area.endRow();
-  const std::ptrdiff_t count = std::ptrdiff_t{layout.width} * height;
-  toComparisonImage(layout, count, b);
-  std::memcpy(b.reduced, b.level, static_cast<std::size_t>(count * layout.pixelFloats) * sizeof(float));
+  prepare(layout, height, b);
   if (workers > 1) {
     return filterOnWorkers(
         {layout, area, workers < platform::kMaxWorkers ? workers : platform::kMaxWorkers, b, noise, sharpening});
@@ -90,6 +95,14 @@ int filterLevel(const LevelLayout& layout, int height, const Rectangle& area, in
     plain::sharpen(layout, area, b, sharpening);
   }
   return area.endRow();
+}
+
+void plain::filterLevel(const LevelLayout& layout, int height, const Rectangle& area, const LevelBuffers& b,
+                        const params::NoiseSettings& noise, const params::SharpenSettings& sharpening) {
+  if (layout.width < 1 || height < 1) return;
+  prepare(layout, height, b);
+  plain::reduceNoise(layout, area, b, noise);
+  plain::sharpen(layout, area, b, sharpening);
 }
 
 }  // namespace veskaro::filters

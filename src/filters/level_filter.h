@@ -13,6 +13,12 @@ namespace veskaro::filters {
 int filterLevel(const pixels::LevelLayout& layout, int height, const pixels::Rectangle& area, int workers,
                 const LevelBuffers& b, const params::NoiseSettings& noise, const params::SharpenSettings& sharpening);
 
+namespace plain {
+// In plain code, which takes no memory beside the buffers.
+void filterLevel(const pixels::LevelLayout& layout, int height, const pixels::Rectangle& area, const LevelBuffers& b,
+                 const params::NoiseSettings& noise, const params::SharpenSettings& sharpening);
+}  // namespace plain
+
 // A worker's view of the level: it begins offset floats into every buffer, a whole number of rows down, where the
 // rectangle keeps the distance from the top that it has in the level.
 struct Band {
