@@ -1,0 +1,72 @@
+#include <cstring>
+
+#include "hdr/rgbe/ybr.h"
+#include "hdr/statistics/log_percentiles.h"
+#include "hdr/statistics/percentile.h"
+
+namespace veskaro::hdr {
+
+namespace {
+
+float logColourSum(const Rgb& colour) {
+  return logOrZero((colour.b + colour.g) + colour.r);
+}
+
+// Calls visit(log colour sum, log luminance) for every pixel of a row.
+template <class Visit>
+void forEachPixel(const ConstRgbeRow& row, int width, const ExponentTable& table, const Visit& visit) {
+  for (int i = 0; i < width; ++i) {
+    const Rgb colour = decode(row, i, table);
+    visit(logColourSum(colour), logLuminance(colour));
+  }
+}
+
+template <class Visit>
+void forEachPixel(const ConstPicture& picture, const Visit& visit) {
+  const ExponentTable table;
+  for (int y = 0; y < picture.size.height; ++y) forEachPixel(picture.row(y), picture.size.width, table, visit);
+}
+
+bool isLikeTheRowAbove(const ConstPicture& picture, int y) {
+  const std::size_t rowBytes = 4 * static_cast<std::size_t>(picture.size.width);
+  return y > 0 && std::memcmp(picture.row(y - 1).r, picture.row(y).r, rowBytes) == 0;
+}
+
+}  // namespace
+
+bool showsSpread(const ConstPicture& picture) {
+  const ExponentTable table;
+  LogPercentiles quantities[kQuantities];
+  for (int y = 0; y < picture.size.height && !haveSpread(quantities); ++y) {
+    if (isLikeTheRowAbove(picture, y)) continue;
+    forEachPixel(picture.row(y), picture.size.width, table, [&](float logSum, float logLuma) {
+      quantities[kColourSum].scale.extend(logSum);
+      quantities[kLuminance].scale.extend(logLuma);
+    });
+  }
+  return haveSpread(quantities);
+}
+
+bool plain::findPercentiles(const ConstPicture& picture, LogPercentiles (&found)[kQuantities]) {
+  LogPercentiles &sum = found[kColourSum], &luma = found[kLuminance];
+  forEachPixel(picture, [&](float logSum, float logLuma) {
+    sum.scale.extend(logSum);
+    luma.scale.extend(logLuma);
+  });
+  if (!haveSpread(found)) return true;
+
+  HeapArray<int> sumHistogram(kLogBins, Fill::kZeros), lumaHistogram(kLogBins, Fill::kZeros);
+  if (!sumHistogram || !lumaHistogram) return false;
+  const float sumBinsPerUnit = sum.scale.binsPerUnit(), lumaBinsPerUnit = luma.scale.binsPerUnit();
+  forEachPixel(picture, [&](float logSum, float logLuma) {
+    ++sumHistogram.data()[sum.scale.binOf(logSum, sumBinsPerUnit)];
+    ++lumaHistogram.data()[luma.scale.binOf(logLuma, lumaBinsPerUnit)];
+  });
+  for (int n = 0; n < kPercentiles; ++n) {
+    sum.bins[n] = percentileBin(kShares[n], picture.size.pixels(), kLogBins, sumHistogram.data());
+    luma.bins[n] = percentileBin(kShares[n], picture.size.pixels(), kLogBins, lumaHistogram.data());
+  }
+  return true;
+}
+
+}  // namespace veskaro::hdr
