@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 install(TARGETS VeskaroNRLib EXPORT VeskaroNRLibTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
 install(FILES ${PROJECT_BINARY_DIR}/libVeskaroNRLib.so DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
-install(FILES ${PROJECT_SOURCE_DIR}/include/VeskaroNRLib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+install(FILES ${PROJECT_SOURCE_DIR}/include/VeskaroNRLib.h ${PROJECT_SOURCE_DIR}/include/veskaronr.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT Development)
 
 # find_package
@@ -47,4 +48,10 @@ if(VESKARO_INSTALL_PYTHON)
   set(VESKARO_PYTHON_DIR ${default} CACHE STRING "Folder of the Python module, below the prefix")
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/veskaronr DESTINATION ${VESKARO_PYTHON_DIR} COMPONENT Python
     FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
+  # By which Python knows the module's version.
+  set(metadata veskaronr-${PROJECT_VERSION}.dist-info/METADATA)
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/python/${metadata} @ONLY
+    CONTENT "Metadata-Version: 2.1\nName: veskaronr\nVersion: @PROJECT_VERSION@\nRequires-Dist: numpy>=1.21\n")
+  install(FILES ${PROJECT_BINARY_DIR}/python/${metadata} COMPONENT Python
+    DESTINATION ${VESKARO_PYTHON_DIR}/veskaronr-${PROJECT_VERSION}.dist-info)
 endif()

@@ -9,6 +9,8 @@ Python threads run meanwhile. The library is looked for in the file that the env
 VESKARONR_LIBRARY names, then beside the installation this module belongs to, then where the system looks.
 """
 
+from importlib.metadata import PackageNotFoundError, version
+
 from ._denoise import denoise, profile
 from ._library import (
     ArgumentError,
@@ -20,7 +22,10 @@ from ._library import (
 from ._params import PARAM_COUNT, Params, Profile
 from ._rgbe import denoise_rgbe
 
-__version__ = "1.0.0"
+try:
+    __version__ = version(__name__)
+except PackageNotFoundError:  # used from the source tree
+    __version__ = "0+unknown"
 
 __all__ = [
     "ArgumentError",

@@ -8,6 +8,7 @@
 #include "hdr/chroma/chroma.h"
 #include "hdr/luminance/luminance.h"
 #include "hdr/statistics/statistics.h"
+#include "platform/heap_array.h"
 
 namespace veskaro::hdr {
 
@@ -57,7 +58,7 @@ bool sizeAccepted(const PictureSize& size) {
 
 int denoiseHdr(const HdrSettings& settings, const Picture& picture, const Picture& result) {
   // The vector forms never touch it, so that it takes up no memory then; the plain ones fill before they read.
-  HeapArray<float> workMemory(kWorkPlanes * picture.size.pixels(), Fill::kNothing);
+  platform::HeapArray<float> workMemory(kWorkPlanes * picture.size.pixels(), platform::Fill::kNothing);
   if (!workMemory) return NR_ERROR_MEMORY;
   unsigned char* const work = reinterpret_cast<unsigned char*>(workMemory.data());
 

@@ -44,6 +44,7 @@ int hdr_stats(int /*denoisingProc*/, int iMax, int jMax, int /*rowStride*/, int 
 }
 
 int percentileD(float perc, size_t imageSize, int histoLen, int* histo) {
+  const veskaro::platform::DefaultFpEnvironment environment;
   return hdr::percentileBin(perc, imageSize, histoLen, histo);
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "hdr/rgbe/picture_memory.h"
+#include "platform/heap_array.h"
 
 namespace veskaro::hdr {
 
@@ -58,7 +59,8 @@ void shrinkDetails(const LevelPlanes& planes, CurveOfLevel&& curveOfLevel) {
 // Runs a stage, which needs a line of its picture's longer side. False when there is no memory for it.
 template <class Stage, class Job>
 bool runWithLine(const Job& job) {
-  HeapArray<float> line(static_cast<std::size_t>(std::max(job.in.size.width, job.in.size.height)), Fill::kNothing);
+  platform::HeapArray<float> line(static_cast<std::size_t>(std::max(job.in.size.width, job.in.size.height)),
+                                  platform::Fill::kNothing);
   if (!line) return false;
   Stage(job).run(line.data());
   return true;

@@ -3,6 +3,7 @@
 #include "hdr/rgbe/ybr.h"
 #include "hdr/statistics/log_percentiles.h"
 #include "hdr/statistics/percentile.h"
+#include "platform/heap_array.h"
 
 namespace veskaro::hdr {
 
@@ -56,7 +57,8 @@ bool plain::findPercentiles(const ConstPicture& picture, LogPercentiles (&found)
   forEachPixel(picture, [&found](float logSum, float logLuma) { extend(found, logSum, logLuma); });
   if (!haveSpread(found)) return true;
 
-  HeapArray<int> sumHistogram(kLogBins, Fill::kZeros), lumaHistogram(kLogBins, Fill::kZeros);
+  platform::HeapArray<int> sumHistogram(kLogBins, platform::Fill::kZeros),
+      lumaHistogram(kLogBins, platform::Fill::kZeros);
   if (!sumHistogram || !lumaHistogram) return false;
   const float sumBinsPerUnit = sum.scale.binsPerUnit(), lumaBinsPerUnit = luma.scale.binsPerUnit();
   forEachPixel(picture, [&](float logSum, float logLuma) {

@@ -7,6 +7,7 @@
 #include "hdr/statistics/counting.h"
 #include "hdr/statistics/log_percentiles.h"
 #include "hdr/statistics/percentile.h"
+#include "platform/heap_array.h"
 #include "simd/rows.h"
 
 namespace veskaro::hdr {
@@ -177,7 +178,7 @@ simd::VectorResult vectors::findPercentiles(const ConstPicture& picture, LogPerc
   if (picture.size.pixels() < kWorthwhile || !vectors::canCount(picture.size)) {
     return simd::VectorResult::kPlainFormNeeded;
   }
-  HeapArray<Tables> tables(1, Fill::kNothing);
+  platform::HeapArray<Tables> tables(1, platform::Fill::kNothing);
   if (!tables) return simd::VectorResult::kNoMemory;
   PercentileSearch search(picture, tables.data());
   search.narrow();
