@@ -55,10 +55,12 @@ class BracketQueue {
  public:
   explicit BracketQueue(QuantityCounts* counts) : counts_(counts) {}
 
-  HWY_INLINE void add(VI bits, hn::Mask<Ints> chosen) {
-    queued_ += storeChosen(bits, chosen, values_ + queued_);
-    if (HWY_UNLIKELY(queued_ > kRoom)) empty();
+  // Has to come before so many values, up to kRoom, are looked at.
+  void makeRoom(int values) {
+    if (queued_ > kRoom - values) empty();
   }
+
+  HWY_INLINE void add(VI bits, hn::Mask<Ints> chosen) { queued_ += storeChosen(bits, chosen, values_ + queued_); }
 
   void empty() {
     Bracket(&brackets)[kPercentiles] = counts_->brackets;
@@ -86,7 +88,7 @@ class BracketQueue {
     }
   }
 
-  static constexpr int kRoom = 1024;
+  static constexpr int kRoom = 2048;
   QuantityCounts* counts_;
   int queued_ = 0;
   std::int32_t values_[kRoom + 2 * HWY_LANES(float)];
@@ -114,6 +116,7 @@ class QuantityLanes {
       *below = hn::Sub(*below, hn::VecFromMask(d, isBelow));  // a mask's lanes are 0 or -1
       return hn::AndNot(isBelow, hn::Lt(bits, to));
     };
+    queue_.makeRoom(columns);
     for (int x = 0; x < columns; x += lanes()) {
       const VI bits = hn::Load(d, values + x);
       queue_.add(bits, hn::Or(hn::Or(isInside(bits, first0, end0, &below0), isInside(bits, first1, end1, &below1)),

@@ -13,19 +13,22 @@ float logColourSum(const Rgb& colour) {
   return logOrZero((colour.b + colour.g) + colour.r);
 }
 
-// Calls visit(log colour sum, log luminance) for every pixel of a row.
-template <class Visit>
-void forEachPixel(const ConstRgbeRow& row, int width, const ExponentTable& table, const Visit& visit) {
-  for (int i = 0; i < width; ++i) {
-    const Rgb colour = decode(row, i, table);
-    visit(logColourSum(colour), logLuminance(colour));
-  }
-}
-
+// Calls visit(log colour sum, log luminance) for every pixel.
 template <class Visit>
 void forEachPixel(const ConstPicture& picture, const Visit& visit) {
   const ExponentTable table;
-  for (int y = 0; y < picture.size.height; ++y) forEachPixel(picture.row(y), picture.size.width, table, visit);
+  for (int y = 0; y < picture.size.height; ++y) {
+    const ConstRgbeRow row = picture.row(y);
+    for (int i = 0; i < picture.size.width; ++i) {
+      const Rgb colour = decode(row, i, table);
+      visit(logColourSum(colour), logLuminance(colour));
+    }
+  }
+}
+
+void extend(LogPercentiles (&quantities)[kQuantities], float logSum, float logLuma) {
+  quantities[kColourSum].scale.extend(logSum);
+  quantities[kLuminance].scale.extend(logLuma);
 }
 
 bool isLikeTheRowAbove(const ConstPicture& picture, int y) {
@@ -38,22 +41,20 @@ bool isLikeTheRowAbove(const ConstPicture& picture, int y) {
 bool showsSpread(const ConstPicture& picture) {
   const ExponentTable table;
   LogPercentiles quantities[kQuantities];
-  for (int y = 0; y < picture.size.height && !haveSpread(quantities); ++y) {
+  for (int y = 0; y < picture.size.height; ++y) {
     if (isLikeTheRowAbove(picture, y)) continue;
-    forEachPixel(picture.row(y), picture.size.width, table, [&](float logSum, float logLuma) {
-      quantities[kColourSum].scale.extend(logSum);
-      quantities[kLuminance].scale.extend(logLuma);
-    });
+    for (int i = 0; i < picture.size.width; ++i) {
+      const Rgb colour = decode(picture.row(y), i, table);
+      extend(quantities, logColourSum(colour), logLuminance(colour));
+      if (haveSpread(quantities)) return true;
+    }
   }
-  return haveSpread(quantities);
+  return false;
 }
 
 bool plain::findPercentiles(const ConstPicture& picture, LogPercentiles (&found)[kQuantities]) {
   LogPercentiles &sum = found[kColourSum], &luma = found[kLuminance];
-  forEachPixel(picture, [&](float logSum, float logLuma) {
-    sum.scale.extend(logSum);
-    luma.scale.extend(logLuma);
-  });
+  forEachPixel(picture, [&found](float logSum, float logLuma) { extend(found, logSum, logLuma); });
   if (!haveSpread(found)) return true;
 
   platform::HeapArray<int> sumHistogram(kLogBins, platform::Fill::kZeros),
