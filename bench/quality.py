@@ -35,7 +35,8 @@ class Noise(ctypes.Structure):
                 ("blocks", ctypes.c_int64), ("blocks_seen", ctypes.c_int64), ("blocks_usable", ctypes.c_int64),
                 ("grain", ctypes.c_int32), ("sigma", ctypes.c_float * 3), ("correlation", ctypes.c_float),
                 ("blotches", ctypes.c_float), ("luma", ctypes.c_float), ("chroma", ctypes.c_float),
-                ("coarse_chroma", ctypes.c_float), ("texture_guard", ctypes.c_float)]
+                ("coarse_chroma", ctypes.c_float), ("texture_guard", ctypes.c_float),
+                ("structure", ctypes.c_float)]
 
 
 class Settings(ctypes.Structure):

@@ -197,9 +197,10 @@ enum vnr_reason {
 /** How the second measurement went. */
 enum vnr_grain {
   VNR_GRAIN_UNKNOWN = 0,  /**< below 16 x 16 pixels, or no block seen: no noise is assumed */
-  VNR_GRAIN_MEASURED = 1,
-  VNR_GRAIN_TEXTURED = 2  /**< no smooth block: even the smoothest have more structure than noise alone would show. What
-                               was read may be texture, so the milder of the readings was taken */
+  VNR_GRAIN_MEASURED = 1, /**< from smooth blocks */
+  VNR_GRAIN_TEXTURED = 2  /**< no smooth block: the smoothest of those that are hardly clipped read much more than the
+                               smoothest of those that are up to a quarter, or half, clipped (3/4 and 0.55 of it, or
+                               less), so they are texture. The milder reading was taken */
 };
 
 /** What was measured. */
@@ -223,6 +224,8 @@ typedef struct vnr_noise {
   float chroma;          /**< of fine chroma details */
   float coarse_chroma;   /**< of coarse chroma details */
   float texture_guard;   /**< share of the luminance reading that luma is, 0 to 1; the rest was taken for texture */
+  float structure;       /**< deviation of middle luminance details in the median block, noise and picture: how much there
+                              is to lose */
 } vnr_noise;
 
 enum vnr_role {

@@ -20,6 +20,10 @@ struct ByKind {
 constexpr double kRolloffOfLuma = 12.4, kPowerOfLuma = 1.05;
 constexpr double kRolloffOfBlotches = 6.2;  // blotches are larger than the fine noise tells
 
+// A picture full of fine structure loses more to the filter than one of smooth planes, from which R may be a little
+// larger: a power of what the median block shows over the noise, within bounds.
+constexpr double kUsualStructure = 2.7, kPowerOfStructure = -0.35, kLeastByStructure = 0.6, kMostByStructure = 1.1;
+
 // The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would only
 // smooth structure; smoothed noise has its energy there; blotches have nearly all of it there.
 constexpr ByKind kLevel1 = {0.095, 0.391, 0.8};
@@ -62,7 +66,7 @@ class Rule {
   Rule(const NoiseForBest& noise, float strength)
       : smoothed_(static_cast<double>(noise.correlation)),
         blotches_(static_cast<double>(noise.blotches)),
-        rolloff_(rolloffOf(noise) * static_cast<double>(strength)) {}
+        rolloff_(rolloffOf(noise) * lerp(byStructure(noise), 1.0, blotches_) * static_cast<double>(strength)) {}
 
   double of(const ByKind& k) const { return lerp(lerp(k.white, k.smoothed, smoothed_), k.blotches, blotches_); }
 
@@ -78,10 +82,17 @@ class Rule {
   }
 
  private:
-  double rolloffOf(const NoiseForBest& noise) const {
+  static double lumaOf(const NoiseForBest& noise) {
     constexpr double kLeast = 0.001;
-    const double luma = static_cast<double>(noise.luma) > kLeast ? static_cast<double>(noise.luma) : kLeast;
-    const double fine = kRolloffOfLuma * std::pow(luma, kPowerOfLuma);
+    return static_cast<double>(noise.luma) > kLeast ? static_cast<double>(noise.luma) : kLeast;
+  }
+  static double byStructure(const NoiseForBest& noise) {
+    const double structure = static_cast<double>(noise.structure) / lumaOf(noise) / kUsualStructure;
+    const double factor = std::pow(structure, kPowerOfStructure);  // infinite without structure
+    return factor < kLeastByStructure ? kLeastByStructure : factor < kMostByStructure ? factor : kMostByStructure;
+  }
+  double rolloffOf(const NoiseForBest& noise) const {
+    const double fine = kRolloffOfLuma * std::pow(lumaOf(noise), kPowerOfLuma);
     if (!(blotches_ > 0.0)) return fine;
     const double coarse = kRolloffOfBlotches * static_cast<double>(noise.coarseChroma);
     return std::pow(fine, 1.0 - blotches_) * std::pow(coarse, blotches_);

@@ -39,6 +39,7 @@ void takeByScale(const measure::NoiseByScale& from, vnr_noise* noise) {
   noise->chroma = from.chroma;
   noise->coarse_chroma = from.coarseChroma;
   noise->texture_guard = from.kept;
+  noise->structure = from.structure;
 }
 
 vnr_settings usualSettings(float linearScale, int rounding) {
@@ -61,7 +62,7 @@ void evenOutLinear(const vnr_noise& noise, vnr_settings* settings) {
 bool isMeasurement(const vnr_noise& n) {
   const auto isDeviation = [](float v) { return std::isfinite(v) && v >= 0.0f; };
   const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
-  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isShare(n.correlation) && isShare(n.blotches) &&
+  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isDeviation(n.structure) && isShare(n.correlation) && isShare(n.blotches) &&
          std::isfinite(n.linear_scale);
 }
 
@@ -98,7 +99,8 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
 
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
   vnr_settings s = usualSettings(noise.linear_scale, VNR_ROUND_FINEST);
-  params::setBest({noise.luma, noise.coarse_chroma, noise.correlation, noise.blotches}, strength, s.params);
+  params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches}, strength,
+                  s.params);
   evenOutLinear(noise, &s);
   return s;
 }

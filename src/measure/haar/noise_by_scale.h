@@ -18,6 +18,7 @@ struct NoiseByScale {
   float correlation = 0.0f;   // 0 white, 1 smoothed
   float blotches = 0.0f;      // 0 none, 1 blotches of colour
   float kept = 1.0f;          // share of the luminance reading that is noise and no texture
+  float structure = 0.0f;     // deviation of the median block's middle details, noise and picture
   float sigma[3] = {};        // of red, green and blue at mid grey
 };
 
