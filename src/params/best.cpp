@@ -22,7 +22,11 @@ constexpr double kRolloffOfBlotches = 6.2;  // blotches are larger than the fine
 
 // A picture full of fine structure loses more to the filter than one of smooth planes, from which R may be a little
 // larger: a power of what the median block shows over the noise, within bounds.
-constexpr double kUsualStructure = 2.7, kPowerOfStructure = -0.35, kLeastByStructure = 0.6, kMostByStructure = 1.1;
+constexpr double kUsualStructure = 3.2, kPowerOfStructure = -0.35, kLeastByStructure = 0.6, kMostByStructure = 1.2;
+
+// Square roots of linear light have their strongest noise in the deepest shadows, where the smoothest blocks seldom lie;
+// and what is bright has so much of a range that structure there is no measure.
+constexpr double kRolloffOfLinear = 1.35;
 
 // The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would only
 // smooth structure; smoothed noise has its energy there; blotches have nearly all of it there.
@@ -66,7 +70,7 @@ class Rule {
   Rule(const NoiseForBest& noise, float strength)
       : smoothed_(static_cast<double>(noise.correlation)),
         blotches_(static_cast<double>(noise.blotches)),
-        rolloff_(rolloffOf(noise) * lerp(byStructure(noise), 1.0, blotches_) * static_cast<double>(strength)) {}
+        rolloff_(rolloffOf(noise) * lerp(ofPicture(noise), 1.0, blotches_) * static_cast<double>(strength)) {}
 
   double of(const ByKind& k) const { return lerp(lerp(k.white, k.smoothed, smoothed_), k.blotches, blotches_); }
 
@@ -86,7 +90,8 @@ class Rule {
     constexpr double kLeast = 0.001;
     return static_cast<double>(noise.luma) > kLeast ? static_cast<double>(noise.luma) : kLeast;
   }
-  static double byStructure(const NoiseForBest& noise) {
+  static double ofPicture(const NoiseForBest& noise) {
+    if (noise.isLinear) return kRolloffOfLinear;
     const double structure = static_cast<double>(noise.structure) / lumaOf(noise) / kUsualStructure;
     const double factor = std::pow(structure, kPowerOfStructure);  // infinite without structure
     return factor < kLeastByStructure ? kLeastByStructure : factor < kMostByStructure ? factor : kMostByStructure;

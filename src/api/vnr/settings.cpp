@@ -99,8 +99,9 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
 
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
   vnr_settings s = usualSettings(noise.linear_scale, VNR_ROUND_FINEST);
-  params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches}, strength,
-                  s.params);
+  params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches,
+                   noise.encoding == VNR_LINEAR},
+                  strength, s.params);
   evenOutLinear(noise, &s);
   return s;
 }
