@@ -50,9 +50,8 @@ bool FragmentOf<kSize>::isFull() const {
 template <int kSize>
 pixels::PictureView FragmentOf<kSize>::view(int x, int y) {
   const auto plane = [this](int k) { return reinterpret_cast<unsigned char*>(values[k]); };
-  return {pixels::SampleType::kFloat32,   false,
-          {plane(0), plane(1), plane(2)}, sizeof(float),
-          sizeof(float) * kSize,          {x, x + kSize, y, y + kSize}};
+  return {pixels::SampleType::kFloat32, false, {plane(0), plane(1), plane(2)}, sizeof(float), sizeof(float) * kSize,
+          {x, x + kSize, y, y + kSize}};
 }
 
 template <int kSize>

@@ -13,8 +13,8 @@ namespace veskaro::measure {
 template <int kSize>
 struct FragmentOf {
   std::int64_t block;
-  std::uint32_t filled[kSize];      // a bit a pixel, a word a row
-  float values[3][kSize][kSize];    // display: working values; linear: the samples
+  std::uint32_t filled[kSize];    // a bit a pixel, a word a row
+  float values[3][kSize][kSize];  // display: working values; linear: the samples
 
   bool isFull() const;
   // As a picture, whose first pixel is (x, y) of the whole one.

@@ -142,8 +142,7 @@ bool isOfSize(const Header& h, std::size_t size) {
 std::size_t stateBytes(const Measurement& m) {
   const HaarBlocks& haar = m.haarBlocks();
   return sizeof(Header) + static_cast<std::size_t>(m.table().count()) * sizeof(BlockRecord) +
-         m.fragments().count() * sizeof(Fragment) +
-         static_cast<std::size_t>(haar.grid().count()) * sizeof(HaarRecord) +
+         m.fragments().count() * sizeof(Fragment) + static_cast<std::size_t>(haar.grid().count()) * sizeof(HaarRecord) +
          haar.fragments().count() * sizeof(HaarFragment);
 }
 

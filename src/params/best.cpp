@@ -24,12 +24,12 @@ constexpr double kRolloffOfBlotches = 6.2;  // blotches are larger than the fine
 // larger: a power of what the median block shows over the noise, within bounds.
 constexpr double kUsualStructure = 3.2, kPowerOfStructure = -0.35, kLeastByStructure = 0.6, kMostByStructure = 1.2;
 
-// Square roots of linear light have their strongest noise in the deepest shadows, where the smoothest blocks seldom lie;
-// and what is bright has so much of a range that structure there is no measure.
+// Square roots of linear light have their strongest noise in the deepest shadows, where the smoothest blocks seldom
+// lie; and what is bright has so much of a range that structure there is no measure.
 constexpr double kRolloffOfLinear = 1.35;
 
-// The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would only
-// smooth structure; smoothed noise has its energy there; blotches have nearly all of it there.
+// The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would
+// only smooth structure; smoothed noise has its energy there; blotches have nearly all of it there.
 constexpr ByKind kLevel1 = {0.095, 0.391, 0.8};
 constexpr ByKind kLevel2 = {0.06, 0.2, 0.36};
 constexpr ByKind kLevel3 = {0.03, 0.05, 0.23};
@@ -54,10 +54,10 @@ struct Fixed {
   float value;
 };
 constexpr Fixed kFixed[] = {
-    {NR_HIGHLIGHT_NOISE, 0.7f},      // what the measurement evens out by
-    {NR_LEVEL0_NOISE, 1.0f},         // R is that of the finest level
-    {NR_LEVEL0_AMOUNT, 1.06f},       // a pixel's own noise, of which its neighbours' mean keeps a rest
-    {NR_HIGHLIGHT_START, 1000.0f},   // highlights are filtered like all else
+    {NR_HIGHLIGHT_NOISE, 0.7f},     // what the measurement evens out by
+    {NR_LEVEL0_NOISE, 1.0f},        // R is that of the finest level
+    {NR_LEVEL0_AMOUNT, 1.06f},      // a pixel's own noise, of which its neighbours' mean keeps a rest
+    {NR_HIGHLIGHT_START, 1000.0f},  // highlights are filtered like all else
     {NR_HIGHLIGHT_WIDTH, 100.0f},
 };
 

@@ -62,8 +62,8 @@ void evenOutLinear(const vnr_noise& noise, vnr_settings* settings) {
 bool isMeasurement(const vnr_noise& n) {
   const auto isDeviation = [](float v) { return std::isfinite(v) && v >= 0.0f; };
   const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
-  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isDeviation(n.structure) && isShare(n.correlation) && isShare(n.blotches) &&
-         std::isfinite(n.linear_scale);
+  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isDeviation(n.structure) && isShare(n.correlation) &&
+         isShare(n.blotches) && std::isfinite(n.linear_scale);
 }
 
 }  // namespace
