@@ -70,12 +70,14 @@ VESKARONR_API int vnr_version(void);
 /** @defgroup pictures Pictures as hosts have them
  * @{ */
 
+/** What a sample is. */
 enum vnr_type {
   VNR_UINT8 = 1,
   VNR_UINT16 = 2, /**< native byte order, any alignment */
   VNR_FLOAT32 = 3 /**< native byte order, any alignment */
 };
 
+/** What a float stands for. */
 enum vnr_encoding {
   VNR_DISPLAY = 0, /**< values as they are displayed (sRGB and the like); filtered as they are */
   VNR_LINEAR = 1   /**< floats proportional to light; filtered as square roots, which evens out their noise */
@@ -91,22 +93,27 @@ enum vnr_encoding {
  * Inside, samples are on the 8-bit working scale: integers times 256 / (white + 1), floats times 255 / white; linear ones
  * sign(v) * sqrt(|v| / s) * 255 with the scale s of the settings. */
 typedef struct vnr_picture {
-  size_t struct_size;
+  size_t struct_size; /**< sizeof(vnr_picture) */
   int32_t type;           /**< vnr_type */
   int32_t channels;       /**< 3: red, green, blue; 1: grey, filtered as three equal channels, of which green comes out */
   int32_t encoding;       /**< vnr_encoding; VNR_LINEAR for floats only */
   float white;            /**< largest value; 0: 255, 65535, or 1.0. Integers: 2^n - 1 (1023 for 10 bits in 16), and
                                samples above it count as it; floats: any positive number; not used when linear */
-  int32_t x, y;           /**< place of the first pixel in the whole picture; 0, 0 for a whole one */
-  int32_t width, height;  /**< in pixels, of this piece */
+  int32_t x;              /**< column of the first pixel in the whole picture; 0 for a whole one */
+  int32_t y;              /**< row of it */
+  int32_t width;          /**< in pixels, of this piece */
+  int32_t height;         /**< in pixels, of this piece */
   void* channel[3];       /**< first samples of red, green and blue; grey: channel[0]. Only read in an input */
   ptrdiff_t pixel_stride; /**< bytes from a pixel to the one to its right; may be negative */
   ptrdiff_t row_stride;   /**< bytes from a row to the one below; may be negative */
 } vnr_picture;
 
+/** Part of a picture, in its pixels. */
 typedef struct vnr_rectangle {
-  int32_t x0, x1; /**< first and end column */
-  int32_t y0, y1; /**< first and end row */
+  int32_t x0; /**< first column */
+  int32_t x1; /**< end column */
+  int32_t y0; /**< first row */
+  int32_t y1; /**< end row */
 } vnr_rectangle;
 
 /** A whole picture of pixels without gaps between them.
@@ -154,7 +161,7 @@ static inline vnr_picture vnr_piece(vnr_picture p, vnr_rectangle r) {
 
 /** How a call runs; a null pointer to one takes the defaults. */
 typedef struct vnr_control {
-  size_t struct_size;
+  size_t struct_size; /**< sizeof(vnr_control) */
   int32_t threads; /**< at most this many, the caller included; 0: one a processor that the process may use. The bytes
                         are the same whatever it is. */
   /** Runs job(argument, 0) to job(argument, count - 1), each once, on threads of the host's choosing, and returns 0 when
@@ -180,8 +187,10 @@ typedef struct vnr_control {
  * Their blocks are measured as square roots, without cutting off.
  * @{ */
 
+/** What has been seen of a picture so far. */
 typedef struct vnr_measurement vnr_measurement;
 
+/** Why a noise level is not known. */
 enum vnr_reason {
   VNR_MEASURED = 0,
   VNR_NO_USABLE_BLOCK = 1, /**< below 32 x 32 pixels, or every block nearly black, nearly white, or flat */
@@ -190,7 +199,7 @@ enum vnr_reason {
 
 /** What was measured. */
 typedef struct vnr_noise {
-  size_t struct_size;
+  size_t struct_size; /**< sizeof(vnr_noise) */
   int32_t reason;        /**< vnr_reason; but for VNR_MEASURED the level is unknown and settings are the defaults */
   int32_t encoding;      /**< of the picture */
   float level;           /**< noise level that denoise2 works with at strength 1, >= 15; 0 when not measured */
@@ -201,6 +210,7 @@ typedef struct vnr_noise {
   int64_t blocks_usable; /**< of these, neither nearly black, nearly white, nor flat */
 } vnr_noise;
 
+/** What a block has to do with the result. */
 enum vnr_role {
   VNR_BLOCK_UNUSABLE = 0,
   VNR_BLOCK_USABLE = 1,
@@ -210,7 +220,8 @@ enum vnr_role {
 
 /** One block as it was measured. */
 typedef struct vnr_block {
-  int32_t column, row; /**< in blocks */
+  int32_t column;      /**< counted in blocks */
+  int32_t row;         /**< counted in blocks */
   int32_t brightness;  /**< mean of its samples on the working scale, 0 to 255 */
   int32_t role;        /**< vnr_role */
   float deviation;     /**< mean difference of neighbours, evened out over brightness */
@@ -218,6 +229,8 @@ typedef struct vnr_block {
 
 /** Measures a whole picture in one call.
  *
+ * @param picture the whole, at 0, 0
+ * @param control null, or how to run; there is no progress to tell
  * @param noise receives the result; struct_size set by the host
  * @return VNR_OK also when nothing could be measured: noise->reason tells. */
 VESKARONR_API int vnr_measure(const vnr_picture* picture, const vnr_control* control, vnr_noise* noise);
@@ -238,14 +251,18 @@ VESKARONR_API int vnr_measure_finish(const vnr_measurement* measurement, vnr_noi
 
 /** The blocks seen so far, row by row, with their roles.
  *
- * @param blocks receives the first capacity of them; null with capacity 0
+ * @param measurement stays open
+ * @param blocks receives the first of them; null with capacity 0
+ * @param capacity how many there is room for
  * @param count receives how many there are */
 VESKARONR_API int vnr_measure_blocks(const vnr_measurement* measurement, vnr_block* blocks, size_t capacity,
                                      size_t* count);
 
 /** Writes a measurement as plain bytes, for another process on a machine of the same byte order.
  *
+ * @param measurement stays open
  * @param bytes receives them when capacity suffices; null with capacity 0
+ * @param capacity how many there is room for
  * @param size receives how many there are
  * @return VNR_OK; VNR_ERROR_SIZE when capacity is not 0 and does not suffice. */
 VESKARONR_API int vnr_measure_save(const vnr_measurement* measurement, void* bytes, size_t capacity, size_t* size);
@@ -261,6 +278,7 @@ VESKARONR_API void vnr_measure_end(vnr_measurement* measurement);
 /** @defgroup settings Settings
  * @{ */
 
+/** How results become samples. */
 enum vnr_rounding {
   VNR_ROUND_AUTO = 0,     /**< integers VNR_ROUND_TRUNCATE, floats VNR_ROUND_NONE */
   VNR_ROUND_TRUNCATE = 1, /**< as denoise2: cut off to whole samples before the final blend and after it; floats: to
@@ -272,7 +290,7 @@ enum vnr_rounding {
 
 /** All that decides what the filters do. */
 typedef struct vnr_settings {
-  size_t struct_size;
+  size_t struct_size; /**< sizeof(vnr_settings) */
   float params[NR_PARAM_COUNT]; /**< by nr_param of VeskaroNRLib.h, every entry in force as it stands: NR_NOISE_LEVEL is
                                      the noise level, never a strength, and nothing is measured or overwritten */
   float recon_threshold;        /**< colour distance up to which two pixels count as equal between levels; 10 */
@@ -297,6 +315,7 @@ VESKARONR_API int vnr_settings_classic(const vnr_noise* noise, float strength, v
  * that it touches, so every piece has the bytes of the whole.
  * @{ */
 
+/** The tiles of a picture and the settings to filter them with. */
 typedef struct vnr_plan vnr_plan;
 
 /** Plans a picture of this size, to be ended with vnr_plan_end. The settings are copied. */
@@ -305,6 +324,8 @@ VESKARONR_API int vnr_plan_begin(int32_t width, int32_t height, const vnr_settin
 /** What a wanted rectangle takes and what the tiles that it touches yield. Pieces cut as write is (or the picture's own
  * strips of tile rows) filter no tile twice.
  *
+ * @param plan of the picture
+ * @param wanted any part of it
  * @param read receives what the input has to hold: up to 32 pixels beyond those tiles
  * @param write receives what may be written with that input; it contains wanted. May be null. */
 VESKARONR_API int vnr_plan_cover(const vnr_plan* plan, const vnr_rectangle* wanted, vnr_rectangle* read,
@@ -312,6 +333,7 @@ VESKARONR_API int vnr_plan_cover(const vnr_plan* plan, const vnr_rectangle* want
 
 /** Filters what the output piece covers.
  *
+ * @param plan of the picture
  * @param in holds at least what vnr_plan_cover tells for the output's rectangle
  * @param out receives its rectangle's pixels; type, channels, encoding and white as in. Must not share samples with in
  * @param control null, or how to run */
@@ -323,7 +345,10 @@ VESKARONR_API void vnr_plan_end(vnr_plan* plan);
 
 /** Filters a whole picture in one call.
  *
- * @param settings null: what is measured, at strength 1, as vnr_settings_classic gives it */
+ * @param in the whole, at 0, 0
+ * @param out receives it; must be alike and not share samples with in
+ * @param settings null: what is measured, at strength 1, as vnr_settings_classic gives it
+ * @param control null, or how to run */
 VESKARONR_API int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_settings* settings,
                               const vnr_control* control);
 

@@ -32,7 +32,9 @@ class Documents(unittest.TestCase):
 
     def test_what_the_readme_shows_works(self):
         text = (SOURCE / "README.md").read_text()
-        blocks = dict(re.findall(r"^```(c|python)\n(.*?)^```", text, re.S | re.M))
+        blocks = {"c": "", "python": ""}
+        for language, block in re.findall(r"^```(c|python)\n(.*?)^```", text, re.S | re.M):
+            blocks[language] += block
         with tempfile.TemporaryDirectory() as folder:
             folder = pathlib.Path(folder)
             (folder / "shown.c").write_text(blocks["c"])
