@@ -11,6 +11,6 @@ frames = [add_noise(scene, seed=seed) for seed in range(6)]
 settings = veskaronr.measure(frames[0]).settings()
 
 with ThreadPoolExecutor(2) as pool:
-    results = list(pool.map(lambda frame: veskaronr.denoise(frame, settings=settings, threads=1), frames))
-for number, result in enumerate(results):
-    write(f"series_{number}.png", result)
+    results = pool.map(lambda frame: veskaronr.denoise(frame, settings=settings, threads=1), frames)
+    for number, result in enumerate(results):
+        write(f"series_{number}.png", result)
