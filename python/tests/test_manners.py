@@ -24,7 +24,7 @@ import numpy as np
 
 import veskaronr
 
-BIG = np.random.default_rng(1).normal(128, 12, (6000, 6000)).astype(np.uint8)[..., None].repeat(3, 2)
+BIG = np.tile(np.random.default_rng(1).normal(128, 12, (600, 600, 3)).astype(np.uint8), (10, 10, 1))
 SMALL = BIG[:400, :500]
 
 

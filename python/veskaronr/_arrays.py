@@ -12,6 +12,7 @@ from numpy.typing import ArrayLike, NDArray
 from ._library import CPicture, sized
 
 _MOST_PIXELS = 0x3FFFFFFF  # along one side
+_BAND_BYTES = 1 << 20
 _TYPES = {np.dtype(np.uint8): 1, np.dtype(np.uint16): 2, np.dtype(np.float32): 3}
 _PIXEL_MODES = ("L", "RGB", "RGBA", "RGBX", "F")  # of PIL's images, besides those of 16 bits
 
@@ -66,11 +67,25 @@ def is_direct(array: Array) -> bool:
     return array.dtype.isnative and array.dtype in _TYPES and lies_apart(array)
 
 
+def copy_into(target: Array, source: Array) -> None:
+    """``target[...] = source``, in bands of rows: Ctrl-C gets through between them."""
+    rows = max(1, _BAND_BYTES // max(1, target[:1].nbytes))
+    with np.errstate(over="ignore"):  # what float32 cannot hold becomes infinite, and is refused as such
+        for y in range(0, len(target), rows):
+            target[y : y + rows] = source[y : y + rows]
+
+
+def _new_direct(like: Array) -> Array:
+    """New memory for such an array, which the library can work on."""
+    return np.empty(like.shape, np.float32 if like.dtype.kind == "f" else like.dtype.newbyteorder("="))
+
+
 def _direct(array: Array) -> Array:
     if is_direct(array):
         return array
-    with np.errstate(over="ignore"):  # what float32 cannot hold becomes infinite, and is refused as such
-        return array.astype(np.float32 if array.dtype.kind == "f" else array.dtype.newbyteorder("="), order="C")
+    copy = _new_direct(array)
+    copy_into(copy, array)
+    return copy
 
 
 def result_array(out: Any, shape: tuple[int, ...], image: Array) -> Array:
@@ -186,14 +201,16 @@ class Format:
 def filter_view(view: Array, target: Array, run: Callable[[Array, Array], None], x: int = 0, y: int = 0) -> None:
     """Lets ``run`` write the colours of ``target``, by way of memory that the library can work on, and keeps alpha. The
     target's first pixel is (x, y) of the view."""
-    if is_direct(target):
+    interlocked = view.strides != target.strides and np.may_share_memory(view, target)  # apart, but not for the library
+    if is_direct(target) and not interlocked:
         run(view, target)
     else:
-        result = np.empty(target.shape, np.float32 if target.dtype.kind == "f" else target.dtype.newbyteorder("="))
+        result = _new_direct(target)
         run(view, result)
-        target[..., :3] = result[..., :3]
-    height, width, _ = target.shape
-    target[..., 3:] = view[y : y + height, x : x + width, 3:]
+        copy_into(target[..., :3], result[..., :3])
+    height, width, channels = target.shape
+    if channels == 4:
+        copy_into(target[..., 3:], view[y : y + height, x : x + width, 3:])
 
 
 def integers(what: str, values: Iterable[Any], count: int) -> list[int]:

@@ -7,7 +7,7 @@ from typing import Any, Optional
 import numpy as np
 from numpy.typing import NDArray
 
-from ._arrays import Array, ImageLike, result_array, to_array
+from ._arrays import Array, ImageLike, copy_into, result_array, to_array
 from ._errors import rgbe_error_of
 from ._library import CControl, c_library
 from ._run import Progress, Runner, SupportsIsSet
@@ -78,7 +78,7 @@ def denoise_rgbe(
     sources, targets = _row_planar(array, axis), _row_planar(result, axis)
     runner = Runner(None, progress, cancel, len(sources))
     for source, target in zip(sources, targets):
-        target[...] = _denoise(source, int(strength), overwrite and planar, runner)
+        copy_into(target, _denoise(source, int(strength), overwrite and planar, runner))
         runner.tell(0, 1)
     return result
 
@@ -91,7 +91,9 @@ def _row_planar(array: Array, channel_axis: int) -> list[Array]:
 
 def _denoise(picture: Array, strength: int, overwrite: bool, runner: Runner) -> Array:
     in_place = overwrite and picture.flags.c_contiguous and picture.flags.writeable
-    source = picture if in_place else picture.copy(order="C")
+    source = picture if in_place else np.empty(picture.shape, np.uint8)
+    if not in_place:
+        copy_into(source, picture)
     result = np.empty_like(source)
     height, _, width = source.shape
     if max(height, width) >= 1 << 31:
