@@ -167,12 +167,12 @@ VESKARONR_API int similarityLift(int wFine, int hFine, int wCoarse, int hCoarse,
 
 /** highPass = recon - original, sample by sample. highPass may be either input. Thread-safe.
  *
- * @return wFine * hFine, or 0 when that is not positive. */
+ * @return wFine * hFine, which two negative sizes make positive too, or 0 when that is not positive. */
 VESKARONR_API int differencePass(int wFine, int hFine, float* original, float* recon, float* highPass);
 
 /** composite = recon - highPass, sample by sample. composite may be either input. Thread-safe.
  *
- * @return wFine * hFine, or 0 when that is not positive. */
+ * @return wFine * hFine, which two negative sizes make positive too, or 0 when that is not positive. */
 VESKARONR_API int unDifferencePass(int wFine, int hFine, float* recon, float* highPass, float* composite);
 
 /** Predicts a fine level from the next coarser one. Each pixel is interpolated from its two or four coarse neighbours,
@@ -201,7 +201,7 @@ VESKARONR_API float getDistance(int positA, int positB, float* img);
 typedef struct nr_data {
   int width;         /**< pixels per row of the level */
   int height;        /**< rows of the level; not read by the workers */
-  int spp;           /**< 3 */
+  int spp;           /**< floats from pixel to pixel, at least 3; with fewer nothing is filtered */
   int* startCoord;   /**< rectangle of the whole level, shared by all workers */
   int rang;          /**< level, 0 (finest) to 3 */
   int doDespeckle;   /**< has no effect */
@@ -211,7 +211,7 @@ typedef struct nr_data {
   float* outImage;   /**< what the phase writes */
   int idxProc;       /**< index of this worker, 0 .. nbProc - 1 */
   int nbProc;        /**< number of workers */
-  int retour;        /**< the filter's result, written by the worker */
+  int retour;        /**< the filter's result, or #NR_ERROR_ARGUMENT for too small an spp; written by the worker */
 } nr_data;
 
 /** Filters a level in place: noise reduction from inImg into workDest, then sharpening from workDest into inImg.
@@ -220,10 +220,12 @@ typedef struct nr_data {
  * @param rang level, 0 (finest) to 3; another value is taken as 0
  * @param wImage,hImage size of the level
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
+ * @param spp floats from pixel to pixel, at least 3: pixel (x, y) starts at float (y * wImage + x) * spp of every buffer
+ *     with its three channels or results. What follows them is left alone, but for workDest, a copy of inImg at first.
+ *     With fewer nothing is done and the result is #NR_ERROR_ARGUMENT
  * @param nbProc worker threads; below 2: the calling thread; above 32: 32. The result does not depend on it.
  * @param doDespeckle has no effect
- * @param workDiff,workDest,workTemp 3 * wImage * hImage floats each. On return workTemp holds Y, B - Y, R - Y of the
+ * @param workDiff,workDest,workTemp wImage * hImage * spp floats each. On return workTemp holds Y, B - Y, R - Y of the
  *     level as it came; workDest the noise-reduced level, a copy of the input outside the rectangle; workDiff inside
  *     the rectangle the mix fraction, similarity threshold and similarity rolloff of each pixel, and is not written
  *     outside it
@@ -246,7 +248,8 @@ VESKARONR_API void* sharpen_threaded(void* threadData);
  * @param wImage width of the level
  * @param hImage not used
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
+ * @param spp floats from pixel to pixel, at least 3; see noiseReduce_set. With fewer nothing is done and the result is
+ *     #NR_ERROR_ARGUMENT
  * @param doDespeckle has no effect
  * @param img the level, read up to two pixels beyond the rectangle
  * @param YCbCr_img the same pixels as Y, B - Y, R - Y
@@ -284,7 +287,8 @@ VESKARONR_API float edgeSmoothInverseSimSum(int spp, int row, float* img, float 
  * @param wImage width of the level
  * @param hImage not used
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp 3; with any other value nothing is done and the result is #NR_ERROR_ARGUMENT
+ * @param spp floats from pixel to pixel, at least 3; see noiseReduce_set. With fewer nothing is done and the result is
+ *     #NR_ERROR_ARGUMENT
  * @param img the noise-reduced level, read up to two pixels beyond the rectangle
  * @param NRamounts as noiseReduce_orig wrote them; the rolloff (third float) must be positive
  * @param dest receives the pixels of the rectangle

@@ -11,86 +11,79 @@
 #define VESKARO_FILTERS_LEVEL_STREAM_INL_H
 #endif
 
-#include "filters/level_stream.h"
-#include "filters/noise_reduce-inl.h"
-#include "filters/sharpen-inl.h"
-#include "simd/planar-inl.h"
+#include "filters/noise_reduce_row-inl.h"
+#include "filters/sharpen_row-inl.h"
+#include "filters/strip.h"
+#include "pixels/colour-inl.h"
+#include "pixels/level_image-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace veskaro {
-namespace HWY_NAMESPACE {
+namespace veskaro::filters::HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
+using namespace pixels::HWY_NAMESPACE;
 #if VESKARO_HAS_VECTORS
-
-template <class Row>
-HWY_INLINE void toComparisonRow(const Row& rgb, int xStart, int xEnd, const Row& comparison) {
-  for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorYcc p = toComparisonYcc(loadRgb(rgb, x));
-    storeRgb({p.y, p.bMinusY, p.rMinusY}, comparison, x);
-  }
-}
 
 // The last input rows of one filter and the distances between their pixels.
 class FilterRings {
  public:
-  static constexpr int kRows = 2 * kReach + 1;
-
-  explicit FilterRings(Arena* arena) : rows_(arena), distances_(arena) {}
+  explicit FilterRings(simd::Arena* arena) : rows_(arena), distances_(arena) {}
 
   StripRow row(int y) const { return rows_.at(y); }
   DistanceRow distancesAround(int y) const { return distances_.around(y); }
-  void setOrdinary(int y, bool isOrdinaryRow) { ordinary_[y % kRows] = isOrdinaryRow; }
+  // Whether all samples of row y have exact sums.
+  void setExact(int y, bool isExact) { isExact_[y % kSpan] = isExact; }
 
-  bool areOrdinary(int first, int last) const {
+  bool areExact(int first, int last) const {
     for (int y = first; y <= last; ++y) {
-      if (!ordinary_[y % kRows]) return false;
+      if (!isExact_[y % kSpan]) return false;
     }
     return true;
   }
 
   // The distances of row y over [xStart, xEnd), between the given rows y to y + 2.
   template <class Distance>
-  void computeDistances(int y, const StripRow (&rows)[3], int xStart, int xEnd) const {
-    if (areOrdinary(y, y + kReach)) {
+  void computeDistances(int y, const StripRow (&rows)[kReach + 1], int xStart, int xEnd) const {
+    if (areExact(y, y + kReach)) {
       HWY_NAMESPACE::computeDistances<Distance, true>(distances_, y, rows, xStart, xEnd);
     } else {
       HWY_NAMESPACE::computeDistances<Distance, false>(distances_, y, rows, xStart, xEnd);
     }
   }
 
-  void rowsAround(int y, StripRow (&rows)[kRows]) const {
+  void rowsAround(int y, StripRow (&rows)[kSpan]) const {
     for (int dy = -kReach; dy <= kReach; ++dy) rows[dy + kReach] = row(y + dy);
   }
 
  private:
-  StripRing<kRows> rows_;
+  StripRing<kSpan> rows_;
   DistanceRing distances_;
-  bool ordinary_[kRows] = {};
+  bool isExact_[kSpan] = {};
 };
 
 class NoiseStage {
  public:
-  explicit NoiseStage(Arena* arena) : rings_(arena), comparison_(arena), steps_(arena) {}
+  explicit NoiseStage(simd::Arena* arena) : rings_(arena), comparison_(arena), steps_(arena) {}
 
   StripRow level(int y) const { return rings_.row(y); }
   StripRow comparison(int y) const { return comparison_.at(y); }
 
-  // Takes row y, whose level row has been filled over [xStart, xEnd), and computes its comparison row. Differences of
-  // ordinary samples need no look of their own.
+  // Takes row y, whose level row has been filled over [xStart, xEnd), and computes its comparison row. B - Y and R - Y
+  // are multiples of what R, G, B and Y are multiples of, and hardly larger: they need no look of their own.
   void rowLoaded(int y, int xStart, int xEnd) {
     const StripRow rgb = level(y);
     toComparisonRow(rgb, xStart, xEnd, comparison(y));
     const float* const planes[4] = {rgb.plane(0), rgb.plane(1), rgb.plane(2), comparison(y).plane(0)};
-    rings_.setOrdinary(y, areOrdinary(planes, xStart, xEnd));
+    rings_.setExact(y, haveExactSums(planes, xStart, xEnd));
   }
 
   // The same with a comparison row that the host has filled, with whatever it likes.
   void rowsLoaded(int y, int xStart, int xEnd) {
-    rings_.setOrdinary(
-        y, areOrdinary(level(y).rows().plane, xStart, xEnd) && areOrdinary(comparison(y).rows().plane, xStart, xEnd));
+    rings_.setExact(y, haveExactSums(level(y).rows().plane, xStart, xEnd) &&
+                           haveExactSums(comparison(y).rows().plane, xStart, xEnd));
   }
 
   void computeDistances(int y, int xStart, int xEnd) const {
-    const StripRow rows[3] = {comparison(y), comparison(y + 1), comparison(y + 2)};
+    const StripRow rows[kReach + 1] = {comparison(y), comparison(y + 1), comparison(y + 2)};
     rings_.computeDistances<ComparisonDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
@@ -98,7 +91,7 @@ class NoiseStage {
               const params::NoiseSettings& settings) const {
     NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, records, steps_.at(0), steps_.at(1)};
     rings_.rowsAround(y, row.level);
-    if (rings_.areOrdinary(y - kReach, y + kReach) && params::rolloffsArePositive(settings)) {
+    if (rings_.areExact(y - kReach, y + kReach) && params::rolloffsArePositive(settings)) {
       reduceNoiseRow<true>(row, xStart, xEnd, settings);
     } else {
       reduceNoiseRow<false>(row, xStart, xEnd, settings);
@@ -113,25 +106,25 @@ class NoiseStage {
 
 class SharpenStage {
  public:
-  explicit SharpenStage(Arena* arena) : rings_(arena), sharpened_(arena), steps_(arena) {}
+  explicit SharpenStage(simd::Arena* arena) : rings_(arena), sharpened_(arena), steps_(arena) {}
 
   StripRow reduced(int y) const { return rings_.row(y); }
   StripRow sharpened() const { return sharpened_.at(0); }
 
   // Takes row y, whose reduced row has been filled over [xStart, xEnd).
   void rowLoaded(int y, int xStart, int xEnd) {
-    rings_.setOrdinary(y, areOrdinary(reduced(y).rows().plane, xStart, xEnd));
+    rings_.setExact(y, haveExactSums(reduced(y).rows().plane, xStart, xEnd));
   }
 
   void computeDistances(int y, int xStart, int xEnd) const {
-    const StripRow rows[3] = {reduced(y), reduced(y + 1), reduced(y + 2)};
+    const StripRow rows[kReach + 1] = {reduced(y), reduced(y + 1), reduced(y + 2)};
     rings_.computeDistances<ColourDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
   void sharpen(int y, int xStart, int xEnd, const StripRow& records, const params::SharpenSettings& settings) const {
     SharpenRow row = {{}, rings_.distancesAround(y), records, sharpened(), steps_.at(0), steps_.at(1), steps_.at(2)};
     rings_.rowsAround(y, row.reduced);
-    if (rings_.areOrdinary(y - kReach, y + kReach)) {
+    if (rings_.areExact(y - kReach, y + kReach)) {
       sharpenRow<true>(row, xStart, xEnd, settings);
     } else {
       sharpenRow<false>(row, xStart, xEnd, settings);
@@ -154,7 +147,7 @@ class LevelStream {
     const Image* records = nullptr;
   };
 
-  LevelStream(Arena* arena, const Rectangle& area)
+  LevelStream(simd::Arena* arena, const pixels::Rectangle& area)
       : area_(area),
         rows_(area.yEnd - area.yStart),
         noise_(arena),
@@ -183,7 +176,7 @@ class LevelStream {
   int column(int x) const { return x - strip_.xStart; }
 
   void load(const Image& image, int y) {
-    const Rows level = noise_.level(y).rows();
+    const simd::Rows level = noise_.level(y).rows();
     const int first = column(strip_.readStart);
     const int last = column(strip_.readEnd);
     image.load(strip_.readStart, levelRow(y), last - first, level + first);
@@ -193,7 +186,7 @@ class LevelStream {
 
   // The columns left of this strip have been filtered in place: take them as they were, and keep this strip's last ones
   // for the next.
-  void exchangeMargin(int y, const Rows& level) {
+  void exchangeMargin(int y, const simd::Rows& level) {
     float* kept = margin_ + y * kMarginFloats;
     const bool isFirst = strip_.xStart == area_.xStart;
     for (float* plane : level.plane) {
@@ -210,8 +203,8 @@ class LevelStream {
     const int last = column(strip_.reduceEnd);
     const int width = column(strip_.xEnd);
     const StripRow reducedRow = sharpen_.reduced(y);
-    const Rows level = noise_.level(y).rows();
-    const Rows reduced = reducedRow.rows();
+    const simd::Rows level = noise_.level(y).rows();
+    const simd::Rows reduced = reducedRow.rows();
     if (y < rows_ + kReach) noise_.computeDistances(y, first, last);
     if (isInside(y)) {
       noise_.reduce(y, first, last, noise_.level(y), reducedRow, records_.at(y), settings);
@@ -233,7 +226,7 @@ class LevelStream {
     image.store(sharpen_.sharpened().rows(), strip_.xStart, levelRow(y), width);
   }
 
-  Rectangle area_;
+  pixels::Rectangle area_;
   int rows_;
   NoiseStage noise_;
   SharpenStage sharpen_;
@@ -244,8 +237,7 @@ class LevelStream {
 };
 
 #endif  // VESKARO_HAS_VECTORS
-}  // namespace HWY_NAMESPACE
-}  // namespace veskaro
+}  // namespace veskaro::filters::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

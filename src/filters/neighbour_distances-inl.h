@@ -7,53 +7,22 @@
 #define VESKARO_FILTERS_NEIGHBOUR_DISTANCES_INL_H
 #endif
 
-#include "filters/colour_difference-inl.h"
-#include "filters/level_stream.h"
 #include "filters/neighbour_weights.h"
-#include "simd/vectors-inl.h"
+#include "filters/strip.h"
+#include "pixels/distance-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace veskaro {
-namespace HWY_NAMESPACE {
+namespace veskaro::filters::HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
+using namespace pixels::HWY_NAMESPACE;
 #if VESKARO_HAS_VECTORS
-
-// Noise filter: planes Y, B - Y, R - Y; luma counts four times as much as a colour difference.
-struct ComparisonDistance {
-  template <bool kOrdinary>
-  static HWY_INLINE V of(V dY, V dB, V dR) {
-    const Floats d;
-    // Twice the distance takes one scaling less; halving it afterwards is exact.
-    if (kOrdinary) return hn::Mul(hn::Set(d, 0.5f), sumOfOrdinary(dR, dB, hn::Mul(hn::Set(d, 4.0f), dY)));
-    const Doubles dd;
-    const Widened y = widen(dY);
-    const Widened b = widen(dB);
-    const Widened r = widen(dR);
-    const VD half = hn::Set(dd, 0.5);
-    return narrow(hn::Add(hn::Add(y.low, y.low), hn::Mul(half, hn::Add(r.low, b.low))),
-                  hn::Add(hn::Add(y.high, y.high), hn::Mul(half, hn::Add(r.high, b.high))));
-  }
-};
-
-// Sharpening: planes R, G, B, green and blue added first.
-struct ColourDistance {
-  template <bool kOrdinary>
-  static HWY_INLINE V of(V dR, V dG, V dB) {
-    return kOrdinary ? sumOfOrdinary(dG, dB, dR) : sumInDouble(dG, dB, dR);
-  }
-};
-
-template <class Distance, bool kOrdinary>
-HWY_INLINE V distanceBetween(const VectorRgb& a, const VectorRgb& b) {
-  return Distance::template of<kOrdinary>(hn::Abs(hn::Sub(a.r, b.r)), hn::Abs(hn::Sub(a.g, b.g)),
-                                          hn::Abs(hn::Sub(a.b, b.b)));
-}
 
 // The distances of one row's pixels to all their neighbours, found from whichever end they were computed. The pointers
 // are those of the rows they were computed for, column 0 of the first plane; planes follow in the order of dx.
 struct DistanceRow {
-  const float* beside;         // this row, to dx 1 and 2
-  const float* above[2] = {};  // one and two rows up, to the rows as far below them, dx -2 to 2
-  const float* below[2] = {};  // this row, to the rows one and two further down
+  const float* beside;              // this row, to dx 1 and 2
+  const float* above[kReach] = {};  // one and two rows up, to the rows as far below them, dx -2 to 2
+  const float* below[kReach] = {};  // this row, to the rows one and two further down
 
   template <int kDx, int kDy>
   HWY_INLINE V to(int x) const {
@@ -63,20 +32,20 @@ struct DistanceRow {
     constexpr int kRow = kDy < 0 ? -kDy - 1 : kDy - 1;
     const float* rows = kDy == 0 ? beside : kDy > 0 ? below[kRow & 1] : above[kRow & 1];
     constexpr std::ptrdiff_t kPlane = kDy == 0 ? kFromDx - 1 : kFromDx + kReach;
-    return hn::LoadU(Floats(), rows + kPlane * kStripPlane + kFromX + x);
+    return hn::LoadU(Floats(), rows + kPlane * kStripFloats + kFromX + x);
   }
 };
 
-// The forward distances of the last rows, as far back as a neighbour reaches.
+// The forward distances of the last rows, as far back as a neighbour reaches: those to dy rows further down are kept
+// for dy + 1 rows. Planes are for dx 1 and 2 in a row itself, for dx -2 to 2 below.
 class DistanceRing {
  public:
-  explicit DistanceRing(Arena* arena) : base_(arena->take(kPlanes * kStripPlane)) {}
+  explicit DistanceRing(simd::Arena* arena) : base_(arena->take(kPlanes * kStripFloats)) {}
 
-  // Where the distances of the pixels of row y to those dy rows further down begin: planes for dx 1 and 2 in the row
-  // itself, for dx -2 to 2 below.
+  // Where the distances of the pixels of row y to those dy rows further down begin.
   float* forward(int dy, int y) const {
-    const int plane = dy == 0 ? 0 : dy == 1 ? 2 + (y % 2) * 5 : 12 + (y % 3) * 5;
-    return base_ + plane * kStripPlane + kMaxLanes;
+    const int plane = dy == 0 ? 0 : dy == 1 ? kToNextRow + (y % 2) * kSpan : kToLastRow + (y % 3) * kSpan;
+    return base_ + plane * kStripFloats + simd::kMaxLanes;
   }
 
   DistanceRow around(int y) const {
@@ -84,36 +53,38 @@ class DistanceRing {
   }
 
  private:
-  static constexpr int kPlanes = 2 + 2 * 5 + 3 * 5;
+  static constexpr int kToNextRow = kReach;
+  static constexpr int kToLastRow = kToNextRow + 2 * kSpan;
+  static constexpr int kPlanes = kToLastRow + 3 * kSpan;
   float* base_;
 };
 
 // Stores the distances of the pixels at x to those kDx columns further in a row, a plane after the other. Written out,
 // not looped over: the processor then works on several at once.
-template <class Distance, bool kOrdinary, int... kDx>
+template <class Distance, bool kSumsAreExact, int... kDx>
 HWY_INLINE void storeDistances(const VectorRgb& centre, const StripRow& row, int x, float* plane) {
-  ((hn::StoreU(distanceBetween<Distance, kOrdinary>(centre, loadRgb(row, x + kDx)), Floats(), plane + x),
-    plane += kStripPlane),
+  ((hn::StoreU(distanceBetween<Distance, kSumsAreExact>(centre, loadRgb(row, x + kDx)), Floats(), plane + x),
+    plane += kStripFloats),
    ...);
 }
 
 // Computes all forward distances of row y over [xStart, xEnd), from that row and the two below.
-template <class Distance, bool kOrdinary>
-HWY_NOINLINE void computeDistances(const DistanceRing& ring, int y, const StripRow (&rows)[3], int xStart, int xEnd) {
+template <class Distance, bool kSumsAreExact>
+HWY_NOINLINE void computeDistances(const DistanceRing& ring, int y, const StripRow (&rows)[kReach + 1], int xStart,
+                                   int xEnd) {
   const StripRow row = rows[0], next = rows[1], last = rows[2];
   float* const beside = ring.forward(0, y);
-  float* const below[2] = {ring.forward(1, y), ring.forward(2, y)};
+  float* const below[kReach] = {ring.forward(1, y), ring.forward(2, y)};
   for (int x = xStart; x < xEnd; x += lanes()) {
     const VectorRgb centre = loadRgb(row, x);
-    storeDistances<Distance, kOrdinary, 1, 2>(centre, row, x, beside);
-    storeDistances<Distance, kOrdinary, -2, -1, 0, 1, 2>(centre, next, x, below[0]);
-    storeDistances<Distance, kOrdinary, -2, -1, 0, 1, 2>(centre, last, x, below[1]);
+    storeDistances<Distance, kSumsAreExact, 1, 2>(centre, row, x, beside);
+    storeDistances<Distance, kSumsAreExact, -2, -1, 0, 1, 2>(centre, next, x, below[0]);
+    storeDistances<Distance, kSumsAreExact, -2, -1, 0, 1, 2>(centre, last, x, below[1]);
   }
 }
 
 #endif  // VESKARO_HAS_VECTORS
-}  // namespace HWY_NAMESPACE
-}  // namespace veskaro
+}  // namespace veskaro::filters::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

@@ -1,9 +1,10 @@
 #ifndef VESKARO_FILTERS_NEIGHBOUR_WEIGHTS_H
 #define VESKARO_FILTERS_NEIGHBOUR_WEIGHTS_H
 
-namespace veskaro {
+namespace veskaro::filters {
 
-constexpr int kReach = 2;  // both filters look two pixels far in every direction
+constexpr int kReach = 2;              // both filters look two pixels far in every direction
+constexpr int kSpan = 2 * kReach + 1;  // rows and columns of the window that they look at
 
 // Weight of each neighbour by row and column offset from -2 to +2:
 //
@@ -18,7 +19,7 @@ constexpr float kWeightC = 0.5f;
 constexpr float kWeightF = 0.7f;
 constexpr float kWeightG = 1.0f;
 
-constexpr float kNeighbourWeight[5][5] = {
+constexpr float kNeighbourWeight[kSpan][kSpan] = {
     {kWeightA, kWeightB, kWeightC, kWeightB, kWeightA}, {kWeightB, kWeightF, kWeightG, kWeightF, kWeightB},
     {kWeightC, kWeightG, 0.0f, kWeightG, kWeightC},     {kWeightB, kWeightF, kWeightG, kWeightF, kWeightB},
     {kWeightA, kWeightB, kWeightC, kWeightB, kWeightA},
@@ -30,6 +31,6 @@ constexpr float sharpeningSlopeWeight(int dx, int dy) {
   return dx == 0 && (dy == -2 || dy == 2) ? kWeightB : kNeighbourWeight[dy + kReach][dx + kReach];
 }
 
-}  // namespace veskaro
+}  // namespace veskaro::filters
 
 #endif  // VESKARO_FILTERS_NEIGHBOUR_WEIGHTS_H

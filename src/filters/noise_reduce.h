@@ -1,25 +1,23 @@
 #ifndef VESKARO_FILTERS_NOISE_REDUCE_H
 #define VESKARO_FILTERS_NOISE_REDUCE_H
 
-#include "filters/rectangle.h"
+#include "filters/level_buffers.h"
 #include "params/settings.h"
+#include "pixels/level.h"
+#include "pixels/rectangle.h"
 
-namespace veskaro {
+namespace veskaro::filters {
 
-// What the noise filter records for each pixel, beside the result: the share of the neighbour average that the pixel
-// took, and the similarity threshold and rolloff at its brightness.
-enum NoiseRecord { kMixFraction = 0, kThreshold = 1, kRolloff = 2 };
-
-// Noise-reduces the rectangle of a level of the given width. comparison is the level as Y, B - Y, R - Y; records
-// receives three floats a pixel; dest holds a copy of level on entry.
-void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const params::NoiseSettings& settings);
+// Noise-reduces the rectangle of b.level: b.reduced holds a copy of the level on entry and the result on return.
+// b.comparison is the level as Y, B - Y, R - Y; b.records receives a record for each pixel of the rectangle.
+void reduceNoise(const pixels::LevelLayout& layout, const pixels::Rectangle& area, const LevelBuffers& b,
+                 const params::NoiseSettings& settings);
 
 namespace plain {
-void reduceNoise(int width, const Rectangle& area, const float* level, const float* comparison, float* records,
-                 float* dest, const params::NoiseSettings& settings);
+void reduceNoise(const pixels::LevelLayout& layout, const pixels::Rectangle& area, const LevelBuffers& b,
+                 const params::NoiseSettings& settings);
 }  // namespace plain
 
-}  // namespace veskaro
+}  // namespace veskaro::filters
 
 #endif  // VESKARO_FILTERS_NOISE_REDUCE_H

@@ -1,20 +1,22 @@
 #ifndef VESKARO_FILTERS_SHARPEN_H
 #define VESKARO_FILTERS_SHARPEN_H
 
-#include "filters/rectangle.h"
+#include "filters/level_buffers.h"
 #include "params/settings.h"
+#include "pixels/level.h"
+#include "pixels/rectangle.h"
 
-namespace veskaro {
+namespace veskaro::filters {
 
-// Sharpens the rectangle of a noise-reduced level of the given width into dest, by the records of the noise filter.
-void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+// Sharpens the rectangle of b.reduced, a noise-reduced level, into b.level, by the records of the noise filter.
+void sharpen(const pixels::LevelLayout& layout, const pixels::Rectangle& area, const LevelBuffers& b,
              const params::SharpenSettings& settings);
 
 namespace plain {
-void sharpen(int width, const Rectangle& area, const float* reduced, const float* records, float* dest,
+void sharpen(const pixels::LevelLayout& layout, const pixels::Rectangle& area, const LevelBuffers& b,
              const params::SharpenSettings& settings);
 }  // namespace plain
 
-}  // namespace veskaro
+}  // namespace veskaro::filters
 
 #endif  // VESKARO_FILTERS_SHARPEN_H

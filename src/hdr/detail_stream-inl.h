@@ -18,6 +18,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
 #if VESKARO_HAS_VECTORS
 
 // The plain form scales both passes of a level by a quarter. Scaling by powers of two commutes with every rounding

@@ -3,9 +3,14 @@
 #define VESKARO_HDR_DETAIL_STREAM_H
 
 #include "hdr/detail_levels.h"
+#include "simd/arena.h"
 #include "simd/rows.h"
 
 namespace veskaro {
+
+using simd::Arena;
+using simd::kMaxLanes;
+using simd::roundUpToLanes;
 
 // Columns beside a strip that its pixels reach (1 + 2 + 4 + 8 + 16 = 31), in whole vectors.
 constexpr int kStripMargin = 32;

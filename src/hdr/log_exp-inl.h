@@ -15,6 +15,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
 #if VESKARO_HAS_VECTORS
 
 using Words = hn::RebindToUnsigned<Floats>;

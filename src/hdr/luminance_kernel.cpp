@@ -20,6 +20,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using simd::VectorList;
 #if VESKARO_HAS_VECTORS
 
 namespace {

@@ -73,7 +73,7 @@ class PercentileSearch {
 
  private:
   int samplingStride() const {
-    const std::int64_t vectors = static_cast<std::int64_t>(size_.pixels() / kMaxLanes);
+    const std::int64_t vectors = static_cast<std::int64_t>(size_.pixels() / simd::kMaxLanes);
     return static_cast<int>(std::max<std::int64_t>(1, vectors / kSampledVectors));
   }
 

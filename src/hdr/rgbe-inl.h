@@ -16,6 +16,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
 #if VESKARO_HAS_VECTORS
 
 using Ints = hn::RebindToSigned<Floats>;

@@ -10,6 +10,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
 
 std::ptrdiff_t smoothInside(float* temp, const float* line, std::ptrdiff_t start, std::ptrdiff_t end,
                             std::ptrdiff_t spacing) {

@@ -17,6 +17,7 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using simd::kMaxLanes;
 #if VESKARO_HAS_VECTORS
 
 namespace {

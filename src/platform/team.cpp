@@ -1,67 +1,127 @@
 #include "platform/team.h"
 
 #include <pthread.h>
-#include <sys/syscall.h>
-#include <unistd.h>
+#include <sched.h>
+#include <signal.h>
+
+#include <cstddef>
 
 namespace veskaro::platform {
 namespace {
 
-constexpr int kMostThreads = 256;
+constexpr std::size_t kStackBytes = 1 << 20;
 
-const pid_t loadedIn = getpid();
+// A call that has seats for more workers, or waits for those that sit.
+struct Team {
+  void (*body)(void*, int);
+  void* argument;
+  int seats;      // workers that may still join
+  int nextIndex;  // of the next one
+  int running = 0;
+  pthread_cond_t isDone = PTHREAD_COND_INITIALIZER;
+  Team* next = nullptr;
+};
 
-// The one thread that a child inherits from its parent has the child's process id; all others began in the child.
-bool isInheritedByFork() {
-  const pid_t process = getpid();
-  return process != loadedIn && static_cast<pid_t>(syscall(SYS_gettid)) == process;
+// Everything below is read and written under the lock.
+pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t hasSeats = PTHREAD_COND_INITIALIZER;
+Team* teams = nullptr;  // those with seats
+int threads = 0;
+int sleeping = 0;
+
+class Locked {
+ public:
+  Locked() { pthread_mutex_lock(&lock); }
+  ~Locked() { pthread_mutex_unlock(&lock); }
+  Locked(const Locked&) = delete;
+  Locked& operator=(const Locked&) = delete;
+};
+
+void removeFromList(Team* team) {
+  for (Team** at = &teams; *at != nullptr; at = &(*at)->next) {
+    if (*at != team) continue;
+    *at = team->next;
+    return;
+  }
 }
 
-void* passGate(void* gate) {
-  pthread_mutex_lock(static_cast<pthread_mutex_t*>(gate));
-  pthread_mutex_unlock(static_cast<pthread_mutex_t*>(gate));
-  return nullptr;
+void serve(Team* team) {
+  const int worker = team->nextIndex++;
+  ++team->running;
+  if (--team->seats == 0) removeFromList(team);
+  pthread_mutex_unlock(&lock);
+  team->body(team->argument, worker);
+  pthread_mutex_lock(&lock);
+  if (--team->running == 0) pthread_cond_signal(&team->isDone);
 }
 
-// Creates up to count threads that live at the same time and ends them again.
-int threadsToBeHad(int count) {
-  pthread_t threads[kMostThreads];
-  pthread_mutex_t gate = PTHREAD_MUTEX_INITIALIZER;
-  pthread_mutex_lock(&gate);
-  int created = 0;
-  while (created < count && pthread_create(&threads[created], nullptr, passGate, &gate) == 0) ++created;
-  pthread_mutex_unlock(&gate);
-  for (int k = 0; k < created; ++k) pthread_join(threads[k], nullptr);
-  pthread_mutex_destroy(&gate);
+void* live(void*) {
+  const Locked locked;
+  for (;;) {
+    ++sleeping;
+    while (teams == nullptr) pthread_cond_wait(&hasSeats, &lock);
+    --sleeping;
+    serve(teams);
+  }
+}
+
+// A child of a fork has none of its parent's threads.
+void beginAnew() {
+  lock = PTHREAD_MUTEX_INITIALIZER;
+  hasSeats = PTHREAD_COND_INITIALIZER;
+  teams = nullptr;
+  threads = sleeping = 0;
+}
+
+// A thread that hosts do not see: no signal of theirs is handled on it, nobody joins it.
+bool createThread() {
+  static const int prepared = pthread_atfork(nullptr, nullptr, beginAnew);
+  sigset_t all, hosts;
+  sigfillset(&all);
+  pthread_attr_t attributes;
+  if (prepared != 0 || pthread_attr_init(&attributes) != 0) return false;
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_attr_setstacksize(&attributes, kStackBytes);
+  pthread_sigmask(SIG_SETMASK, &all, &hosts);
+  pthread_t thread;
+  const bool created = pthread_create(&thread, &attributes, live, nullptr) == 0;
+  pthread_sigmask(SIG_SETMASK, &hosts, nullptr);
+  pthread_attr_destroy(&attributes);
   return created;
 }
 
-struct Work {
-  void (*run)(void*);
-  void* argument;
-};
-
-void* runWork(void* work) {
-  const auto* w = static_cast<const Work*>(work);
-  w->run(w->argument);
-  return nullptr;
+// Wakes sleepers for the seats of all teams, and creates what is missing.
+void callWorkers(int seats) {
+  int open = 0;
+  for (const Team* team = teams; team != nullptr; team = team->next) open += team->seats;
+  for (int missing = open - sleeping; missing > 0 && threads < kMostThreads; --missing) {
+    if (!createThread()) break;
+    ++threads;
+  }
+  for (int k = 0; k < seats; ++k) pthread_cond_signal(&hasSeats);
 }
 
 }  // namespace
 
-int grantedTeam(int wanted) {
-  if (wanted <= 1 || isInheritedByFork()) return 1;
-  return 1 + threadsToBeHad((wanted < kMostThreads ? wanted : kMostThreads) - 1);
+int processors() {
+  cpu_set_t set;
+  const int count = sched_getaffinity(0, sizeof(set), &set) == 0 ? CPU_COUNT(&set) : 1;
+  return count > 1 ? count : 1;
 }
 
-void runWhereTeamsStart(void (*run)(void*), void* argument) {
-  Work work = {run, argument};
-  pthread_t thread;
-  if (isInheritedByFork() && pthread_create(&thread, nullptr, runWork, &work) == 0) {
-    pthread_join(thread, nullptr);
-    return;
+void runTeam(int workers, void (*body)(void* argument, int worker), void* argument) {
+  if (workers <= 1) return body(argument, 0);
+  Team team = {body, argument, (workers < kMostThreads ? workers : kMostThreads) - 1, 1};
+  {
+    const Locked locked;
+    team.next = teams;
+    teams = &team;
+    callWorkers(team.seats);
   }
-  run(argument);
+  body(argument, 0);
+  const Locked locked;
+  removeFromList(&team);
+  while (team.running > 0) pthread_cond_wait(&team.isDone, &lock);
 }
 
 }  // namespace veskaro::platform

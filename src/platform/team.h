@@ -1,21 +1,18 @@
+// The library's own threads. They begin when a call first wants them and sleep between calls.
 #ifndef VESKARO_PLATFORM_TEAM_H
 #define VESKARO_PLATFORM_TEAM_H
 
 namespace veskaro::platform {
 
-// How many threads, the caller included, an OpenMP team may have now: 1 to wanted. The runtime ends the process when it
-// cannot create a thread, so the threads are tried out first.
-int grantedTeam(int wanted);
+constexpr int kMostThreads = 256;
 
-// Calls run(argument) on a thread that can start a team: the calling one, except in a forked child. There the runtime
-// would wait for threads that the parent's last team left idle and that the child does not have; a fresh thread of the
-// child knows of none.
-void runWhereTeamsStart(void (*run)(void*), void* argument);
+// Processors that the process may use, at least 1.
+int processors();
 
-template <typename Body>
-void runWhereTeamsStart(Body body) {
-  runWhereTeamsStart([](void* argument) { (*static_cast<Body*>(argument))(); }, &body);
-}
+// Calls body(argument, worker) for worker 0 on the calling thread and, at the same time, for workers 1 to workers - 1
+// on as many threads as can be had before worker 0 is done; returns when all of them have. Any number of teams may run
+// at once. A forked child begins without threads and creates its own.
+void runTeam(int workers, void (*body)(void* argument, int worker), void* argument);
 
 }  // namespace veskaro::platform
 

@@ -3,7 +3,7 @@
 
 #include "params/settings.h"
 
-namespace veskaro {
+namespace veskaro::pyramid {
 
 // Predicts a w x h level from the next coarser one, weighted by the similarities that the guide shows. The one-pixel
 // frame of the result is not written. The result must not overlap the inputs.
@@ -15,6 +15,6 @@ void reconstruct(int w, int h, const float* coarse, const float* guide, float* r
                  const params::ReconstructSettings& s);
 }  // namespace plain
 
-}  // namespace veskaro
+}  // namespace veskaro::pyramid
 
 #endif  // VESKARO_PYRAMID_RECONSTRUCT_H

@@ -1,22 +1,12 @@
 #ifndef VESKARO_PYRAMID_SIMILARITY_H
 #define VESKARO_PYRAMID_SIMILARITY_H
 
-#include <cmath>
-
 #include "params/settings.h"
 #include "platform/ieee.h"
 
-namespace veskaro {
+namespace veskaro::pyramid {
 
-// L1 distance of two colours from their channel differences: summed in double, green and blue first, rounded once.
-inline float colourDistance(float dR, float dG, float dB) {
-  const double sum = std::fabs(static_cast<double>(dG)) + std::fabs(static_cast<double>(dB));
-  return static_cast<float>(sum + std::fabs(static_cast<double>(dR)));
-}
-
-inline float pixelDistance(const float* a, const float* b) {
-  return colourDistance(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
-}
+constexpr float kMinimumSimilarity = 0.01f;  // of the neighbours of an even row
 
 // 1 up to the threshold, falling linearly to 0 over the rolloff.
 VESKARO_MAY_DIVIDE_BY_ZERO inline float similarityOf(float distance, const params::ReconstructSettings& s) {
@@ -25,6 +15,6 @@ VESKARO_MAY_DIVIDE_BY_ZERO inline float similarityOf(float distance, const param
   return (s.threshold - distance) / s.rolloff + 1.0f;
 }
 
-}  // namespace veskaro
+}  // namespace veskaro::pyramid
 
 #endif  // VESKARO_PYRAMID_SIMILARITY_H

@@ -13,8 +13,7 @@
 #include "simd/vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace veskaro {
-namespace HWY_NAMESPACE {
+namespace veskaro::simd::HWY_NAMESPACE {
 #if VESKARO_HAS_VECTORS
 
 // Pixels are (de)interleaved in whole vectors; the last, partial one goes through a block of its own. Hosts' samples
@@ -85,38 +84,8 @@ HWY_NOINLINE void interleaveRow(const RowsOf<T>& from, int pixels, unsigned char
   std::memcpy(to + kPixelBytes * static_cast<std::size_t>(x), rest, kPixelBytes * static_cast<std::size_t>(pixels - x));
 }
 
-// A level of interleaved pixels, the host's form.
-struct InterleavedImage {
-  float* samples;
-  std::ptrdiff_t rowSamples;
-
-  float* at(int x, int y) const { return samples + y * rowSamples + std::ptrdiff_t{3} * x; }
-  void load(int x, int y, int pixels, const Rows& to) const {
-    deinterleaveRow(reinterpret_cast<const unsigned char*>(at(x, y)), pixels, to);
-  }
-  void store(const Rows& from, int x, int y, int pixels) const {
-    interleaveRow(from, pixels, reinterpret_cast<unsigned char*>(at(x, y)));
-  }
-};
-
-// A level of three planes, the form inside a tile. Rows have room for a vector behind their last pixel.
-struct PlanarImage {
-  float* plane[3];
-  std::ptrdiff_t pitch;
-
-  Rows row(int y) const { return {{plane[0] + y * pitch, plane[1] + y * pitch, plane[2] + y * pitch}}; }
-  void load(int x, int y, int pixels, const Rows& to) const { copy(row(y) + x, to, pixels); }
-  void store(const Rows& from, int x, int y, int pixels) const { copy(from, row(y) + x, pixels); }
-
-  static void copy(const Rows& from, const Rows& to, int pixels) {
-    for (int k = 0; k < 3; ++k)
-      std::memcpy(to.plane[k], from.plane[k], sizeof(float) * static_cast<std::size_t>(pixels));
-  }
-};
-
 #endif  // VESKARO_HAS_VECTORS
-}  // namespace HWY_NAMESPACE
-}  // namespace veskaro
+}  // namespace veskaro::simd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

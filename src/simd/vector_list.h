@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace veskaro {
+namespace veskaro::simd {
 
 // The columns of those vectors of a row that another form has to see to, listed without a branch.
 class VectorList {
@@ -27,6 +27,6 @@ class VectorList {
   int size_ = 0;
 };
 
-}  // namespace veskaro
+}  // namespace veskaro::simd
 
 #endif  // VESKARO_SIMD_VECTOR_LIST_H

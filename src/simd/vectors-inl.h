@@ -1,4 +1,4 @@
-// Per-target: what the kernels share. Included once for every instruction set.
+// Per-target: vector types and how to walk a row in whole vectors. Included once for every instruction set.
 #if defined(VESKARO_SIMD_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VESKARO_SIMD_VECTORS_INL_H
 #undef VESKARO_SIMD_VECTORS_INL_H
@@ -10,22 +10,38 @@
 
 #include "simd/has_vectors.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace veskaro {
-namespace HWY_NAMESPACE {
-namespace hn = hwy::HWY_NAMESPACE;
+// Where the speed of a lambda depends on it: no call, and the instruction set of the function around it.
+#ifndef VESKARO_INLINE_LAMBDA
+#define VESKARO_INLINE_LAMBDA HWY_ATTR __attribute__((always_inline))
+#endif
 
+HWY_BEFORE_NAMESPACE();
+namespace veskaro::simd::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
 #if VESKARO_HAS_VECTORS
 
 using Floats = hn::ScalableTag<float>;
 using HalfFloats = hn::Half<Floats>;
 using Doubles = hn::RepartitionToWide<Floats>;
+using Ints = hn::RebindToSigned<Floats>;
+using Words = hn::RebindToUnsigned<Floats>;
 using V = hn::Vec<Floats>;
-using Mask = hn::Mask<Floats>;
 using VD = hn::Vec<Doubles>;
+using VI = hn::Vec<Ints>;
+using VW = hn::Vec<Words>;
+using Mask = hn::Mask<Floats>;
 
 HWY_INLINE constexpr int lanes() {
   return static_cast<int>(HWY_LANES(float));
+}
+
+HWY_INLINE VI bitsOf(V v) {
+  return hn::BitCast(Ints(), v);
+}
+
+HWY_INLINE bool anyNegative(VI v) {
+  const Ints d;
+  return !hn::AllFalse(d, hn::Lt(v, hn::Zero(d)));
 }
 
 // A float vector as two double vectors.
@@ -44,61 +60,22 @@ HWY_INLINE V narrow(VD low, VD high) {
   return hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
 }
 
-// (a + b) + c formed in double and rounded once; right for every value.
-HWY_INLINE V sumInDouble(V a, V b, V c) {
-  const Widened wa = widen(a);
-  const Widened wb = widen(b);
-  const Widened wc = widen(c);
-  return narrow(hn::Add(hn::Add(wa.low, wb.low), wc.low), hn::Add(hn::Add(wa.high, wb.high), wc.high));
+// Calls visit(i) for the first pixel of each whole vector of [start, end); the last ones overlap. At least a vector's
+// worth of pixels.
+template <class Visit>
+HWY_INLINE void forEachVector(int start, int end, const Visit& visit) {
+  for (int i = start; i < end; i += lanes()) visit(i + lanes() <= end ? i : end - lanes());
 }
 
-// a + b and a - b on the units that multiply, for sums that keep those that add waiting: 1 * a is exact.
-HWY_INLINE V addByMultiplier(V a, V b) {
-  return hn::MulAdd(hn::Set(Floats(), 1.0f), a, b);
-}
-HWY_INLINE V subtractByMultiplier(V a, V b) {
-  return hn::NegMulAdd(hn::Set(Floats(), 1.0f), b, a);
-}
-
-// The same for a, b, c >= 0 without leaving float: the error terms of two exact additions (Fast2Sum, Dekker 1971) are
-// put back at the end. Right when the sum of the errors is itself a float, which isOrdinary ensures.
-HWY_INLINE V sumOfOrdinary(V a, V b, V c) {
-  const V larger = hn::Max(a, b);
-  const V smaller = hn::Min(a, b);
-  const V first = hn::Add(larger, smaller);
-  const V firstError = subtractByMultiplier(smaller, subtractByMultiplier(first, larger));
-  const V upper = hn::Max(first, c);
-  const V lower = hn::Min(first, c);
-  const V second = hn::Add(upper, lower);
-  const V secondError = subtractByMultiplier(lower, subtractByMultiplier(second, upper));
-  return addByMultiplier(second, addByMultiplier(firstError, secondError));
-}
-
-// Whether samples are 0 or within [2^-12, 2^9) in magnitude. They are then multiples of 2^-35, and so are the terms of
-// every sum of differences; every such sum stays below 2^13: the errors of forming it, at most 2^-12 and 2^-13, add up
-// to a multiple of 2^-35 below 2^-11, which is a float.
-HWY_INLINE Mask isOrdinary(V v) {
-  const Floats d;
-  const V magnitude = hn::Abs(v);
-  const Mask inRange = hn::And(hn::Ge(magnitude, hn::Set(d, 0.000244140625f)), hn::Lt(magnitude, hn::Set(d, 512.0f)));
-  return hn::Or(inRange, hn::Eq(v, hn::Zero(d)));
-}
-
-// Whether all samples of some planes over [xStart, xEnd) are.
-template <typename Float, int kPlanes>
-HWY_INLINE bool areOrdinary(Float* const (&planes)[kPlanes], int xStart, int xEnd) {
-  const Floats d;
-  Mask all = hn::Eq(hn::Zero(d), hn::Zero(d));
-  for (int x = xStart; x < xEnd; x += lanes()) {
-    for (const float* plane : planes) all = hn::And(all, isOrdinary(hn::LoadU(d, plane + x)));
-  }
-  return hn::AllTrue(d, all);
+// The same for pairs of vectors that lie side by side; at least two vectors' worth of pixels.
+template <class Visit>
+HWY_INLINE void forEachTwoVectors(int start, int end, const Visit& visit) {
+  const int pair = 2 * lanes();
+  for (int i = start; i < end; i += pair) visit(i + pair <= end ? i : end - pair);
 }
 
 #endif  // VESKARO_HAS_VECTORS
-
-}  // namespace HWY_NAMESPACE
-}  // namespace veskaro
+}  // namespace veskaro::simd::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #endif  // per-target include guard

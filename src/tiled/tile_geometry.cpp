@@ -1,12 +1,11 @@
 // The tile grid: how a picture is cut, and how much memory its tiles take.
 #include "tiled/tile_geometry.h"
 
-#include <limits>
+#include <algorithm>
 
-#include "VeskaroNRLib.h"
-#include "pyramid/lift.h"
+#include "pixels/level.h"
 
-namespace veskaro {
+namespace veskaro::tiled {
 namespace {
 
 GridAxis gridAxis(int picture, int baseUnitTile, int threads, int padding, int overlap) {
@@ -70,52 +69,12 @@ std::uint64_t pyramidPixels(int coarseLevels, std::int64_t width, std::int64_t h
 SliceLayout sliceLayout(const TileGrid& grid) {
   const std::uint64_t pyramid = pyramidPixels(kCoarseLevels, grid.x.largest, grid.y.largest);
   const std::uint64_t tile = static_cast<std::uint64_t>(grid.x.largest) * static_cast<std::uint64_t>(grid.y.largest);
-  return {kChannels * pyramid, kChannels * tile};
+  return {pixels::kChannels * pyramid, pixels::kChannels * tile};
 }
 
-int workMemoryBytes(const SliceLayout& slice, int threads) {
-  constexpr std::uint64_t kMost = std::numeric_limits<int>::max();
-  const std::uint64_t sliceBytes = slice.floats() * sizeof(float);
-  if (sliceBytes > kMost / static_cast<unsigned>(threads)) return NR_ERROR_MEMORY;
-  return static_cast<int>(sliceBytes * static_cast<unsigned>(threads));
+Range tilesTouching(const GridAxis& axis, int start, int end) {
+  const auto tileOf = [&axis](int pixel) { return std::min(pixel / axis.unit, axis.tiles - 1); };
+  return {static_cast<int>(tileOf(start)), static_cast<int>(tileOf(end - 1)) + 1};
 }
 
-namespace {
-
-void store(int* to, std::int64_t value) {
-  if (to != nullptr) *to = static_cast<int>(value);
-}
-
-}  // namespace
-}  // namespace veskaro
-
-extern "C" {
-
-void getDenoiseTileInfo(int wOrig, int hOrig, int BaseUnitTile, int nbProc, int Padding, int Overlap, int* outNumTileX,
-                        int* outNumTileY, int* outUnitTileX, int* outUnitTileY, int* outLargestTileX,
-                        int* outLargestTileY, int* outExtendedWImage, int* outExtendedHImage) {
-  using veskaro::store;
-  veskaro::TileGrid grid;
-  if (!veskaro::tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, Padding, Overlap, &grid)) grid = {};
-  store(outNumTileX, grid.x.tiles);
-  store(outNumTileY, grid.y.tiles);
-  store(outUnitTileX, grid.x.unit);
-  store(outUnitTileY, grid.y.unit);
-  store(outLargestTileX, grid.x.largest);
-  store(outLargestTileY, grid.y.largest);
-  store(outExtendedWImage, grid.x.extended);
-  store(outExtendedHImage, grid.y.extended);
-}
-
-int len_pyram(int LevelMax, int wTile, int hTile) {
-  return static_cast<int>(veskaro::pyramidPixels(LevelMax, wTile, hTile));
-}
-
-int mem4denoise(int wOrig, int hOrig, int BaseUnitTile, int nbProc) {
-  if (wOrig < 1 || hOrig < 1 || BaseUnitTile < 1 || nbProc < 1) return NR_ERROR_ARGUMENT;
-  veskaro::TileGrid grid;
-  veskaro::tileGrid(wOrig, hOrig, BaseUnitTile, nbProc, veskaro::kPadding, veskaro::kOverlap, &grid);
-  return veskaro::workMemoryBytes(veskaro::sliceLayout(grid), nbProc);
-}
-
-}  // extern "C"
+}  // namespace veskaro::tiled

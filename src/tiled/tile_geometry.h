@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace veskaro {
+namespace veskaro::tiled {
 
 constexpr int kPadding = 8;       // zeros on each side of a tile that lies on the picture's border
 constexpr int kOverlap = 32;      // neighbouring picture on each side that lies inside
@@ -49,9 +49,14 @@ struct SliceLayout {
 
 SliceLayout sliceLayout(const TileGrid& grid);
 
-// Bytes of work memory for a team, or NR_ERROR_MEMORY when they do not fit an int.
-int workMemoryBytes(const SliceLayout& slice, int threads);
+// Tiles of an axis from the first to the end, exclusive.
+struct Range {
+  int first, end;
+};
 
-}  // namespace veskaro
+// Those whose main regions meet the pixels [start, end) of the picture.
+Range tilesTouching(const GridAxis& axis, int start, int end);
+
+}  // namespace veskaro::tiled
 
 #endif  // VESKARO_TILED_TILE_GEOMETRY_H

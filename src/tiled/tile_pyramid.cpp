@@ -5,17 +5,21 @@
 
 #include <cstddef>
 
-#include "VeskaroNRLib.h"
-#include "api/classic/variables.h"
 #include "filters/level_filter.h"
 #include "filters/neighbour_weights.h"
-#include "platform/fp_environment.h"
+#include "pixels/level.h"
 #include "pyramid/lift.h"
 #include "pyramid/reconstruct.h"
 #include "tiled/tile_geometry.h"
 
-namespace veskaro {
+namespace veskaro::tiled {
 namespace {
+
+using filters::kReach;
+using pixels::coarseSize;
+using pixels::kChannels;
+using pixels::levelSamples;
+using pixels::Rectangle;
 
 struct Level {
   int w, h;
@@ -46,56 +50,89 @@ void clearFrame(int w, int h, float* image) {
   }
 }
 
-void predict(const Level& fine, const Level& coarse, const TileBuffers& b, const params::ReconstructSettings& s) {
-  clearFrame(fine.w, fine.h, b.prediction);
-  reconstruct(fine.w, fine.h, b.pyramid + coarse.offset, b.pyramid + fine.offset, b.prediction, s);
-}
+// The steps in the fastest form there is, level filters on workers where a host wants them.
+struct FastSteps {
+  int workers;
 
-void filterAt(int level, const Level& size, const Rectangle& area, int workers, const TileBuffers& b) {
-  filterLevel(level, size.w, size.h, area, workers,
-              {b.pyramid + size.offset, b.reduced, b.prediction, b.differences + size.offset});
-}
+  void filter(const pixels::LevelLayout& layout, int height, const Rectangle& area, int level,
+              const filters::LevelBuffers& b, const params::TileSettings& s) const {
+    filters::filterLevel(layout, height, area, level < 2 ? workers : 0, b, s.noise[level], s.sharpen[level]);
+  }
+  void reconstruct(const Level& fine, const float* coarse, const float* guide, float* result,
+                   const params::ReconstructSettings& s) const {
+    pyramid::reconstruct(fine.w, fine.h, coarse, guide, result, s);
+  }
+};
+
+// The steps in plain code, which take no memory.
+struct PlainSteps {
+  void filter(const pixels::LevelLayout& layout, int height, const Rectangle& area, int level,
+              const filters::LevelBuffers& b, const params::TileSettings& s) const {
+    filters::plain::filterLevel(layout, height, area, b, s.noise[level], s.sharpen[level]);
+  }
+  void reconstruct(const Level& fine, const float* coarse, const float* guide, float* result,
+                   const params::ReconstructSettings& s) const {
+    pyramid::plain::reconstruct(fine.w, fine.h, coarse, guide, result, s);
+  }
+};
+
+template <class Steps>
+class TilePyramid {
+ public:
+  TilePyramid(const Steps& steps, int w, int h, const TileBuffers& buffers, const params::TileSettings& settings)
+      : steps_(steps), levels_(w, h), b_(buffers), settings_(settings) {}
+
+  Rectangle run(const Rectangle& mainArea) const {
+    Rectangle area = mainArea;
+    filter(0, area);
+    for (int k = 0; k < kCoarseLevels; ++k) {
+      const Level& fine = levels_.at[k];
+      const Level& coarse = levels_.at[k + 1];
+      pyramid::lift(fine.w, coarse.w, coarse.h, b_.pyramid + fine.offset, b_.pyramid + coarse.offset);
+      predict(fine, coarse);
+      pyramid::subtract(fine.samples(), b_.prediction, b_.pyramid + fine.offset, b_.differences + fine.offset);
+      area = {kReach, coarse.w - kReach, kReach, coarse.h - kReach};
+      filter(k + 1, area);
+    }
+    for (int k = kCoarseLevels - 1; k >= 0; --k) {
+      const Level& fine = levels_.at[k];
+      predict(fine, levels_.at[k + 1]);
+      pyramid::subtract(fine.samples(), b_.prediction, b_.differences + fine.offset, b_.pyramid + fine.offset);
+    }
+    return area;
+  }
+
+ private:
+  void filter(int level, const Rectangle& area) const {
+    const Level& l = levels_.at[level];
+    steps_.filter({l.w}, l.h, area, level,
+                  {b_.pyramid + l.offset, b_.reduced, b_.prediction, b_.differences + l.offset}, settings_);
+  }
+
+  void predict(const Level& fine, const Level& coarse) const {
+    clearFrame(fine.w, fine.h, b_.prediction);
+    steps_.reconstruct(fine, b_.pyramid + coarse.offset, b_.pyramid + fine.offset, b_.prediction,
+                       settings_.reconstruct);
+  }
+
+  const Steps& steps_;
+  const Levels levels_;
+  const TileBuffers& b_;
+  const params::TileSettings& settings_;
+};
 
 }  // namespace
 
-Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const TileBuffers& b) {
-  const Levels levels(w, h);
-  const params::ReconstructSettings settings = api::reconstructInForce();
-  Rectangle area = mainArea;
-  filterAt(0, levels.at[0], area, workers, b);
-  for (int k = 0; k < kCoarseLevels; ++k) {
-    const Level& fine = levels.at[k];
-    const Level& coarse = levels.at[k + 1];
-    lift(fine.w, coarse.w, coarse.h, b.pyramid + fine.offset, b.pyramid + coarse.offset);
-    predict(fine, coarse, b, settings);
-    subtract(fine.samples(), b.prediction, b.pyramid + fine.offset, b.differences + fine.offset);
-    area = {kReach, coarse.w - kReach, kReach, coarse.h - kReach};
-    filterAt(k + 1, coarse, area, k == 0 ? workers : 0, b);
-  }
-  for (int k = kCoarseLevels - 1; k >= 0; --k) {
-    const Level& fine = levels.at[k];
-    predict(fine, levels.at[k + 1], b, settings);
-    subtract(fine.samples(), b.prediction, b.differences + fine.offset, b.pyramid + fine.offset);
-  }
-  return area;
+Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const TileBuffers& buffers,
+                     const params::TileSettings& settings) {
+  const FastSteps steps = {workers};
+  return TilePyramid<FastSteps>(steps, w, h, buffers, settings).run(mainArea);
 }
 
-}  // namespace veskaro
-
-extern "C" {
-
-int denoise_tile(int wTile, int hTile, int* startCoord, int spp, int nbProc, float* workDiff, float* workDest,
-                 float* workTemp, float* inOutTile) {
-  if (spp != veskaro::kChannels) return NR_ERROR_ARGUMENT;
-  if (wTile < 1 || hTile < 1) return 0;
-  const veskaro::platform::DefaultFpEnvironment environment;
-  const veskaro::Rectangle last = veskaro::filterTile(wTile, hTile, veskaro::Rectangle::fromCoordinates(startCoord),
-                                                      nbProc, {inOutTile, workDiff, workDest, workTemp});
-  startCoord[0] = last.xStart;
-  startCoord[1] = last.xEnd;
-  startCoord[2] = last.yStart;
-  startCoord[3] = last.yEnd;
-  return 0;
+void filterTilePlainly(int w, int h, const Rectangle& mainArea, const TileBuffers& buffers,
+                       const params::TileSettings& settings) {
+  const PlainSteps steps;
+  TilePyramid<PlainSteps>(steps, w, h, buffers, settings).run(mainArea);
 }
 
-}  // extern "C"
+}  // namespace veskaro::tiled

@@ -1,9 +1,10 @@
 #ifndef VESKARO_TILED_TILE_PYRAMID_H
 #define VESKARO_TILED_TILE_PYRAMID_H
 
-#include "filters/rectangle.h"
+#include "params/settings.h"
+#include "pixels/rectangle.h"
 
-namespace veskaro {
+namespace veskaro::tiled {
 
 // The buffers of one tile: two pyramids (levels one after the other) and two scratch images of the tile's size.
 struct TileBuffers {
@@ -15,8 +16,13 @@ struct TileBuffers {
 
 // Filters a tile through the pyramid. mainArea is filtered at level 0; coarser levels but for a two-pixel border.
 // Returns the area filtered at the coarsest level.
-Rectangle filterTile(int w, int h, const Rectangle& mainArea, int workers, const TileBuffers& buffers);
+pixels::Rectangle filterTile(int w, int h, const pixels::Rectangle& mainArea, int workers, const TileBuffers& buffers,
+                             const params::TileSettings& settings);
 
-}  // namespace veskaro
+// The same bytes in plain code, which takes no memory beside the buffers.
+void filterTilePlainly(int w, int h, const pixels::Rectangle& mainArea, const TileBuffers& buffers,
+                       const params::TileSettings& settings);
+
+}  // namespace veskaro::tiled
 
 #endif  // VESKARO_TILED_TILE_PYRAMID_H

@@ -260,11 +260,49 @@ TEST(LevelFilter, HostsMayRunTheWorkersThemselves) {
   EXPECT_TRUE(sameBits(expected.result.samples, level.samples));
 }
 
-// A host whose pixels have another number of samples is told so before anything of its is touched.
-TEST(LevelFilter, OtherSamplesPerPixelAreRefused) {
+// Pixels of more samples: the first three are filtered as ever, the others of the result and of the scratch images
+// stay, but for the working copy of the level.
+TEST(LevelFilter, MoreSamplesPerPixelAreLeftAlone) {
+  tune();
+  const int w = 40, h = 20, spp = 5;
+  const Level level = makeLevel(w, h, Kind::kScene, 17);
+  const plain::FilteredLevel expected = plain::filterLevel(1, level, {2, w - 2, 3, h - 3}, -7.0f);
+  const auto widened = [&](const std::vector<float>& packed, float rest) {
+    std::vector<float> wide(static_cast<std::size_t>(w * h * spp), rest);
+    for (std::size_t k = 0; k < packed.size(); ++k) wide[k / 3 * spp + k % 3] = packed[k];
+    return wide;
+  };
+  int rectangle[4] = {2, w - 2, 3, h - 3};
+  forEachTarget([&](const char*) {
+    for (const int workers : {1, 3}) {
+      std::vector<float> image = widened(level.samples, 9.0f), reduced(image.size(), -7.0f);
+      std::vector<float> comparison = reduced, records = reduced;
+      EXPECT_EQ(noiseReduce_set(1, w, h, rectangle, spp, workers, 0, records.data(), reduced.data(), comparison.data(),
+                                image.data()),
+                workers == 1 ? h - 3 : 3 + (h - 6) - 2 * ((h - 6) / 3));
+      EXPECT_TRUE(sameBits(widened(expected.result.samples, 9.0f), image));
+      EXPECT_TRUE(sameBits(widened(expected.reduced.samples, 9.0f), reduced));
+      EXPECT_TRUE(sameBits(widened(expected.comparison.samples, -7.0f), comparison));
+      EXPECT_TRUE(sameBits(widened(expected.records.samples, -7.0f), records));
+    }
+    std::vector<float> image = widened(level.samples, 9.0f), comparison = widened(expected.comparison.samples, 9.0f);
+    std::vector<float> reduced = image, records(image.size(), -7.0f);
+    EXPECT_EQ(
+        noiseReduce_orig(1, w, h, rectangle, spp, 0, image.data(), comparison.data(), records.data(), reduced.data()),
+        h - 3);
+    EXPECT_TRUE(sameBits(widened(expected.reduced.samples, 9.0f), reduced));
+    EXPECT_EQ(sharpen_orig(1, w, h, rectangle, spp, reduced.data(), records.data(), image.data()), h - 3);
+    EXPECT_TRUE(sameBits(widened(expected.result.samples, 9.0f), image));
+  });
+}
+
+// A host whose pixels have too few samples is told so before anything of its is touched.
+TEST(LevelFilter, FewerSamplesPerPixelAreRefused) {
   int rectangle[4] = {2, 6, 2, 6};
   std::vector<float> level(8 * 8, 50.0f), untouched = level;
-  for (const int spp : {0, 1, 2, 4}) {
+  EXPECT_EQ(denoise_tile(8, 8, rectangle, 4, 1, level.data(), level.data(), level.data(), level.data()),
+            NR_ERROR_ARGUMENT);
+  for (const int spp : {-1, 0, 1, 2}) {
     float* p = level.data();
     EXPECT_EQ(noiseReduce_set(0, 8, 8, rectangle, spp, 1, 0, p, p, p, p), NR_ERROR_ARGUMENT);
     EXPECT_EQ(noiseReduce_orig(0, 8, 8, rectangle, spp, 0, p, p, p, p), NR_ERROR_ARGUMENT);

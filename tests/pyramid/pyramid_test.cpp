@@ -149,6 +149,9 @@ TEST(Difference, IsTakenAndGivenBack) {
   }
   EXPECT_EQ(differencePass(0, 3, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(unDifferencePass(4, -3, nullptr, nullptr, nullptr), 0);
+  std::vector<float> six(3 * 6, 1.0f);  // the product of the sizes counts, whatever their signs
+  EXPECT_EQ(differencePass(-2, -3, six.data(), six.data(), six.data()), 6);
+  EXPECT_EQ(six, std::vector<float>(3 * 6, 0.0f));
 }
 
 }  // namespace

@@ -1,0 +1,46 @@
+// One tile from the input's samples through the pyramid to the output's: fill, filter, blend. Both forms give the same
+// bytes.
+#ifndef VESKARO_TILED_TILE_H
+#define VESKARO_TILED_TILE_H
+
+#include <cstdint>
+
+#include "params/settings.h"
+#include "pixels/picture.h"
+#include "pixels/sample_scale.h"
+#include "tiled/tile_geometry.h"
+
+namespace veskaro::tiled {
+
+struct Tile {
+  const pixels::PictureView& in;   // holds what the tile reads
+  const pixels::PictureView& out;  // receives what it holds of the tile's main region
+  TileSpan x, y;
+  const params::TileSettings& settings;
+  const pixels::SampleScale& scale;
+
+  // Of the picture, what is written.
+  pixels::Region written() const {
+    return pixels::intersection(out.region,
+                                {x.mainStart, x.mainStart + x.mainSize, y.mainStart, y.mainStart + y.mainSize});
+  }
+  // From columns and rows of the picture to those of the tile.
+  int xInTile(int xPicture) const { return xPicture - x.mainStart + x.tileMainStart; }
+  int yInTile(int yPicture) const { return yPicture - y.mainStart + y.tileMainStart; }
+};
+
+// A form of the way, for the tiles of a grid.
+struct Engine {
+  // memory holds `floats` floats, which were 0 before the first tile. False when a sample is infinite or not a number.
+  bool (*process)(const Tile& tile, float* memory);
+  std::uint64_t floats;
+};
+
+Engine plainEngine(const TileGrid& grid);
+
+// Without a process when the processor has no vectors.
+Engine vectorEngine(const TileGrid& grid, pixels::SampleType type);
+
+}  // namespace veskaro::tiled
+
+#endif  // VESKARO_TILED_TILE_H
