@@ -160,8 +160,8 @@ def c_library() -> ctypes.CDLL:
     Examples
     --------
     >>> import veskaronr
-    >>> veskaronr.c_library().vnr_version() >= 10100
-    True
+    >>> veskaronr.c_library().vnr_version() // 10000
+    1
     """
     failures = []
     for name in _candidates():
