@@ -3,12 +3,12 @@
 from __future__ import annotations
 
 import math
-from operator import index
-from typing import Any, Callable, Iterable, Optional, Protocol, Union
+from typing import Any, Callable, Optional, Protocol, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
+from ._arguments import integer, number
 from ._library import CPicture, sized
 
 _MOST_PIXELS = 0x3FFFFFFF  # along one side
@@ -116,12 +116,12 @@ class Format:
     def __init__(
         self, data_range: Optional[float], channel_axis: Optional[int], channel_order: str, linear: bool
     ) -> None:
-        if channel_order not in ("rgb", "bgr"):
+        if not isinstance(channel_order, str) or channel_order not in ("rgb", "bgr"):
             raise ValueError(f'channel_order must be "rgb" or "bgr", not {channel_order!r}')
         if linear and data_range is not None:
             raise ValueError("a linear picture has no data_range: its scale is measured")
-        self.data_range = None if data_range is None else float(data_range)
-        self.channel_axis = None if channel_axis is None else index(channel_axis)
+        self.data_range = None if data_range is None else number("data_range", data_range)
+        self.channel_axis = None if channel_axis is None else integer("channel_axis", channel_axis)
         self.channel_order = channel_order
         self.linear = bool(linear)
 
@@ -139,10 +139,10 @@ class Format:
         """Views of the pictures in an array, each of shape (h, w, c)."""
         if self.channel_axis is None:
             view = array[..., np.newaxis] if array.ndim == 2 else array
-        elif array.ndim in (3, 4):
+        elif array.ndim in (3, 4) and -array.ndim <= self.channel_axis < array.ndim:
             view = np.moveaxis(array, self.channel_axis, -1)
         else:
-            raise ValueError(f"with a channel_axis the array has 3 axes, or 4 as a batch, not {array.ndim}")
+            raise ValueError(f"channel_axis is one of 3 axes, or of 4 of a batch, not {self.channel_axis} of {array.ndim}")
         if view.ndim not in (3, 4) or view.shape[-1] not in (1, 3, 4):
             raise ValueError(
                 "the shape must be (h, w), (h, w, c) or (n, h, w, c) with 1, 3 or 4 channels c, "
@@ -211,14 +211,3 @@ def filter_view(view: Array, target: Array, run: Callable[[Array, Array], None],
     height, width, channels = target.shape
     if channels == 4:
         copy_into(target[..., 3:], view[y : y + height, x : x + width, 3:])
-
-
-def integers(what: str, values: Iterable[Any], count: int) -> list[int]:
-    """That many integers, or a TypeError or ValueError that says what they should have been."""
-    try:
-        taken = [index(value) for value in values]
-    except TypeError:
-        raise TypeError(f"{what} must be {count} integers, not {values!r}") from None
-    if len(taken) != count:
-        raise ValueError(f"{what} must be {count} integers, not {len(taken)}")
-    return taken

@@ -9,7 +9,8 @@ from typing import Any, Literal, Optional, Sequence
 
 import numpy as np
 
-from ._arrays import Format, ImageLike, integers
+from ._arguments import integers
+from ._arrays import Format, ImageLike
 from ._library import CNoise, c_library, call, sized
 from ._run import Runner, SupportsIsSet
 from ._settings import DEFAULT_PRESET, Preset, Settings, settings_of
@@ -184,7 +185,7 @@ class Measurement:
         linear: bool = False,
     ) -> None:
         self._hold(Format(data_range, channel_axis, channel_order, linear))
-        sides = integers("shape", shape, len(shape))
+        sides = integers("shape", shape)
         size = self._form.one_picture(np.broadcast_to(np.uint8(0), sides)).shape
         call("vnr_measure_begin", size[1], size[0], byref(self._handle))
 

@@ -8,7 +8,8 @@ from typing import Any, NamedTuple, Optional, Sequence
 import numpy as np
 from numpy.typing import DTypeLike, NDArray
 
-from ._arrays import Array, Format, ImageLike, filter_view, integers, result_array
+from ._arguments import integers
+from ._arrays import Array, Format, ImageLike, filter_view, result_array
 from ._library import CRectangle, c_library, call
 from ._measure import ChannelOrder
 from ._run import Progress, Runner, SupportsIsSet
@@ -89,7 +90,7 @@ class Plan:
         if not isinstance(settings, Settings):
             raise TypeError(f"Settings are wanted, as Noise.settings() gives them, not {type(settings).__name__}")
         self._form = Format(data_range, channel_axis, channel_order, linear)
-        self._shape = tuple(integers("shape", shape, len(shape)))
+        self._shape = tuple(integers("shape", shape))
         whole = self._form.array(np.broadcast_to(np.empty((), dtype), self._shape))
         height, width, _ = self._form.one_picture(whole).shape
         self._dtype, self._settings = whole.dtype, settings

@@ -7,6 +7,7 @@ from typing import Any, Optional
 import numpy as np
 from numpy.typing import NDArray
 
+from ._arguments import integer
 from ._arrays import Array, ImageLike, copy_into, result_array, to_array
 from ._errors import rgbe_error_of
 from ._library import CControl, c_library
@@ -72,7 +73,7 @@ def denoise_rgbe(
         raise TypeError(f"samples must be uint8, not {array.dtype}")
     if array.ndim not in (3, 4) or array.shape[axis] != 4:
         raise ValueError(f"the shape must be {'(h, 4, w)' if planar else '(h, w, 4)'}, or a batch, not {array.shape}")
-    if not 50 <= strength <= 150:
+    if not 50 <= integer("strength", strength) <= 150:
         raise ValueError(f"the strength is a number from 50 to 150, not {strength}")
     result = result_array(out, array.shape, array)
     sources, targets = _row_planar(array, axis), _row_planar(result, axis)

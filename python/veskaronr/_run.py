@@ -5,10 +5,10 @@ from __future__ import annotations
 import threading
 from _thread import start_new_thread
 from ctypes import c_int32, pointer
-from operator import index
 from queue import Empty, SimpleQueue
 from typing import Any, Callable, Optional, Protocol, Union, runtime_checkable
 
+from ._arguments import integer
 from ._errors import Cancelled
 from ._library import PROGRESS, CControl, check, sized
 
@@ -68,7 +68,7 @@ class Runner:
         cancel: Optional[SupportsIsSet] = None,
         calls: int = 1,
     ) -> None:
-        self._threads = 0 if threads is None else index(threads)
+        self._threads = 0 if threads is None else integer("threads", threads)
         if threads is not None and not 1 <= self._threads < 1 << 31:
             raise ValueError(f"threads must be at least 1, not {threads}")
         if cancel is not None and not isinstance(cancel, SupportsIsSet):

@@ -3,10 +3,10 @@
 from __future__ import annotations
 
 from ctypes import Array, byref, c_float
-from dataclasses import astuple, dataclass, fields
-from operator import index
+from dataclasses import dataclass, fields
 from typing import TYPE_CHECKING, Any, Literal
 
+from ._arguments import integer, number
 from ._library import PARAM_COUNT, CNoise, CSettings, call, sized
 
 if TYPE_CHECKING:
@@ -67,7 +67,8 @@ class Params:
         >>> len(veskaronr.Params().to_vector())
         21
         """
-        return (c_float * PARAM_COUNT)(*astuple(self)[:PARAM_COUNT])
+        values = [number(field.name, getattr(self, field.name)) for field in fields(Params)]
+        return (c_float * PARAM_COUNT)(*values)
 
 
 _MEASURED = ("noise_level", "chroma_keep", "highlight_start", "highlight_width")
@@ -97,10 +98,11 @@ class Settings(Params):
     def _as_struct(self) -> CSettings:
         if self.rounding not in _ROUNDINGS:
             raise ValueError(f"rounding must be one of {', '.join(_ROUNDINGS)}, not {self.rounding!r}")
-        tile = index(self.tile)
+        tile = integer("tile", self.tile)
         return sized(
-            CSettings, params=self.to_vector(), recon_threshold=self.recon_threshold, recon_rolloff=self.recon_rolloff,
-            linear_scale=self.linear_scale, tile=min(max(tile, 0), 1 << 30), rounding=_ROUNDINGS.index(self.rounding),
+            CSettings, params=self.to_vector(), recon_threshold=number("recon_threshold", self.recon_threshold),
+            recon_rolloff=number("recon_rolloff", self.recon_rolloff),
+            linear_scale=number("linear_scale", self.linear_scale), tile=min(max(tile, 0), 1 << 30), rounding=_ROUNDINGS.index(self.rounding),
         )  # fmt: skip
 
 
@@ -117,7 +119,7 @@ def _of_struct(struct: CSettings) -> Settings:
 
 
 def check_preset(preset: str) -> None:
-    if preset not in _PRESETS:
+    if not isinstance(preset, str) or preset not in _PRESETS:
         raise ValueError(f"preset must be one of {', '.join(_PRESETS)}, not {preset!r}")
 
 
@@ -130,9 +132,10 @@ def settings_of(noise: CNoise, strength: float, preset: str) -> Settings:
 
 
 def check_strength(strength: float) -> float:
-    if not 0.5 <= strength <= 1.5:
+    factor = number("strength", strength)
+    if not 0.5 <= factor <= 1.5:
         raise ValueError(f"the strength is a factor from 0.5 to 1.5, not {strength}")
-    return float(strength)
+    return factor
 
 
 def with_params(measured: Settings, params: Params, noise: Noise) -> Settings:
