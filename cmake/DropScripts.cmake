@@ -1,4 +1,5 @@
-# CPack gives a package with a library two scripts that call ldconfig. The trigger does that, so they go.
+# CPack gives every package with a library two scripts that call ldconfig, which the trigger does. It has no setting
+# against them, and takes only other scripts in their place, so they are taken out afterwards.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   if(package MATCHES "/libveskaronrlib1_[^/]*$")
     set(folder ${package}.unpacked)

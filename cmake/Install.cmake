@@ -47,4 +47,10 @@ if(VESKARO_INSTALL_PYTHON)
   set(VESKARO_PYTHON_DIR ${default} CACHE STRING "Folder of the Python module, below the prefix")
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/veskaronr DESTINATION ${VESKARO_PYTHON_DIR} COMPONENT Python
     FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
+  # By which Python knows the module's version.
+  set(metadata veskaronr-${PROJECT_VERSION}.dist-info/METADATA)
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/python/${metadata} @ONLY
+    CONTENT "Metadata-Version: 2.1\nName: veskaronr\nVersion: @PROJECT_VERSION@\nRequires-Dist: numpy>=1.21\n")
+  install(FILES ${PROJECT_BINARY_DIR}/python/${metadata} COMPONENT Python
+    DESTINATION ${VESKARO_PYTHON_DIR}/veskaronr-${PROJECT_VERSION}.dist-info)
 endif()

@@ -1,5 +1,5 @@
 # Debian packages: cmake --preset package && cmake --build --preset package && cpack --preset package
-# Four of them, one a component; what they depend on is read from the binaries and from the module's imports.
+# Four of them, one a component; what they depend on is read from the binaries.
 set(packages Runtime libveskaronrlib1 Development libveskaronrlib-dev Tools veskaro-nr Python python3-veskaronr)
 set(components Runtime Development)
 if(TARGET veskaro-nr)
@@ -9,12 +9,12 @@ if(VESKARO_INSTALL_PYTHON)
   list(APPEND components Python)
 endif()
 
-# Every package brings the licence and the list of changes under its own name.
+# Every package brings the licence and the list of changes under its own name. Texts name the version by its variable.
 function(veskaro_compressed in out)
-  cmake_path(GET out PARENT_PATH folder)
-  file(MAKE_DIRECTORY ${folder})
-  add_custom_command(OUTPUT ${out} DEPENDS ${in}
-    COMMAND ${CMAKE_COMMAND} -DIN=${in} -DOUT=${out} -P ${PROJECT_SOURCE_DIR}/cmake/CompressFile.cmake VERBATIM)
+  cmake_path(REMOVE_EXTENSION out LAST_ONLY OUTPUT_VARIABLE plain)
+  configure_file(${in} ${plain} @ONLY)
+  add_custom_command(OUTPUT ${out} DEPENDS ${plain}
+    COMMAND ${CMAKE_COMMAND} -DIN=${plain} -DOUT=${out} -P ${PROJECT_SOURCE_DIR}/cmake/CompressFile.cmake VERBATIM)
   set_property(TARGET veskaro_compressed_files APPEND PROPERTY SOURCES ${out})
 endfunction()
 add_custom_target(veskaro_compressed_files ALL)
@@ -117,10 +117,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
-if(Python IN_LIST components AND CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-  execute_process(COMMAND ${VESKARO_PYTHON} ${PROJECT_SOURCE_DIR}/cmake/PythonDepends.py
-    ${PROJECT_SOURCE_DIR}/python/veskaronr OUTPUT_VARIABLE CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS)
-endif()
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3-numpy, python3:any")
 
 # A host that builds the library inside its own project makes its own packages.
 if(PROJECT_IS_TOP_LEVEL)

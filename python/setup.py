@@ -1,9 +1,11 @@
-"""The wheel brings the library with it: the one that VESKARONR_LIBRARY names, or one built from the sources around.
+"""The version is that of the library's header; pyproject.toml has the rest. The wheel brings the library with it: the
+one that VESKARONR_LIBRARY names, or one built from the sources around.
 
     pip wheel --no-build-isolation --no-deps ./python
 """
 
 import os
+import re
 import shutil
 import subprocess
 from pathlib import Path
@@ -13,6 +15,7 @@ from setuptools.command.build_py import build_py
 from wheel.bdist_wheel import bdist_wheel
 
 SOURCE = Path(__file__).resolve().parents[1]
+HEADER = SOURCE / "include/VeskaroNRLib.h"
 
 
 def build_library(folder):
@@ -37,4 +40,8 @@ class PlatformWheel(bdist_wheel):
         return "py3", "none", super().get_tag()[2]
 
 
-setup(cmdclass={"build_py": BuildWithLibrary, "bdist_wheel": PlatformWheel}, has_ext_modules=lambda: True)
+setup(
+    version=".".join(re.findall(r"#define VESKARONR_VERSION_\w+ (\d+)", HEADER.read_text())),
+    cmdclass={"build_py": BuildWithLibrary, "bdist_wheel": PlatformWheel},
+    has_ext_modules=lambda: True,
+)

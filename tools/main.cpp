@@ -2,47 +2,46 @@
 #include <fmt/format.h>
 
 #include <cstdio>
-#include <cstring>
 #include <vips/vips8>
 
-#include "batch.h"
-#include "decode.h"
-#include "file_io.h"
-#include "options.h"
-#include "profile_command.h"
-#include "selftest.h"
+#include "base/failure.h"
+#include "command/command_line.h"
+#include "command/denoise.h"
+#include "command/profile.h"
+#include "command/selftest.h"
+#include "pictures/libvips.h"
 
 namespace {
 
 constexpr int kAllDone = 0, kSomeFailed = 1, kUsage = 2;
 
-int run(int argc, char** argv) {
-  if (argc > 1 && std::strcmp(argv[1], "profile") == 0) return tool::runProfile(argc - 1, argv + 1);
-  const std::optional<tool::Options> options = tool::parseOptions(argc, argv);
-  if (!options) return kAllDone;
-  vips_concurrency_set(options->settings.threads);
-  tool::removeUnfinishedFileOnSignals();
-  return tool::runBatch(*options);
+void startLibvips(const char* name) {
+  if (VIPS_INIT(name) != 0) throw tool::Failure("libvips does not start");
+  tool::pictures::listenToDecoders();
+  // Every picture is decoded once; keeping it would only take memory.
+  vips_cache_set_max(0);
 }
+
+struct Run {
+  const char* name;
+
+  template <typename OnPictures>
+  int operator()(const OnPictures& command) const {
+    startLibvips(name);
+    return execute(command);
+  }
+  int operator()(const tool::command::SelfTest&) const { return tool::command::selfTest(); }
+  int operator()(const tool::command::Answered&) const { return kAllDone; }
+};
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc == 2 && std::strcmp(argv[1], "selftest") == 0) return tool::selfTest();
-  if (VIPS_INIT(argv[0]) != 0) {
-    fmt::print(stderr, "veskaro-nr: libvips does not start\n");
-    return kSomeFailed;
-  }
-  tool::listenToDecoders();
-  // Every picture is decoded once; keeping it would only take memory.
-  vips_cache_set_max(0);
-  try {
-    return run(argc, argv);
-  } catch (const tool::UsageError& error) {
-    fmt::print(stderr, "veskaro-nr: {} (see veskaro-nr --help)\n", error.text);
-    return kUsage;
-  } catch (const std::exception& unexpected) {
-    fmt::print(stderr, "veskaro-nr: {}\n", unexpected.what());
-    return kSomeFailed;
-  }
+int main(int argc, char** argv) try {
+  return std::visit(Run{argv[0]}, tool::command::parseCommandLine(argc, argv));
+} catch (const tool::command::UsageError& error) {
+  fmt::print(stderr, "veskaro-nr: {} (see veskaro-nr --help)\n", error.text);
+  return kUsage;
+} catch (const std::exception& unexpected) {
+  fmt::print(stderr, "veskaro-nr: {}\n", unexpected.what());
+  return kSomeFailed;
 }

@@ -11,6 +11,8 @@ Python threads run meanwhile. The library is looked for in the file that the env
 VESKARONR_LIBRARY names, then beside the module and the installation it belongs to, then where the system looks.
 """
 
+from importlib.metadata import PackageNotFoundError, version
+
 from ._denoise import Info, denoise
 from ._errors import ArgumentError, Cancelled, Error, LibraryMemoryError, StatisticsError
 from ._library import PARAM_COUNT, c_library
@@ -21,7 +23,10 @@ from ._settings import Params, Settings
 
 profile = measure
 
-__version__ = "1.0.0"
+try:
+    __version__ = version(__name__)
+except PackageNotFoundError:  # used from the source tree
+    __version__ = "0+unknown"
 
 __all__ = [
     "ArgumentError",

@@ -108,6 +108,7 @@ int measurePicture(const PictureSize& size, const unsigned char* picture, float 
 }  // namespace veskaro
 
 extern "C" int percentileD(float perc, size_t imageSize, int histoLen, int* histo) {
+  const veskaro::platform::DefaultFpEnvironment environment;
   return veskaro::percentileBin(perc, imageSize, histoLen, histo);
 }
 

@@ -1,9 +1,10 @@
 """The built file: what it exports, what it needs, how it is laid out."""
 
+import ctypes
 import re
 import unittest
 
-from support import BUILD, EXPORT_LIST, LIBRARY, SOURCE, declared, run
+from support import BUILD, EXPORT_LIST, HEADER, LIBRARY, SOURCE, declared, run
 
 
 def exported():
@@ -26,6 +27,32 @@ class Exports(unittest.TestCase):
         for names, wanted in ((functions, "T"), (variables, "BD"), (constants, "R")):
             for name in names:
                 self.assertIn(kinds[name], wanted, name)
+
+
+class Values(unittest.TestCase):
+    """What the header's comments say is what the file holds, to the last bit."""
+
+    def setUp(self):
+        self.header, self.library = HEADER.read_text(), ctypes.CDLL(LIBRARY)
+
+    def said(self, text):
+        numerator, _, denominator = text.partition("/")
+        return ctypes.c_float(float(numerator) / float(denominator or 1)).value
+
+    def test_constants_and_variables(self):
+        _, _, constants = declared()
+        comments = dict(re.findall(r"float (\w+); +/\*\*< (-?[\d.]+(?: ?/ ?[\d.]+)?)", self.header))
+        self.assertLessEqual(constants, comments.keys())
+        self.assertIn("reconSimilarityRolloff", comments)
+        for name, text in comments.items():
+            self.assertEqual(ctypes.c_float.in_dll(self.library, name).value, self.said(text), name)
+
+    def test_defaults(self):
+        comments = re.findall(r"^  NR_\w+ = \d+, +/\*\*< (-?[\d.]+) ", self.header, re.M)
+        vector = (ctypes.c_float * (len(comments) + 1))(*[-9.0] * (len(comments) + 1))
+        self.assertEqual(self.library.nr_def(vector), 1)
+        self.assertEqual(list(vector), [*map(self.said, comments), -9.0])
+        self.assertEqual(len(comments), 21)
 
 
 class Layout(unittest.TestCase):

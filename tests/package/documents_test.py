@@ -30,21 +30,6 @@ class Documents(unittest.TestCase):
                 if "://" not in target:
                     self.assertTrue((text.parent / target).exists(), f"{text.name} points to {target}")
 
-    def test_every_place_names_the_same_version(self):
-        header = dict(re.findall(r"VESKARONR_VERSION_(\w+) (\d+)", (SOURCE / "include/VeskaroNRLib.h").read_text()))
-        version = ".".join(header[part] for part in ("MAJOR", "MINOR", "PATCH"))
-        places = {
-            "CMakeLists.txt": f"VERSION {version} ",
-            "CHANGELOG.md": f"## {version}\n",
-            "cmake/debian/changelog": f"veskaronrlib ({version})",
-            "docs/VeskaroNRLib.3": f'"VeskaroNRLib {version}"',
-            "docs/veskaro-nr.1": f'"VeskaroNRLib {version}"',
-            "python/pyproject.toml": f'version = "{version}"',
-            "python/veskaronr/__init__.py": f'__version__ = "{version}"',
-        }
-        for place, wanted in places.items():
-            self.assertIn(wanted, (SOURCE / place).read_text(), place)
-
     def test_what_the_readme_shows_works(self):
         text = (SOURCE / "README.md").read_text()
         blocks = dict(re.findall(r"^```(c|python)\n(.*?)^```", text, re.S | re.M))

@@ -8,7 +8,7 @@ import sys
 import tempfile
 import unittest
 
-from support import BUILD, SOURCE, run
+from support import BUILD, SOURCE, VERSION, run
 
 EXAMPLES = SOURCE / "examples"
 
@@ -36,7 +36,7 @@ class Installed(unittest.TestCase):
         links = {path.name: os.readlink(path) for path in self.lib.iterdir() if path.is_symlink()}
         self.assertEqual(links["libVeskaroNRLib.so"], "VeskaroNRLib.so")
         self.assertEqual(links["VeskaroNRLib.so"], "VeskaroNRLib.so.1")
-        self.assertEqual(links["VeskaroNRLib.so.1"], "VeskaroNRLib.so.1.0.0")
+        self.assertEqual(links["VeskaroNRLib.so.1"], f"VeskaroNRLib.so.{VERSION}")
         self.assertNotRegex(run("readelf", "-dW", self.lib / "VeskaroNRLib.so.1"), "RPATH|RUNPATH")
         for path in self.prefix.rglob("*"):
             if path.is_file() and not path.is_symlink():
@@ -55,7 +55,7 @@ class Installed(unittest.TestCase):
         self.assertIn("100% tests passed, 0 tests failed out of 7", said)
 
     def test_version_is_checked(self):
-        for wanted, found in (("1", True), ("1.0.0", True), ("2", False), ("0.9", False), ("1.99", False)):
+        for wanted, found in (("1", True), (VERSION, True), ("2", False), ("0.9", False), ("1.99", False)):
             folder = self.top / f"version-{wanted}"
             folder.mkdir()
             (folder / "CMakeLists.txt").write_text(
@@ -71,7 +71,7 @@ class Installed(unittest.TestCase):
         for source in ("denoise.c", "own_pyramid.c"):
             run("cc", EXAMPLES / source, *self.flags("--cflags"), *self.flags("--libs"), "-o", program)
             run(program, env={**os.environ, "LD_LIBRARY_PATH": str(self.lib)})
-        self.assertEqual(run("pkg-config", "--modversion", "veskaronr", env=self.pkg_config).strip(), "1.0.0")
+        self.assertEqual(run("pkg-config", "--modversion", "veskaronr", env=self.pkg_config).strip(), VERSION)
 
     def test_a_host_that_is_no_position_independent_executable(self):
         # Such a host has its own copy of a variable, which the library must then use as well.
@@ -104,19 +104,22 @@ class Installed(unittest.TestCase):
         environment = {k: v for k, v in os.environ.items() if k not in ("VESKARONR_LIBRARY", "LD_LIBRARY_PATH")}
         environment["PYTHONPATH"] = str(found[0].parents[1])
         said = run(
-            "/usr/bin/python3", "-c", "import veskaronr; print(veskaronr.c_library()._name)", env=environment, cwd=self.top
+            "/usr/bin/python3", "-c", "import veskaronr; print(veskaronr.__version__, veskaronr.c_library()._name)", env=environment, cwd=self.top
         )
-        self.assertEqual(pathlib.Path(said.strip()).resolve(), (self.lib / "VeskaroNRLib.so.1").resolve())
+        version, path = said.strip().split(" ", 1)
+        self.assertEqual(version, VERSION)
+        self.assertEqual(pathlib.Path(path).resolve(), (self.lib / "VeskaroNRLib.so.1").resolve())
 
     def test_wheel(self):
         # Nothing of the source tree is written to; the library is the one under test.
-        sources, wheels, room = self.top / "python", self.top / "wheels", self.top / "room"
+        sources, wheels, room = self.top / "sources/python", self.top / "wheels", self.top / "room"
         shutil.copytree(SOURCE / "python", sources)
+        shutil.copytree(SOURCE / "include", self.top / "sources/include")
         pip = ("/usr/bin/python3", "-m", "pip", "-q", "--disable-pip-version-check")
         environment = {**os.environ, "VESKARONR_LIBRARY": str(self.lib / "VeskaroNRLib.so.1")}
         run(*pip, "wheel", "--no-build-isolation", "--no-deps", "--no-index", "-w", wheels, sources, env=environment)
         (wheel,) = wheels.iterdir()
-        self.assertRegex(wheel.name, r"^veskaronr-[\d.]+-py3-none-linux_\w+\.whl$")
+        self.assertRegex(wheel.name, rf"^veskaronr-{VERSION}-py3-none-linux_\w+\.whl$")
         run("/usr/bin/python3", "-m", "venv", "--system-site-packages", room)
         run(room / "bin/pip", "-q", "install", "--no-index", wheel)
         code = "import veskaronr; print(veskaronr.c_library()._name); veskaronr.denoise([[1, 2], [3, 4]])"
@@ -128,7 +131,7 @@ class Installed(unittest.TestCase):
         if not tool.exists():
             self.skipTest("installed without the companion")
         environment = {k: v for k, v in os.environ.items() if k != "LD_LIBRARY_PATH"}
-        self.assertIn("1.0.0", run(tool, "--version", env=environment))
+        self.assertIn(VERSION, run(tool, "--version", env=environment))
         found = run("ldd", tool, env=environment)
         self.assertIn(str(self.lib), str(pathlib.Path(found.split("VeskaroNRLib.so.1 => ")[1].split(" (")[0]).resolve()))
 

@@ -9,6 +9,7 @@ SOURCE = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("VESKARO_BUILD_DIR", SOURCE / "build/release"))
 LIBRARY = BUILD / "VeskaroNRLib.so.1"
 HEADER = SOURCE / "include/VeskaroNRLib.h"
+VERSION = ".".join(re.findall(r"#define VESKARONR_VERSION_\w+ (\d+)", HEADER.read_text()))
 EXPORT_LIST = SOURCE / "src/VeskaroNRLib.map"
 
 

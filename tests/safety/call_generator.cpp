@@ -1,7 +1,6 @@
 #include "safety/call_generator.h"
 
 #include <VeskaroNRLib.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <cstring>
@@ -9,8 +8,10 @@
 #include <limits>
 #include <list>
 #include <optional>
+#include <thread>
 #include <vector>
 
+#include "support/digest.h"
 #include "support/guarded.h"
 #include "support/targets.h"
 
@@ -51,16 +52,8 @@ float extremeValue(Choices& c) {
 }
 
 int extremeInt(Choices& c) {
-  static const int values[] = {0,
-                               -1,
-                               1,
-                               -2,
-                               std::numeric_limits<int>::max(),
-                               std::numeric_limits<int>::min(),
-                               std::numeric_limits<int>::max() - 16,
-                               46341,
-                               65536,
-                               1 << 30};
+  constexpr int kMost = std::numeric_limits<int>::max();
+  static const int values[] = {0, -1, 1, -2, kMost, -kMost - 1, kMost - 16, 46341, 65536, 1 << 30};
   return c.oneIn(2) ? values[c.number(0, std::size(values) - 1)]
                     : c.number(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
 }
@@ -68,14 +61,33 @@ int extremeInt(Choices& c) {
 // One call's buffers and what it says about them.
 class Call {
  public:
-  explicit Call(Choices& choices) : c(choices) {}
+  Call(Choices& choices, Surroundings& around) : c(choices), around_(around) {}
 
   Choices& c;
-  std::string wrong;
 
-  void expect(bool right, const char* what) {
-    if (!right && wrong.empty()) wrong = what;
+  // Calls the library. What comes back joins the outcome; a refusal must leave everything but scratch as it was, a call
+  // that runs short of memory too unless it mayHaveWritten.
+  template <class Function>
+  auto made(const Function& function, bool mayHaveWritten = false) {
+    std::vector<std::vector<unsigned char>> before;
+    for (Buffer& b : buffers_) before.push_back(b.isScratch ? std::vector<unsigned char>() : b.bytes.copy());
+    around_.enter();
+    const auto result = function();
+    around_.leave();
+    results_.add(result);
+    const bool isShort = result == NR_ERROR_MEMORY && around_.isShortOfMemory();
+    ranShort_ = ranShort_ || isShort;
+    const bool hasRefused = result < 0 && !(isShort && mayHaveWritten);
+    auto was = before.begin();
+    for (Buffer& b : buffers_) {
+      if (b.isInput || (hasRefused && !b.isScratch)) blameUnless(b.bytes.copy() == *was, "wrote what it should not");
+      ++was;
+    }
+    return result;
   }
+
+  // Without memory there is no other result to expect.
+  void expect(bool right, const char* what) { blameUnless(right || ranShort_, what); }
   void expectCode(int code, std::initializer_list<int> defined, const char* what) {
     expect(std::find(defined.begin(), defined.end(), code) != defined.end(), what);
   }
@@ -100,6 +112,7 @@ class Call {
   float* image(int w, int h) { return floats(3 * static_cast<std::size_t>(w) * static_cast<std::size_t>(h)); }
   float* floats(std::size_t count) {
     auto* values = reinterpret_cast<float*>(add(count * sizeof(float)));
+    buffers_.back().isFloat = true;
     const int kind = c.number(0, 4);
     const float around = c.real(0.0f, 255.0f), spread = c.real(0.0f, 30.0f);
     Choices contents = c.contents();
@@ -115,6 +128,18 @@ class Call {
   }
 
   int* ints(std::size_t count) { return reinterpret_cast<int*>(add(count * sizeof(int))); }
+
+  // The buffer made last: what it holds afterwards is nobody's, or as before.
+  template <typename T>
+  T* scratch(T* data) {
+    buffers_.back().isScratch = true;
+    return data;
+  }
+  template <typename T>
+  T* input(T* data) {
+    buffers_.back().isInput = true;
+    return data;
+  }
 
   int* rectangle(int w, int h) {
     int* r = ints(4);
@@ -141,7 +166,11 @@ class Call {
 
   void tuning() {
     float* p = params();
-    calcParams(p);
+    made([p] { return calcParams(p), 0; });
+    for (const float v : {level0noiseLevel, level2SharpAmount, highlightNRhighThreshold, highlightNRintercept,
+                          highlightNRslope, highnoiseLevelReduce}) {
+      results_.add(v);
+    }
     reconSimilarityThreshold = c.oneIn(8) ? value(true) : 10.0f;
     reconSimilarityRolloff = c.oneIn(8) ? value(true) : 50.0f;
     if (!c.oneIn(8)) return;
@@ -152,16 +181,43 @@ class Call {
     }
   }
 
-  void checkSurroundings() {
-    for (const auto& b : buffers_) expect(b.surroundingsIntact(), "wrote outside a buffer");
+  Outcome outcome() {
+    for (const Buffer& b : buffers_) blameUnless(b.bytes.surroundingsIntact(), "wrote outside a buffer");
+    return {wrong_, results_.text() + contents().text(), ranShort_};
   }
 
  private:
+  struct Buffer {
+    Buffer(std::size_t size, Against edge) : bytes(size, edge) {}
+    Guarded<unsigned char> bytes;
+    bool isFloat = false, isScratch = false, isInput = false;
+  };
+
   unsigned char* add(std::size_t size) {
-    return buffers_.emplace_back(size, c.oneIn(2) ? Against::kStart : Against::kEnd).data();
+    return buffers_.emplace_back(size, c.oneIn(2) ? Against::kStart : Against::kEnd).bytes.data();
+  }
+  Digest contents() {
+    Digest digest;
+    for (Buffer& b : buffers_) {
+      if (b.isScratch) continue;
+      if (b.isFloat) {
+        const auto* values = reinterpret_cast<const float*>(b.bytes.data());
+        digest.add(std::vector<float>(values, values + b.bytes.size() / sizeof(float)));
+      } else {
+        digest.add(b.bytes.copy());
+      }
+    }
+    return digest;
+  }
+  void blameUnless(bool right, const char* what) {
+    if (!right && wrong_.empty()) wrong_ = what;
   }
 
-  std::list<Guarded<unsigned char>> buffers_;
+  Surroundings& around_;
+  std::list<Buffer> buffers_;
+  Digest results_;
+  std::string wrong_;
+  bool ranShort_ = false;
 };
 
 std::size_t pixels(int w, int h) {
@@ -197,41 +253,39 @@ void callDenoise2(Call& call) {
   Picture p = {call.side(), call.side(), 0, c.number(1, 2)};
   if (c.oneIn(30)) p.w += 300;
   p.stride = 3 * p.w + (c.oneIn(2) ? 0 : c.number(1, 70));
-  const int threads = call.threads(), tile = c.oneIn(8) ? c.number(1, 400) : c.number(56, 140);
+  call.tuning();  // of which denoise2 reads the two variables of the reconstruction
+  const int threads = call.threads();
+  const int tile = c.oneIn(8) ? c.number(44, 60) : c.oneIn(8) ? c.number(-1, 400) : c.number(56, 140);
   float* params = call.params();
-  unsigned char* in = call.bytes(p.extent());
+  unsigned char* in = call.input(call.bytes(p.extent()));
   paint(call, p, in);
   unsigned char* out = call.bytes(p.extent());
   const int need = mem4denoise(p.w, p.h, tile, threads);
   unsigned char* work =
-      need > 0 && need < (64 << 20) && c.oneIn(2) ? call.bytes(static_cast<std::size_t>(need)) : nullptr;
+      need > 0 && need < (64 << 20) && c.oneIn(2) ? call.scratch(call.bytes(static_cast<std::size_t>(need))) : nullptr;
 
   int w = p.w, h = p.h, stride = p.stride, samples = 3, bits = 8 * p.sampleBytes;
   const int refuse = c.oneIn(8) ? c.number(1, 9) : 0;
   if (refuse == 1) samples = c.oneIn(2) ? 4 : extremeInt(c);
   if (refuse == 2) bits = c.oneIn(2) ? 12 : extremeInt(c);
-  if (refuse == 3) w = -c.number(0, 99);
+  if (refuse == 3) w = c.oneIn(4) ? std::numeric_limits<int>::max() : -c.number(0, 99);
   if (refuse == 4) h = -c.number(0, 99);
-  if (refuse == 5) stride = 3 * w - c.number(1, 40);
+  if (refuse == 5) stride = 3 * w - (c.oneIn(2) ? 1 : c.number(1, 40));
   if (refuse == 6) stride = std::numeric_limits<int>::max();
   const bool known = samples == 3 && (bits == 8 || bits == 16) && bits == 8 * p.sampleBytes;
   if (refuse == 2 && (bits == 8 || bits == 16)) return;
   const bool nothing = refuse >= 7;
-  const bool right = known && w >= 1 && h >= 1 && stride >= 3 * w && stride <= std::numeric_limits<int>::max() / h &&
+  const bool right = known && w >= 1 && h >= 1 && stride >= 3LL * w && stride <= std::numeric_limits<int>::max() / h &&
                      threads >= 1 && tile >= (threads == 1 ? 48 : 56) && !nothing;
 
-  const std::vector<unsigned char> inBefore(in, in + p.extent()), outBefore(out, out + p.extent());
-  const std::vector<float> paramsBefore(params, params + NR_PARAM_COUNT);
-  const int code = denoise2(w, h, samples, stride, bits, tile, threads, refuse == 7 ? nullptr : params, work,
-                            refuse == 8 ? nullptr : in, refuse == 9 ? nullptr : out);
-  call.expect(code == (right ? NR_OK : NR_ERROR_ARGUMENT), "denoise2: result code");
-  call.expect(std::equal(inBefore.begin(), inBefore.end(), in), "denoise2: input changed");
+  const std::vector<unsigned char> outBefore(out, out + p.extent());
+  const auto run = [&] {
+    return denoise2(w, h, samples, stride, bits, tile, threads, refuse == 7 ? nullptr : params, work,
+                    refuse == 8 ? nullptr : in, refuse == 9 ? nullptr : out);
+  };
+  call.expect(call.made(run, true) == (right ? NR_OK : NR_ERROR_ARGUMENT), "denoise2: result code");
   for (std::size_t k = 0; k < p.extent(); ++k) {
-    if (!right || !p.isSample(k)) call.expect(out[k] == outBefore[k], "denoise2: wrote what it should not");
-  }
-  if (!right) {
-    call.expect(std::memcmp(params, paramsBefore.data(), paramsBefore.size() * sizeof(float)) == 0,
-                "denoise2: refused, but changed nrParams");
+    if (!p.isSample(k)) call.expect(out[k] == outBefore[k], "denoise2: wrote between the rows");
   }
 }
 
@@ -254,8 +308,10 @@ void callTile(Call& call) {
   int* area = call.rectangle(w, h);
   const std::size_t pyramid = 3 * pyramidPixels(w, h);
   float *differences = call.floats(pyramid), *tile = call.floats(pyramid);
-  float *dest = call.image(w, h), *temp = call.image(w, h);
-  call.expect(denoise_tile(w, h, area, 3, workers, differences, dest, temp, tile) == 0, "denoise_tile: result");
+  float *dest = call.scratch(call.image(w, h)), *temp = call.image(w, h);
+  const int spp = !call.c.oneIn(8) ? 3 : call.c.oneIn(2) ? extremeInt(call.c) : call.c.number(0, 4);
+  const auto run = [&] { return denoise_tile(w, h, area, spp, workers, differences, dest, temp, tile); };
+  call.expect(call.made(run) == (spp == 3 ? 0 : NR_ERROR_ARGUMENT), "denoise_tile: result");
 }
 
 // ---- pyramid
@@ -265,19 +321,13 @@ void callPyramid(Call& call) {
   const int w = call.side(), h = call.side(), wCoarse = (w + 1) / 2, hCoarse = (h + 1) / 2;
   call.tuning();
   float *fine = call.image(w, h), *other = call.image(w, h), *coarse = call.image(wCoarse, hCoarse);
-  switch (which) {
-    case 0:
-      call.expect(similarityLift(w, h, wCoarse, hCoarse, fine, coarse) == hCoarse, "similarityLift: result");
-      break;
-    case 1:
-      similarityReconstruct(w, h, coarse, fine, other);
-      break;
-    case 2:
-      call.expect(differencePass(w, h, fine, other, other) == w * h, "differencePass: result");
-      break;
-    default:
-      call.expect(unDifferencePass(w, h, fine, other, fine) == w * h, "unDifferencePass: result");
-  }
+  const int rows = call.made([&] {
+    if (which == 0) return similarityLift(w, h, wCoarse, hCoarse, fine, coarse);
+    if (which == 1) return similarityReconstruct(w, h, coarse, fine, other);
+    return which == 2 ? differencePass(w, h, fine, other, other) : unDifferencePass(w, h, fine, other, fine);
+  });
+  const int expected = which == 0 ? hCoarse : which == 1 ? (w > 2 && h > 2 ? h - 1 : 0) : w * h;
+  call.expect(rows == expected, "pyramid: result");
   const int w2 = extremeInt(call.c), h2 = -call.c.number(0, 9);
   call.expect(similarityLift(w2, h2, w2, h2, nullptr, nullptr) == 0, "similarityLift: nothing to do");
   if (w2 >= 0) {
@@ -293,17 +343,15 @@ void callLevelFilter(Call& call) {
   const int w = call.side() + (call.c.oneIn(20) ? 520 : 0), h = call.side();  // now and then several strips
   call.tuning();
   int* area = call.rectangle(w, h);
-  float *level = call.image(w, h), *a = call.image(w, h), *b = call.image(w, h), *records = call.image(w, h);
-  switch (which) {
-    case 0:
-      noiseReduce_orig(call.level(), w, h, area, 3, despeckle, level, a, records, b);
-      break;
-    case 1:
-      sharpen_orig(call.level(), w, h, area, 3, level, records, a);
-      break;
-    default:
-      noiseReduce_set(call.level(), w, h, area, 3, workers, despeckle, records, a, b, level);
-  }
+  const int rang = call.level(), spp = call.c.oneIn(6) ? call.c.number(-1, 6) : 3;
+  const std::size_t count = pixels(w, h) * static_cast<std::size_t>(std::max(spp, 3));
+  float *level = call.floats(count), *a = call.floats(count), *b = call.floats(count), *records = call.floats(count);
+  const int end = call.made([&] {
+    if (which == 0) return noiseReduce_orig(rang, w, h, area, spp, despeckle, level, a, records, b);
+    if (which == 1) return sharpen_orig(rang, w, h, area, spp, level, records, a);
+    return noiseReduce_set(rang, w, h, area, spp, workers, despeckle, records, a, b, level);
+  });
+  call.expect((end == NR_ERROR_ARGUMENT) == (spp < 3), "level filter: result");
 }
 
 void callWorkerBody(Call& call) {
@@ -323,10 +371,8 @@ void callWorkerBody(Call& call) {
                  call.c.number(0, workers - 1),
                  workers,
                  0};
-  pthread_t thread;
-  if (pthread_create(&thread, nullptr, body, &job) == 0) {
-    pthread_join(thread, nullptr);
-  }
+  // The body ends its thread itself, as those of pthread_create may.
+  call.made([&] { return std::thread(body, &job).join(), 0; });
 }
 
 void callPixelHelpers(Call& call) {
@@ -355,14 +401,16 @@ void callProfile(Call& call) {
   Choices& c = call.c;
   Picture p = {call.side() + (c.oneIn(2) ? 60 : 0), call.side() + (c.oneIn(2) ? 60 : 0), 0, 1};
   p.stride = 3 * p.w + c.number(0, 40);
-  unsigned char* in = call.bytes(p.extent());
+  unsigned char* in = call.input(call.bytes(p.extent()));
   paint(call, p, in);
-  unsigned char* work = call.bytes(48 * pixels(p.w / 32, p.h / 32) + 1280);
-  const int code = auto_profile(p.w, p.h, p.stride, call.params(), work, in);
+  unsigned char* work = call.scratch(call.bytes(48 * pixels(p.w / 32, p.h / 32) + 1280));
+  float* params = call.params();
+  const int code = call.made([&] { return auto_profile(p.w, p.h, p.stride, params, work, in); });
   call.expect(code >= 7 || code == NR_ERROR_ARGUMENT || code == NR_ERROR_STATISTICS, "auto_profile: result code");
   const int block = c.number(4, 36);
   if (block <= p.w && block <= p.h) {
-    recalcDeviations(p.w, p.h, p.stride, block, 3 * c.number(0, p.w - block) + p.stride * c.number(0, p.h - block), in);
+    const int column = c.number(0, p.w - block), row = c.number(0, p.h - block);
+    call.made([&] { return recalcDeviations(p.w, p.h, p.stride, block, 3 * column + p.stride * row, in); });
   }
 }
 
@@ -376,8 +424,12 @@ void callRanking(Call& call) {
   Choices contents = c.contents();
   for (std::size_t k = 0; k < room; ++k) keys[k] = repeats ? contents.number(0, 5) : extremeInt(contents);
   const bool ints = c.oneIn(2);
-  const int ranked =
-      ints ? iclassement2(count, keys, order) : static_cast<int>(fClassementCroissant2(count, reals, order));
+  const auto rank = [&] {
+    const float done =
+        ints ? static_cast<float>(iclassement2(count, keys, order)) : fClassementCroissant2(count, reals, order);
+    return done == 0.0f && count > 0 ? NR_ERROR_MEMORY : static_cast<int>(done);
+  };
+  const int ranked = call.made(rank, true);
   call.expect(ranked == (count > 0 ? count : 0), "ranking: result");
   std::vector<bool> seen(room);
   for (std::size_t k = 0; k < room; ++k) {
@@ -414,8 +466,13 @@ void callDenoise1(Call& call) {
   unsigned char *in = hdrPicture(call, w, h), *out = call.bytes(4 * pixels(w, h));
   const int strength = c.oneIn(4) ? extremeInt(c) : c.number(48, 152);
   const bool nothing = c.oneIn(20), depth = !c.oneIn(20), huge = c.oneIn(20);
-  const int code = denoise1(strength, huge ? 65536 : w, huge ? extremeInt(c) & 0x7fffffff : h, extremeInt(c),
-                            extremeInt(c), depth ? 32 : c.number(-1, 31), huge ? nullptr : in, nothing ? nullptr : out);
+  const int width = huge ? 65536 : w, height = huge ? extremeInt(c) & 0x7fffffff : h,
+            bits = depth ? 32 : c.number(-1, 31);
+  const int stride = extremeInt(c), samples = extremeInt(c);
+  const auto run = [&] {
+    return denoise1(strength, width, height, stride, samples, bits, huge ? nullptr : in, nothing ? nullptr : out);
+  };
+  const int code = call.made(run, true);
   if (huge || nothing || w < 32 || h < 32) {
     call.expect(code == NR_ERROR_ARGUMENT, "denoise1: refusal");
   } else {
@@ -431,23 +488,17 @@ void callHdrStages(Call& call) {
   const int w = call.side() + (large ? 180 : 0), h = call.side() + (large ? 180 : 0), strength = c.number(-1, 2);
   const bool extreme = c.oneIn(3);
   const auto v = [&] { return extreme ? extremeValue(c) : c.real(-5.0f, 20.0f); };
-  unsigned char *in = hdrPicture(call, w, h), *out = call.bytes(4 * pixels(w, h));
-  switch (which) {
-    case 0: {
-      float* stats = call.floats(6);
-      call.expectCode(hdr_stats(0, c.oneIn(8) ? 0 : w, h, 0, 0, 0, v(), in, stats), {NR_OK, NR_ERROR_STATISTICS},
-                      "hdr_stats: result code");
-      break;
-    }
-    case 1:
-      call.expect(denoise_chroma(strength, v(), w, h, 0, 0, 32, v(), v(), call.bytes(20 * pixels(w, h)), in, out) == h,
-                  "denoise_chroma: result");
-      break;
-    default:
-      call.expect(
-          denoise_lumin(strength, w, h, 0, 0, 32, v(), v(), v(), v(), call.bytes(12 * pixels(w, h)), in, out) == h,
-          "denoise_lumin: result");
-  }
+  unsigned char *in = call.input(hdrPicture(call, w, h)), *out = call.bytes(4 * pixels(w, h));
+  float *stats = call.floats(6), *work = call.scratch(call.floats(5 * pixels(w, h)));
+  auto* scratch = reinterpret_cast<unsigned char*>(work);
+  const float a = v(), b = v(), d = v(), e = v();
+  const int width = which == 0 && c.oneIn(8) ? 0 : w;
+  const int code = call.made([&] {
+    if (which == 0) return hdr_stats(0, width, h, 0, 0, 0, a, in, stats);
+    if (which == 1) return denoise_chroma(strength, a, w, h, 0, 0, 32, b, d, scratch, in, out);
+    return denoise_lumin(strength, w, h, 0, 0, 32, a, b, d, e, scratch, in, out);
+  });
+  call.expectCode(code, {which == 0 ? NR_OK : h, which == 0 ? NR_ERROR_STATISTICS : h}, "HDR stages: result code");
   call.expect(denoise_chroma(strength, v(), w, h, 0, 0, 8, v(), v(), nullptr, nullptr, nullptr) == 0,
               "denoise_chroma: depth");
   call.expect(
@@ -460,19 +511,22 @@ void callHdrHelpers(Call& call) {
   const int size = c.number(1, 200), step = c.number(1, 3),
             spacing = c.oneIn(6) ? c.number(0, 900) : 1 << c.number(0, 4);
   float* line = call.floats(static_cast<std::size_t>(size - 1) * static_cast<std::size_t>(step) + 1);
-  smooth_line(call.floats(static_cast<std::size_t>(size)), line, step, size, spacing);
+  float* smooth = call.floats(static_cast<std::size_t>(size));
+  call.made([&] { return smooth_line(smooth, line, step, size, spacing), 0; });
   smooth_line(nullptr, nullptr, step, -c.number(0, 3), spacing);
   const int bins = c.number(0, 99);
   int* histogram = call.ints(static_cast<std::size_t>(bins));
   for (int k = 0; k < bins; ++k) histogram[k] = c.oneIn(4) ? extremeInt(c) : c.number(0, 100);
-  const int bin = percentileD(c.oneIn(4) ? extremeValue(c) : c.real(0.0f, 1.0f),
-                              static_cast<std::size_t>(extremeInt(c)), c.oneIn(8) ? -1 : bins, histogram);
+  const float share = c.oneIn(4) ? extremeValue(c) : c.real(0.0f, 1.0f);
+  const auto pixelCount = static_cast<std::size_t>(c.oneIn(4) ? extremeInt(c) : c.number(0, 3000));
+  const int length = c.oneIn(8) ? -1 : bins;
+  const int bin = call.made([&] { return percentileD(share, pixelCount, length, histogram); });
   call.expect(bin >= 0 && bin <= bins, "percentileD: result");
 }
 
 }  // namespace
 
-std::string makeRandomCall(Choices& choices) {
+Outcome makeRandomCall(Choices choices, Surroundings&& around) {
   struct Kind {
     void (*make)(Call&);
     int share;
@@ -488,10 +542,9 @@ std::string makeRandomCall(Choices& choices) {
   std::optional<ForcedTarget> forced;
   if (choices.oneIn(3))
     forced.emplace(targets[static_cast<std::size_t>(choices.number(0, static_cast<int>(targets.size()) - 1))]);
-  Call call(choices);
+  Call call(choices, around);
   kind->make(call);
-  call.checkSurroundings();
-  return call.wrong;
+  return call.outcome();
 }
 
 }  // namespace veskaro::test

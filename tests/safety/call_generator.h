@@ -15,6 +15,7 @@ class Choices {
  public:
   explicit Choices(std::uint64_t seed) : state_(seed) {}
   Choices(const std::uint8_t* bytes, std::size_t size) : bytes_(bytes), left_(size) {}
+  static Choices ofCall(std::uint64_t number) { return Choices(number * 0x2545f4914f6cdd1du); }
 
   int number(int low, int high);  // inclusive
   bool oneIn(int n) { return number(1, n) == 1; }
@@ -29,8 +30,22 @@ class Choices {
   std::size_t left_ = 0;
 };
 
-// Makes one call. Returns what was wrong with it, empty when nothing was.
-std::string makeRandomCall(Choices& choices);
+// What surrounds the calls to the library, and nothing of the test's own work.
+class Surroundings {
+ public:
+  virtual ~Surroundings() = default;
+  virtual void enter() {}
+  virtual void leave() {}
+  virtual bool isShortOfMemory() const { return false; }
+};
+
+struct Outcome {
+  std::string wrong;      // what was wrong with the call, empty when nothing was
+  std::string digest;     // of what came back and what the buffers hold, scratch excepted
+  bool ranShort = false;  // of memory, and said so
+};
+
+Outcome makeRandomCall(Choices choices, Surroundings&& around = Surroundings());
 
 }  // namespace veskaro::test
 

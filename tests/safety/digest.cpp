@@ -1,6 +1,6 @@
 // veskaro-nr selftest without the companion's libraries, for emulated processors and other compilers.
-#include "selftest.h"
+#include "command/selftest.h"
 
 int main() {
-  return tool::selfTest();
+  return tool::command::selfTest();
 }

@@ -1,14 +1,12 @@
-// What hosts do around a call: their own teams and threads, forks, small stacks, another floating-point environment,
-// ten thousand calls. The library is the shared object itself.
+// What hosts do around a call: their own teams and threads, forks, small stacks, ten thousand calls. The library is the
+// shared object itself.
 #include <VeskaroNRLib.h>
-#include <fenv.h>
 #include <gtest/gtest.h>
 #include <omp.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xmmintrin.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "selftest.h"
+#include "command/selftest.h"
 
 namespace veskaro::test {
 namespace {
@@ -80,7 +78,7 @@ int statusOfScenario(const std::string& scenario, const std::vector<std::string>
 }
 
 int scenarioDigest() {
-  return tool::selfTestDigest() == tool::kSelfTestExpected ? 0 : 1;
+  return tool::command::selfTestDigest() == tool::command::kSelfTestExpected ? 0 : 1;
 }
 
 // Threads cannot be created any more.
@@ -178,31 +176,6 @@ TEST(Host, HasSmallStacks) {
   pthread_join(thread, nullptr);
   pthread_attr_destroy(&attributes);
   EXPECT_EQ(wrong, 0);
-}
-
-TEST(Host, SetsAnotherFloatingPointEnvironment) {
-  const unsigned kept = _mm_getcsr();
-  constexpr unsigned kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040, kAllTraps = 0x1f80;
-  const auto run = [&](unsigned csr, int rounding) {
-    fesetround(rounding);
-    _mm_setcsr((_mm_getcsr() & ~kAllTraps) | (kAllTraps & ~(csr & kAllTraps)) | (csr & ~kAllTraps));
-    if ((csr & kAllTraps) != 0) feenableexcept(FE_ALL_EXCEPT & ~FE_INEXACT);
-    const unsigned before = _mm_getcsr();
-    const auto digest = tool::selfTestDigest();
-    const unsigned after = _mm_getcsr();
-    const int roundingAfter = fegetround();
-    fedisableexcept(FE_ALL_EXCEPT);
-    fesetround(FE_TONEAREST);
-    _mm_setcsr(kept);
-    EXPECT_EQ(digest, tool::kSelfTestExpected) << "control word " << csr << ", rounding " << rounding;
-    EXPECT_EQ(before & ~0x3fu, after & ~0x3fu) << "not given back";
-    EXPECT_EQ(roundingAfter, rounding);
-  };
-  run(0, FE_TONEAREST);
-  for (const int rounding : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) run(0, rounding);
-  run(kFlushToZero | kDenormalsAreZero, FE_TONEAREST);
-  run(kFlushToZero | kDenormalsAreZero, FE_UPWARD);
-  run(0x0e80, FE_TONEAREST);  // invalid, division by zero, overflow, underflow
 }
 
 struct Resources {

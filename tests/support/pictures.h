@@ -31,6 +31,7 @@ enum class Kind {
   kHostile,    // now and then infinities, not-a-number, huge, tiny and negative values
 };
 
+// Made from whole numbers, so that the values are the same on every machine.
 Level makeLevel(int w, int h, Kind kind, unsigned seed);
 
 // A picture for denoise2: rows of rowStride samples, those beyond 3 * width hold the given filling.

@@ -66,7 +66,9 @@ class HighDynamicRange(ToolTest):
         flat.write_bytes(text + rgbe.astype("uint8").tobytes())
         for strength, mode in (("100", "full"), ("70", "chroma only")):
             result = self.folder / f"out{strength}.hdr"
-            self.assertIn(mode, self.denoise(flat, result, "--strength", strength))
+            said = self.denoise(flat, result, "--strength", strength, "--verbose")
+            self.assertIn(mode, said)
+            self.assertEqual(sum("log " in line or "luminance threshold" in line for line in said.splitlines()), 6)
             self.assertTrue(result.read_bytes().startswith(text))
             after = pixels(result)
             self.assertEqual(after.shape, (48, 80, 4))
@@ -74,10 +76,6 @@ class HighDynamicRange(ToolTest):
         # Chroma only keeps the sum of the channels within a step of the encoding.
         level = lambda p: (p[:, :, :3].astype(float) * 2.0 ** (p[:, :, 3:].astype(float) - 136)).sum(axis=2)
         self.assertLess(numpy.abs(level(after) / level(rgbe) - 1).max(), 0.05)
-
-    def test_statistics_and_sample(self):
-        said = self.denoise(SAMPLE_HDR, self.folder / "night.hdr", "--verbose")
-        self.assertEqual(sum("log " in line or "luminance threshold" in line for line in said.splitlines()), 6)
 
     def test_what_cannot_be_done(self):
         black = self.folder / "black.hdr"
@@ -139,8 +137,7 @@ class Failures(ToolTest):
                                  ([source, self.folder / "out.jpg"], "8 bits"),
                                  ([source, self.folder / "out.exr"], "OpenEXR"),
                                  ([source, self.folder / "out.xyz"], "--format"),
-                                 ([source, self.folder / "out.hdr"], "high dynamic range"),
-                                 ([source, source], "--force")]:
+                                 ([source, self.folder / "out.hdr"], "high dynamic range")]:
             self.assertIn(words, self.fails(1, *arguments))
         self.assertEqual(self.names(), before)
 
@@ -149,8 +146,10 @@ class Failures(ToolTest):
         for arguments in [[], [source, "o.png", "--strength", "49"], [source, "o.png", "--nonsense"], [source, "o.png", "--preset", "x"],
                           [source, "o.png", "--set", "noise-level=3"], [source, "o.png", "--set", "sharpening=much"],
                           [source, "o.png", "--set", "nothing=1"], [source, "o.png", "--tile", "50", "--threads", "2"],
-                          [source, "--format", "exr"], [source, self.folder]]:
+                          [source, "--format", "exr"], [source, self.folder], ["profile"], ["selftest", source]]:
             self.fails(2, *arguments)
+        for before in (["--json"], [source]):
+            self.assertIn("a file of that name is ./profile", self.fails(2, *before, "profile", source))
         self.assertIn("measured", self.fails(2, source, "o.png", "--set", "NR_CHROMA_KEEP=1"))
         self.assertEqual(self.names(), ["in.png"])
 

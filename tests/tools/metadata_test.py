@@ -4,7 +4,7 @@ import json
 import subprocess
 import unittest
 
-from support import SAMPLE, ToolTest, noisy, save, vips
+from support import SAMPLE, ToolTest, noisy, save
 
 # What describes the file or how it holds its pixels, and not the picture.
 STORAGE = {"StripOffsets", "StripByteCounts", "RowsPerStrip", "Compression", "Predictor", "Filter", "EncodingProcess", "BitsPerSample",
@@ -15,6 +15,7 @@ TAGS = ["-EXIF:Make=Maker", "-EXIF:Model=Câmera 7", "-EXIF:Orientation#=6", "-E
         "-EXIF:YResolution=240", "-EXIF:ResolutionUnit=inches", "-XMP:Rating=4", "-XMP-dc:Subject=one", "-XMP-dc:Subject=two",
         "-XMP-xmpRights:Marked=True"]
 GPS = ["-EXIF:GPSLatitude=10.5", "-EXIF:GPSLatitudeRef=N", "-EXIF:GPSAltitude=12"]
+PROFILE = "profile=p3"  # of libvips' savers: embeds a colour profile
 IPTC = ["-IPTC:Keywords=alpha", "-IPTC:Keywords=beta", "-IPTC:By-line=A. Person", "-IPTC:Caption-Abstract=words"]
 
 
@@ -39,15 +40,11 @@ class Metadata(ToolTest):
         exiftool("-overwrite_original", *TAGS, *more, source)
         return source
 
-    def profile(self):
-        """Options that embed a colour profile."""
-        return ["profile=p3"]
-
     def test_same_format_keeps_every_tag(self):
         for name, bits, more in [("a.jpg", 8, GPS + IPTC), ("a.png", 8, GPS), ("b.png", 16, GPS), ("a.tif", 8, GPS + IPTC), ("b.tif", 16, GPS + IPTC),
                                  ("a.webp", 8, GPS)]:
             with self.subTest(name):
-                source = self.tagged(name, *self.profile(), bits=bits, more=more)
+                source = self.tagged(name, PROFILE, bits=bits, more=more)
                 result = self.folder / f"out-{name}"
                 self.denoise(source, result)
                 before = tags(source)
@@ -75,7 +72,7 @@ class Metadata(ToolTest):
         storage = {"IFD0:YCbCrPositioning", "IFD0:ImageWidth", "IFD0:ImageHeight", "IFD0:PhotometricInterpretation", "IFD0:SamplesPerPixel",
                    "IFD0:Software", "IFD0:XResolution", "IFD0:YResolution", "IFD0:ExtraSamples"}
         for source_kind in kinds:
-            source = self.tagged(f"in.{source_kind}", *self.profile(), more=GPS)
+            source = self.tagged(f"in.{source_kind}", PROFILE, more=GPS)
             for kind in kinds:
                 if kind == source_kind:
                     continue
@@ -86,7 +83,6 @@ class Metadata(ToolTest):
                     self.assertEqual(after, before)
                     # Pixels stay as they lie and so does the tag that turns them.
                     self.assertEqual(after["IFD0:Orientation"], 6)
-                    self.assertEqual(vips("--version")[:4], "vips")
 
     def test_iptc_goes_where_it_can(self):
         source = self.tagged("in.jpg", more=IPTC)

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "VeskaroNRLib.h"
+#include "platform/fp_environment.h"
 
 namespace veskaro::api {
 namespace {
@@ -54,6 +55,7 @@ int iclassement2(int kMax, int* moy, int* ordre) {
 }
 
 float fClassementCroissant2(int kMax, float* moy, int* ordre) {
+  const veskaro::platform::DefaultFpEnvironment environment;
   return static_cast<float>(veskaro::api::rank(kMax, moy, ordre));
 }
 

@@ -1,0 +1,251 @@
+#include "command/command_line.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include "base/failure.h"
+#include "tell/versions.h"
+
+namespace tool::command {
+namespace {
+
+constexpr char kFooter[] =
+    "\nveskaro-nr INPUT OUTPUT denoises one file. Otherwise results are named by --output, --output-dir or --suffix.\n"
+    "veskaro-nr profile FILE... prints the noise of pictures and writes nothing (veskaro-nr profile --help).\n"
+    "veskaro-nr selftest checks that the library computes on this machine what it computes on every other.\n"
+    "\nExit status: 0 all done, 1 some files failed, 2 the command line is wrong.";
+
+bool isFolder(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_directory(path, error);
+}
+
+int processors() {
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
+std::string presetNames() {
+  std::string names;
+  for (const run::Preset& preset : run::presets()) names += fmt::format("{}{}", names.empty() ? "" : ", ", preset.name);
+  return names;
+}
+
+std::string versionLine() {
+  std::string line;
+  for (const auto& [name, number] : tell::versions())
+    line += fmt::format("{}{} {}", line.empty() ? "" : ", ", name, number);
+  return line;
+}
+
+// The short help is of denoising; the footer names the other commands.
+class DenoiseHelp : public CLI::Formatter {
+ public:
+  DenoiseHelp() { column_width(34); }
+  std::string make_usage(const CLI::App*, std::string name) const override {
+    return fmt::format("Usage: {} [OPTIONS] files...\n", name);
+  }
+};
+
+// Denoising, as it is said without the name of a command.
+class DenoiseOptions {
+ public:
+  explicit DenoiseOptions(CLI::App& app) : app_(app) {
+    app.footer(kFooter);
+    app.formatter(std::make_shared<DenoiseHelp>());
+    files_ = app.add_option("files", denoise_.inputs, "Pictures or folders of pictures; - is standard input or output")
+                 ->type_name("FILE");
+    addOutput();
+    addControl();
+    addShow();
+    app.set_version_flag("--version", versionLine());
+  }
+
+  // Only now, as a command's name would be taken for a file as long as one is missing.
+  void requireFiles() { files_->required(); }
+
+  Denoise denoise() {
+    if (files_->count() == 0) throw UsageError{CLI::RequiredError(files_->get_name()).what()};
+    takeFormat();
+    takeSettings();
+    takeSecondAsOutput();
+    check();
+    denoise_.words = quiet_ ? Words::kQuiet : verbose_ ? Words::kVerbose : Words::kLine;
+    return std::move(denoise_);
+  }
+
+ private:
+  template <typename Target>
+  CLI::Option* add(const char* names, Target& target, const std::string& help, const char* type, const char* group) {
+    return app_.add_option(names, target, help)->type_name(type)->group(group);
+  }
+
+  void addOutput() {
+    const char* group = "Output";
+    find::Naming& naming = denoise_.naming;
+    add("-o,--output", naming.output, "Name of the result", "FILE", group);
+    add("-d,--output-dir", naming.outputDir, "Folder of the results; their names stay", "DIR", group);
+    add("--suffix", naming.suffix, "Added to the names of results, before the extension [-clean]", "TEXT", group);
+    app_.add_flag("-f,--force", naming.force, "Replace files that exist")->group(group);
+    add("--format", format_, "png, jpg, tif, webp or hdr, whatever the name says", "NAME", group);
+    add("--quality", denoise_.save.quality, "Of JPEG and lossy WebP [95]", "1..100", group)->check(CLI::Range(1, 100));
+  }
+
+  void addControl() {
+    const char* group = "Control";
+    run::Settings& settings = denoise_.settings;
+    settings.threads = processors();
+    add("--strength", settings.strength, "100 is nominal; below 100 high-dynamic-range pictures get chroma only",
+        "50..150", group)
+        ->check(CLI::Range(50, 150));
+    add("--preset", settings.preset, fmt::format("{} [default]", presetNames()), "NAME", group);
+    add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
+    app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
+    add("--threads", settings.threads, "Threads [one a processor]", "1..", group)->check(CLI::Range(1, 1024));
+    add("--tile", settings.tile, "Edge of a tile in pixels [256]", "48..", group)->check(CLI::Range(48, 1 << 15));
+  }
+
+  void addShow() {
+    const char* group = "To see and to know";
+    add("--compare", denoise_.compare, "Write a picture of before, after and difference", "FILE.png", group);
+    add("--report", denoise_.report, "Write a page to look at in a browser", "FILE.html", group);
+    app_.add_flag("-v,--verbose", verbose_, "Say what was measured, set and changed")->group(group);
+    app_.add_flag("-q,--quiet", quiet_, "Say nothing but errors")->group(group);
+    app_.add_flag("--json", denoise_.json, "Print a JSON object a file, one a line")->group(group);
+  }
+
+  void takeFormat() {
+    if (!format_) return;
+    denoise_.naming.format = pictures::formatOfExtension(*format_);
+    if (!denoise_.naming.format)
+      throw UsageError{fmt::format("there is no format \"{}\"; there are png, jpg, tif, webp and hdr", *format_)};
+  }
+
+  void takeSettings() try {
+    const std::string& preset = denoise_.settings.preset;
+    if (run::findPreset(preset) == nullptr) {
+      throw UsageError{fmt::format("there is no preset \"{}\"; there are {}", preset, presetNames())};
+    }
+    for (const std::string& setting : set_) denoise_.settings.settings.push_back(run::parseSetting(setting));
+  } catch (const Failure& failure) {
+    throw UsageError{failure.what()};
+  }
+
+  // INPUT OUTPUT: with two names and no rule for output names, the second is the output.
+  void takeSecondAsOutput() {
+    std::vector<std::string>& inputs = denoise_.inputs;
+    find::Naming& naming = denoise_.naming;
+    if (inputs.size() != 2 || naming.output || naming.outputDir || naming.suffix) return;
+    if (isFolder(inputs[1]) || isFolder(inputs[0])) {
+      throw UsageError{"with a folder, say where results go: --output-dir DIR or --suffix TEXT"};
+    }
+    naming.output = inputs[1];
+    inputs.pop_back();
+  }
+
+  void check() const {
+    checkOne();
+    if (verbose_ && quiet_) throw UsageError{"--verbose and --quiet exclude each other"};
+    checkSuffix();
+    if (denoise_.naming.format == pictures::Format::kOpenExr) {
+      throw UsageError{"OpenEXR is read, not written; results are Radiance (--format hdr)"};
+    }
+    checkTile();
+  }
+
+  void checkOne() const {
+    const find::Naming& naming = denoise_.naming;
+    const bool one = denoise_.inputs.size() == 1 && !isFolder(denoise_.inputs[0]);
+    if (naming.output && !one)
+      throw UsageError{"--output names one file and takes one input (--output-dir takes many)"};
+    if (naming.output && naming.outputDir) throw UsageError{"--output and --output-dir exclude each other"};
+    if (denoise_.compare && !one) throw UsageError{"--compare takes one input"};
+    if (denoise_.report && !one) throw UsageError{"--report takes one input"};
+  }
+
+  void checkSuffix() const {
+    const find::Naming& naming = denoise_.naming;
+    const std::string suffix = naming.suffixBesideInputs();
+    if (suffix.find('/') != std::string::npos) throw UsageError{"--suffix is a part of a name and holds no /"};
+    if (suffix.empty() && !naming.outputDir && !naming.output && !naming.force) {
+      throw UsageError{"an empty --suffix would replace the inputs; if that is meant, add --force"};
+    }
+  }
+
+  void checkTile() const {
+    const bool alone = denoise_.settings.threads == 1;
+    const int smallest = alone ? 48 : 56;
+    if (denoise_.settings.tile < smallest) {
+      throw UsageError{fmt::format("--tile is at least {}{}", smallest, alone ? "" : " (48 with --threads 1)")};
+    }
+  }
+
+  CLI::App& app_;
+  CLI::Option* files_ = nullptr;
+  Denoise denoise_;
+  std::optional<std::string> format_;
+  std::vector<std::string> set_;
+  bool verbose_ = false, quiet_ = false;
+};
+
+// A command with a name takes nothing of denoising before it.
+CLI::App* addCommand(CLI::App& app, const char* name, const char* help) {
+  CLI::App* command =
+      app.add_subcommand(name, help)->group("")->footer("")->formatter(std::make_shared<CLI::Formatter>());
+  for (CLI::Option* option : app.get_options()) command->excludes(option);
+  return command;
+}
+
+CLI::App* addProfile(CLI::App& app, Profile& profile) {
+  static const std::map<std::string, SortKey> keys = {
+      {"name", SortKey::kName}, {"noise", SortKey::kNoise}, {"size", SortKey::kSize}};
+  CLI::App* command =
+      addCommand(app, "profile",
+                 "Prints the measured noise of pictures and writes nothing. The level is what denoise2 works with at "
+                 "strength 100; pair is the mean difference of neighbouring samples in the smoothest blocks.");
+  command->add_option("files", profile.inputs, "Pictures or folders of pictures")->required()->type_name("FILE");
+  command
+      ->add_option_function<std::string>(
+          "--sort", [&profile](const std::string& key) { profile.sort = keys.at(key); },
+          "name, noise or size; as given otherwise")
+      ->check(CLI::IsMember({"name", "noise", "size"}))
+      ->type_name("KEY");
+  command->add_flag("--reverse", profile.reverse, "The other way round");
+  command->add_flag("--json", profile.json, "A JSON object a file, one a line");
+  return command;
+}
+
+}  // namespace
+
+Command parseCommandLine(int argc, const char* const* argv) {
+  CLI::App app{"Removes noise from photographs and high-dynamic-range pictures.", "veskaro-nr"};
+  DenoiseOptions options(app);
+  Profile profile;
+  const CLI::App* profileCommand = addProfile(app, profile);
+  const CLI::App* selfTestCommand =
+      addCommand(app, "selftest", "Checks that the library computes on this machine what it computes on every other.");
+  // So that after a command's name further ones are files.
+  app.require_subcommand(0, 1);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success& answered) {
+    options.requireFiles();
+    app.exit(answered);
+    return Answered{};
+  } catch (const CLI::ExcludesError&) {
+    const std::string name = app.get_subcommands().front()->get_name();
+    throw UsageError{fmt::format("{0} comes before all else (a file of that name is ./{0})", name)};
+  } catch (const CLI::ParseError& error) {
+    throw UsageError{error.what()};
+  }
+  if (profileCommand->parsed()) return profile;
+  if (selfTestCommand->parsed()) return SelfTest{};
+  return options.denoise();
+}
+
+}  // namespace tool::command

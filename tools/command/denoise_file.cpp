@@ -1,0 +1,139 @@
+#include "command/denoise_file.h"
+
+#include <fmt/format.h>
+
+#include <new>
+#include <optional>
+
+#include "base/timer.h"
+#include "pictures/file_io.h"
+#include "pictures/hdr.h"
+#include "pictures/photo.h"
+#include "run/denoise_hdr.h"
+#include "run/denoise_photo.h"
+#include "tell/comparison.h"
+#include "tell/display.h"
+#include "tell/report/report.h"
+
+namespace tool::command {
+namespace {
+
+using pictures::Bytes;
+using pictures::Format;
+
+// A picture that has gone through, as a file again; and what it looks like when that is wanted.
+struct Through {
+  run::Decoded decoded;
+  run::Done done;
+  Bytes encoded;
+  double encodeSeconds;
+  std::optional<tell::DisplayPair> display;
+};
+
+bool wantsDisplay(const Denoise& command) {
+  return command.compare || command.report;
+}
+
+std::optional<std::string> noteOn(const pictures::Photo& photo) {
+  if (photo.pages <= 1) return std::nullopt;
+  return fmt::format("only the first of the file's {} pictures is denoised and written", photo.pages);
+}
+
+std::optional<std::string> noteOn(const pictures::HdrPicture& picture) {
+  if (picture.format != Format::kOpenExr) return std::nullopt;
+  return "OpenEXR goes through RGBE: 8 bits of mantissa, no alpha";
+}
+
+Through photoThrough(const Bytes& file, Format from, Format to, const Denoise& command) {
+  Timer timer;
+  const pictures::Photo photo = pictures::decodePhoto(file, from);
+  const run::Decoded decoded{photo.layout(), noteOn(photo), timer.lap()};
+  pictures::requireFits(photo, to);
+  run::DenoisedPhoto denoised = run::denoisePhoto(photo, command.settings);
+  std::optional<tell::DisplayPair> display;
+  if (wantsDisplay(command)) display = tell::displayPair(photo, denoised.rgb);
+  timer.lap();
+  Bytes encoded = pictures::encodePhoto(photo, denoised.rgb, to, command.save);
+  return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
+}
+
+Through hdrThrough(const Bytes& file, Format from, const Denoise& command) {
+  Timer timer;
+  const pictures::HdrPicture picture = pictures::decodeHdr(file, from);
+  const run::Decoded decoded{picture.layout(), noteOn(picture), timer.lap()};
+  run::DenoisedHdr denoised = run::denoiseHdr(picture, command.settings);
+  std::optional<tell::DisplayPair> display;
+  if (wantsDisplay(command)) display = tell::displayPair(picture, denoised.planar);
+  timer.lap();
+  Bytes encoded = pictures::encodeHdr(picture, denoised.planar);
+  return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
+}
+
+Through goThrough(const Bytes& file, Format from, Format to, const Denoise& command) {
+  if (!isHdr(from)) return photoThrough(file, from, to, command);
+  if (to == Format::kRadiance) return hdrThrough(file, from, command);
+  throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
+}
+
+Format requireFormat(const Bytes& file) {
+  const std::optional<Format> format = pictures::sniffFormat(file);
+  if (format) return *format;
+  throw Failure(file.empty() ? "the file is empty" : "not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
+}
+
+// All that may stand in the way of the results, before the work is done rather than after it.
+void requireWritable(const std::string& input, const std::string& output, const Denoise& command, const Taken& taken) {
+  if (!pictures::isStandardStream(output) && taken.count(output) != 0) {
+    throw Failure(input + ": " + output + " is the result of another input of this run");
+  }
+  find::requireWritable(output, command.naming);
+  if (command.compare) find::requireWritable(*command.compare, command.naming);
+  if (command.report) find::requireWritable(*command.report, command.naming);
+}
+
+void show(const run::FileResult& result, const tell::DisplayPair& display, const Denoise& command) {
+  const bool force = command.naming.force;
+  if (command.compare) tell::writeComparison(*command.compare, display, force);
+  if (command.report) tell::writeReport(*command.report, result, display, command.settings, force);
+}
+
+void denoise(const find::Job& job, const Denoise& command, Taken& taken, run::FileResult& result) {
+  if (job.found.problem) throw Failure(*job.found.problem);
+  const Timer total;
+  const Bytes file = pictures::readWhole(result.input);
+  const double reading = total.seconds();
+  const Format from = requireFormat(file);
+  result.output = find::outputFor(result.input, job.place, command.naming, from);
+  const Format to = find::outputFormat(result.output, command.naming, from);
+  requireWritable(result.input, result.output, command, taken);
+  const Through through = goThrough(file, from, to, command);
+  const Timer writing;
+  pictures::writeWhole(result.output, through.encoded, command.naming.force);
+  taken.insert(result.output);
+  const run::Written written{to, through.encodeSeconds, writing.seconds()};
+  result.end = run::Outcome{{from, reading}, through.decoded, through.done, written, total.seconds()};
+  if (through.display) show(result, *through.display, command);
+}
+
+// Messages that name no file get the name of the one that was read.
+Failure withName(const std::string& message, const run::FileResult& result) {
+  const auto names = [&](const std::string& file) { return message.find(file) != std::string::npos; };
+  if (names(result.input) || (!result.output.empty() && names(result.output))) return Failure(message);
+  return Failure((pictures::isStandardStream(result.input) ? "standard input" : result.input) + ": " + message);
+}
+
+}  // namespace
+
+run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken) {
+  run::FileResult result{job.found.name, "", Failure("")};
+  try {
+    denoise(job, command, taken, result);
+  } catch (const std::bad_alloc&) {
+    result.end = withName("memory exhausted", result);
+  } catch (const std::exception& failure) {
+    result.end = withName(failure.what(), result);
+  }
+  return result;
+}
+
+}  // namespace tool::command

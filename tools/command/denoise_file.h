@@ -1,0 +1,19 @@
+// One file from name to name: read, decode, denoise, encode, write, show.
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "command/command_line.h"
+#include "find/jobs.h"
+#include "run/outcome.h"
+
+namespace tool::command {
+
+// The results of this run so far, by their full names: no two inputs may have the same.
+using Taken = std::set<std::string>;
+
+// Never throws for what is wrong with one file; the result holds it.
+run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken);
+
+}  // namespace tool::command

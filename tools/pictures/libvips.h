@@ -1,0 +1,31 @@
+// What working with libvips shares, whatever the picture is.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vips/vips8>
+
+namespace tool::pictures {
+
+struct FreeByGlib {
+  void operator()(void* memory) const { g_free(memory); }
+};
+
+struct DecodedPixels {
+  std::unique_ptr<std::uint8_t, FreeByGlib> samples;
+  std::size_t bytes = 0;
+};
+
+// Keeps libvips and GLib from writing what they think of a file to standard error, and notes what readPixels must know.
+// Call once, after libvips has started.
+void listenToDecoders();
+
+// Every pixel of a picture; throws vips::VError or Failure unless each of them was really decoded.
+DecodedPixels readPixels(const vips::VImage& image);
+
+// The first line of what libvips says went wrong.
+std::string vipsReason(const vips::VError& error);
+
+}  // namespace tool::pictures

@@ -1,0 +1,37 @@
+#include "run/denoise_hdr.h"
+
+#include <VeskaroNRLib.h>
+
+#include <algorithm>
+
+#include "base/timer.h"
+
+namespace tool::run {
+namespace {
+
+constexpr int kFull = 100, kStrongestChromaOnly = 99;
+
+int strengthOf(const Settings& settings) {
+  const int asked = settings.strength.value_or(kFull);
+  return settings.keepsLuminance() ? std::min(asked, kStrongestChromaOnly) : asked;
+}
+
+}  // namespace
+
+DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& settings) {
+  const int strength = strengthOf(settings);
+  // From strength 100 on denoise1 denoises the chroma of its input in place.
+  pictures::HdrPicture input = picture;
+  pictures::Bytes planar(input.planar.size());
+  Timer timer;
+  const HdrStatistics statistics = hdrStatistics(input, strength);
+  const double measuring = timer.lap();
+  requireSuccess(
+      denoise1(strength, input.width, input.height, 4 * input.width, 4, 32, input.planar.data(), planar.data()));
+  const double denoising = timer.lap();
+  const Change change = changeOf(picture, planar);
+  const HdrWork work{statistics, strength, strength < kFull};
+  return {std::move(planar), {work, measuring, denoising, change, whyUnchanged(change)}};
+}
+
+}  // namespace tool::run

@@ -1,0 +1,22 @@
+// The end of a file's way as JSON: what --json prints and what the report page shows.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "run/outcome.h"
+#include "run/settings.h"
+
+namespace tool::tell {
+
+using Json = nlohmann::ordered_json;
+
+Json describe(const run::FileResult& file, const run::Settings& settings);
+
+// The six statistics of a high-dynamic-range picture by name.
+Json describe(const run::HdrStatistics& statistics);
+
+// JSON on one line; bytes of file names that are no UTF-8 are replaced.
+std::string oneLine(const Json& value);
+
+}  // namespace tool::tell

@@ -1,0 +1,97 @@
+#include "tell/display.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace tool::tell {
+namespace {
+
+using pictures::Bytes;
+using pictures::HdrPicture;
+using pictures::Photo;
+using vips::VImage;
+
+VImage asImage(const Photo& photo, const Bytes& rgb) {
+  const VipsBandFormat type = photo.bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR;
+  const VipsInterpretation meaning = photo.bits == 16 ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
+  return VImage::new_from_memory(const_cast<std::uint8_t*>(rgb.data()), rgb.size(), photo.width, photo.height, 3, type)
+      .copy(VImage::option()->set("interpretation", meaning));
+}
+
+// The picture in sRGB by its colour profile; nothing when the profile is none.
+std::optional<VImage> converted(const VImage& image, const Bytes& icc) {
+  try {
+    VImage tagged = image.copy();
+    tagged.set(VIPS_META_ICC_NAME, nullptr, const_cast<std::uint8_t*>(icc.data()), icc.size());
+    return tagged.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8)).copy_memory();
+  } catch (const vips::VError&) {
+    vips_error_clear();
+    return std::nullopt;
+  }
+}
+
+// Without a profile that can be used the numbers are shown as they are.
+VImage eightBits(const Photo& photo, const VImage& image) {
+  if (!photo.metadata->icc.empty() && !photo.grey) {
+    if (const std::optional<VImage> srgb = converted(image, photo.metadata->icc)) return *srgb;
+  }
+  return photo.bits == 16 ? (image >> 8).cast(VIPS_FORMAT_UCHAR) : image;
+}
+
+VImage upright(const VImage& image, const VImage& header) {
+  if (header.get_typeof(VIPS_META_ORIENTATION) == 0) return image;
+  VImage turned = image.copy();
+  turned.set(VIPS_META_ORIENTATION, header.get_int(VIPS_META_ORIENTATION));
+  return turned.autorot();
+}
+
+VImage display(const Photo& photo, const Bytes& rgb) {
+  const VImage image =
+      eightBits(photo, asImage(photo, rgb)).copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+  return upright(image, photo.header).copy_memory();
+}
+
+VImage linear(const HdrPicture& picture, const Bytes& planar) {
+  Bytes pixels = pictures::fromPlanar(planar, picture.width, picture.height);
+  return VImage::new_from_memory(pixels.data(), pixels.size(), picture.width, picture.height, 4, VIPS_FORMAT_UCHAR)
+      .copy(VImage::option()->set("coding", VIPS_CODING_RAD)->set("interpretation", VIPS_INTERPRETATION_scRGB))
+      .rad2float()
+      .copy_memory();
+}
+
+// The factor that brings the geometric mean of the luminance to mid grey.
+double exposureFor(const VImage& picture) {
+  const VImage luminance = picture.bandmean();
+  const double mean = (luminance + 1e-9).log().avg();
+  return std::clamp(0.18 / std::exp(mean), 1e-6, 1e6);
+}
+
+VImage toned(const VImage& picture, double exposure) {
+  const VImage scaled = picture * exposure;
+  return ((scaled / (scaled + 1)).pow(1 / 2.2) * 255)
+      .cast(VIPS_FORMAT_UCHAR)
+      .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+      .copy_memory();
+}
+
+}  // namespace
+
+DisplayPair displayPair(const Photo& photo, const Bytes& after) {
+  return {display(photo, photo.rgb), display(photo, after)};
+}
+
+DisplayPair displayPair(const HdrPicture& picture, const Bytes& after) {
+  const VImage first = linear(picture, picture.planar);
+  const double exposure = exposureFor(first);
+  return {toned(first, exposure), toned(linear(picture, after), exposure)};
+}
+
+VImage magnifiedDifference(const DisplayPair& pair) {
+  return ((pair.before - pair.after) * kMagnification + 128)
+      .cast(VIPS_FORMAT_UCHAR)
+      .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+      .copy_memory();
+}
+
+}  // namespace tool::tell

@@ -1,0 +1,107 @@
+#include "tell/print.h"
+
+#include <fmt/format.h>
+
+#include "pictures/file_io.h"
+
+namespace tool::tell {
+namespace {
+
+using run::HdrWork;
+using run::Outcome;
+using run::PhotoWork;
+using run::Settings;
+
+std::string nameOf(const std::string& path, const char* stream) {
+  return pictures::isStandardStream(path) ? stream : path;
+}
+
+std::string channelsOf(const pictures::Layout& layout) {
+  if (layout.colour == pictures::Colour::kRgbe) return samplesOf(layout);
+  const int more = layout.channels - (layout.colour == pictures::Colour::kGrey ? 1 : 3);
+  if (more == 0) return samplesOf(layout);
+  return samplesOf(layout) + (more == 1 ? " + alpha" : fmt::format(" + {} channels", more));
+}
+
+std::string summaryOf(const HdrWork& work, const Settings&) {
+  return fmt::format("{}, strength {}, 1 thread", work.chromaOnly ? "chroma only" : "full (chroma and luminance)",
+                     work.strength);
+}
+
+std::string summaryOf(const PhotoWork& work, const Settings& settings) {
+  const std::string noise = work.noise.measured() ? fmt::format("noise level {:.1f}", work.noise.noiseLevel)
+                                                  : fmt::format("noise not measurable, default level {:.1f}",
+                                                                work.parameters[NR_NOISE_LEVEL].value);
+  return fmt::format("{}, {} thread{}", noise, settings.threads, settings.threads == 1 ? "" : "s");
+}
+
+std::string noiseLine(const run::NoiseProfile& noise) {
+  if (!noise.measured()) {
+    return fmt::format("  the library's defaults were used, presets and --set had no effect: {}\n",
+                       noise.whyDefaults());
+  }
+  return fmt::format("  noise: {:.2f} a neighbour pair over the smoothest of {} usable blocks\n", noise.statistic,
+                     noise.blocks.size());
+}
+
+std::string parameterLine(const run::Parameter& parameter) {
+  return fmt::format("  {:<18} {:>9.4g}  {:<9} {}\n", parameter.name, parameter.value, run::nameOf(parameter.origin),
+                     parameter.meaning);
+}
+
+std::string workDetails(const PhotoWork& work, const Settings& settings) {
+  std::string text = fmt::format("  preset {}, strength {}\n", settings.preset, settings.effectiveStrength());
+  text += noiseLine(work.noise);
+  for (std::size_t i = 0; i < NR_RESERVED; ++i) text += parameterLine(work.parameters[i]);
+  return text;
+}
+
+std::string workDetails(const HdrWork& work, const Settings&) {
+  static constexpr const char* kNames[] = {"log colour sum, shadows below",  "log colour sum, highlights above",
+                                           "log luminance, shadows below",   "log luminance, median",
+                                           "log luminance, 99th percentile", "luminance threshold"};
+  std::string text;
+  for (std::size_t i = 0; i < work.statistics.size(); ++i)
+    text += fmt::format("  {:<34} {:>10.5f}\n", kNames[i], work.statistics[i]);
+  return text;
+}
+
+std::string changeLines(const run::Done& done) {
+  const char* unit = std::holds_alternative<PhotoWork>(done.work) ? "of 255" : "in the bytes";
+  std::string text = fmt::format("  changed: {:.1f} % of the pixels, by {:.2f} {} on average and at most {:.1f}\n",
+                                 100 * done.change.share, done.change.mean, unit, done.change.largest);
+  if (done.whyUnchanged) text += fmt::format("  nothing changed: {}\n", *done.whyUnchanged);
+  return text;
+}
+
+std::string secondsLine(const Outcome& outcome) {
+  return fmt::format(
+      "  seconds: read {:.3f}, decode {:.3f}, measure {:.3f}, denoise {:.3f}, encode {:.3f}, write {:.3f}, all "
+      "{:.3f}\n",
+      outcome.read.seconds, outcome.decoded.seconds, outcome.done.measureSeconds, outcome.done.seconds,
+      outcome.written.encodeSeconds, outcome.written.seconds, outcome.totalSeconds);
+}
+
+}  // namespace
+
+std::string samplesOf(const pictures::Layout& layout) {
+  if (layout.colour == pictures::Colour::kRgbe) return "RGBE";
+  return fmt::format("{}-bit {}", layout.bits, layout.colour == pictures::Colour::kGrey ? "grey" : "RGB");
+}
+
+std::string lineOf(const run::FileResult& file, const Settings& settings) {
+  const Outcome& outcome = *file.outcome();
+  const pictures::Layout& layout = outcome.decoded.layout;
+  const std::string work = std::visit([&](const auto& own) { return summaryOf(own, settings); }, outcome.done.work);
+  const std::string note = outcome.decoded.note ? fmt::format(" ({})", *outcome.decoded.note) : "";
+  return fmt::format("{} -> {}: {} x {} {}, {}, {:.2f} s, {:.1f} MP/s{}", nameOf(file.input, "standard input"),
+                     nameOf(file.output, "standard output"), layout.width, layout.height, channelsOf(layout), work,
+                     outcome.done.seconds, outcome.megapixelsPerSecond(), note);
+}
+
+std::string detailsOf(const Outcome& outcome, const Settings& settings) {
+  return std::visit([&](const auto& work) { return workDetails(work, settings); }, outcome.done.work) +
+         changeLines(outcome.done) + secondsLine(outcome);
+}
+
+}  // namespace tool::tell
