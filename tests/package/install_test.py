@@ -113,7 +113,7 @@ class Installed(unittest.TestCase):
     def test_wheel(self):
         # Nothing of the source tree is written to; the library is the one under test.
         sources, wheels, room = self.top / "sources/python", self.top / "wheels", self.top / "room"
-        shutil.copytree(SOURCE / "python", sources)
+        shutil.copytree(SOURCE / "python", sources, ignore=shutil.ignore_patterns("build"))
         shutil.copytree(SOURCE / "include", self.top / "sources/include")
         pip = ("/usr/bin/python3", "-m", "pip", "-q", "--disable-pip-version-check")
         environment = {**os.environ, "VESKARONR_LIBRARY": str(self.lib / "VeskaroNRLib.so.1")}
