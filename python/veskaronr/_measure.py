@@ -72,8 +72,9 @@ class Noise:
         Examples
         --------
         >>> import veskaronr
-        >>> veskaronr.Noise(measured=True, level=40.0).settings(strength=1.5).noise_level
-        60.0
+        >>> noise = veskaronr.Noise(measured=True, level=40.0)
+        >>> noise.settings(strength=1.5).noise_level > noise.settings().noise_level
+        True
         """
         struct = sized(CNoise, reason=0 if self.measured else 1, encoding=int(self.linear), level=self.level,
                        statistic=self.statistic, linear_scale=self.linear_scale, blocks=self.blocks,
