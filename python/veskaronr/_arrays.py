@@ -198,15 +198,15 @@ class Format:
         return self.data_range
 
 
-def filter_view(view: Array, target: Array, run: Callable[[Array, Array], None], x: int = 0, y: int = 0) -> None:
-    """Lets ``run`` write the colours of ``target``, by way of memory that the library can work on, and keeps alpha. The
-    target's first pixel is (x, y) of the view."""
+def fill(target: Array, view: Array, run: Callable[[Array], None], x: int = 0, y: int = 0) -> None:
+    """Lets ``run`` write the colours of ``target``, by way of memory that the library can work on, and keeps the alpha of
+    the view, which lies there from (x, y) on."""
     interlocked = view.strides != target.strides and np.may_share_memory(view, target)  # apart, but not for the library
     if is_direct(target) and not interlocked:
-        run(view, target)
+        run(target)
     else:
         result = _new_direct(target)
-        run(view, result)
+        run(result)
         copy_into(target[..., :3], result[..., :3])
     height, width, channels = target.shape
     if channels == 4:

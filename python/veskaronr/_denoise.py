@@ -9,9 +9,9 @@ from typing import Any, Literal, Optional, Union, overload
 
 from numpy.typing import NDArray
 
-from ._arrays import Array, Format, ImageLike, filter_view, result_array
-from ._library import c_library
-from ._measure import ChannelOrder, Noise, measure_view
+from ._arrays import Format, ImageLike, fill, result_array
+from ._library import CPicture, c_library
+from ._measure import ChannelOrder, Noise, measure_picture
 from ._run import Progress, Runner, SupportsIsSet
 from ._settings import DEFAULT_PRESET, Params, Preset, Settings, check_preset, check_strength, with_params
 
@@ -169,23 +169,21 @@ def denoise(
     array = form.array(image)
     pictures = form.pictures(array)
     result = result_array(out, array.shape, array)
-    filtering = Runner(threads, progress, cancel, len(pictures))
-
-    infos = [_info(picture, strength, preset, settings, form, Runner(threads, None, cancel)) for picture in pictures]
+    filtering, measuring, infos = Runner(threads, progress, cancel, len(pictures)), Runner(threads, None, cancel), []
+    for view, target in zip(pictures, form.pictures(result)):
+        given = form.picture(view)
+        infos.append(_info(given, strength, preset, settings, measuring))
+        fill(target, view, lambda into: _filter(given, form.picture(into), infos[-1].settings, filtering))
     _warn_unmeasured(infos)
-    for picture, target, info in zip(pictures, form.pictures(result), infos):
-        filter_view(picture, target, lambda a, b: _filter(a, b, form, info.settings, filtering))
     if not (return_info or return_params):
         return result
     return result, infos[0] if array.ndim < 4 else Info(infos[0].noise, infos[0].settings, tuple(infos))
 
 
-def _info(
-    view: Array, strength: float, preset: Preset, settings: Optional[Params], form: Format, runner: Runner
-) -> Info:
+def _info(picture: CPicture, strength: float, preset: Preset, settings: Optional[Params], runner: Runner) -> Info:
     if isinstance(settings, Settings):
         return Info(_GIVEN, settings)
-    noise = measure_view(view, form, runner)
+    noise = measure_picture(picture, runner)
     measured = noise.settings(strength, preset)
     return Info(noise, measured if settings is None else with_params(measured, settings, noise))
 
@@ -198,7 +196,6 @@ def _warn_unmeasured(infos: list[Info]) -> None:
         warnings.warn(text, UserWarning, stacklevel=3)
 
 
-def _filter(view: Array, target: Array, form: Format, settings: Settings, runner: Runner) -> None:
-    given, made, struct = form.picture(view), form.picture(target), settings._as_struct()
-    function = c_library().vnr_denoise
-    runner("vnr_denoise", view.size, lambda c: function(byref(given), byref(made), byref(struct), byref(c)))
+def _filter(given: CPicture, made: CPicture, settings: Settings, runner: Runner) -> None:
+    struct, function = settings._as_struct(), c_library().vnr_denoise
+    runner("vnr_denoise", given, lambda c: function(byref(given), byref(made), byref(struct), byref(c)))

@@ -11,7 +11,7 @@ import numpy as np
 
 from ._arguments import integers
 from ._arrays import Format, ImageLike
-from ._library import CNoise, c_library, call, sized
+from ._library import CNoise, CPicture, c_library, call, sized
 from ._run import Runner, SupportsIsSet
 from ._settings import DEFAULT_PRESET, Preset, Settings, settings_of
 
@@ -135,13 +135,13 @@ def measure(
     (True, 64)
     """
     form = Format(data_range, channel_axis, channel_order, linear)
-    return measure_view(form.one_picture(form.array(image)), form, Runner(threads, None, cancel))
+    return measure_picture(form.picture(form.one_picture(form.array(image))), Runner(threads, None, cancel))
 
 
-def measure_view(view: Any, form: Format, runner: Runner) -> Noise:
-    picture, struct = form.picture(view), sized(CNoise)
-    measure = c_library().vnr_measure
-    runner("vnr_measure", view.size, lambda control: measure(byref(picture), byref(control), byref(struct)))
+def measure_picture(picture: CPicture, runner: Runner) -> Noise:
+    struct = sized(CNoise)
+    function = c_library().vnr_measure
+    runner("vnr_measure", picture, lambda control: function(byref(picture), byref(control), byref(struct)))
     return _of_struct(struct)
 
 
@@ -217,23 +217,44 @@ class Measurement:
         TypeError, ValueError
             If the piece is none, does not lie in the picture, or a sample is infinite or not a number. It can be
             added again.
+
+        Examples
+        --------
+        >>> import numpy as np, veskaronr
+        >>> measurement = veskaronr.Measurement((64, 128, 3))
+        >>> measurement.add(np.zeros((64, 96, 3), np.uint8), 32, 0)
+        >>> measurement.finish().blocks_seen
+        6
         """
         left, top = integers("x and y", (x, y), 2)
         if not 0 <= min(left, top) <= max(left, top) < 1 << 31:
             raise ValueError(f"the place of a piece lies in the picture, not at {x}, {y}")
         picture = self._form.picture(self._form.one_picture(self._form.array(block)), left, top)
-        pixels = picture.width * picture.height
+        function = c_library().vnr_measure_add
         with self._lock:
-            add = c_library().vnr_measure_add
-            Runner(threads)("vnr_measure_add", pixels, lambda control: add(self._handle, byref(picture), byref(control)))
+            Runner(threads)("vnr_measure_add", picture, lambda c: function(self._handle, byref(picture), byref(c)))
 
     def merge(self, other: Measurement) -> None:
         """Add what another measurement of the same picture has seen; that one stays as it is.
 
+        Parameters
+        ----------
+        other : Measurement
+            Made for a picture of the same size.
+
         Raises
         ------
-        ValueError
-            If it is a measurement of another picture.
+        TypeError, ValueError
+            If it is no measurement, or that of another picture.
+
+        Examples
+        --------
+        >>> import numpy as np, veskaronr
+        >>> one, two = veskaronr.Measurement((64, 64)), veskaronr.Measurement((64, 64))
+        >>> two.add(np.zeros((32, 64), np.uint8), 0, 32)
+        >>> one.merge(two)
+        >>> one.finish().blocks_seen
+        2
         """
         if not isinstance(other, Measurement):
             raise TypeError(f"a Measurement is wanted, not {type(other).__name__}")
@@ -242,14 +263,38 @@ class Measurement:
             call("vnr_measure_merge", self._handle, copy._handle)
 
     def finish(self) -> Noise:
-        """What has been measured so far, as a `Noise`; more may be added afterwards."""
+        """What has been measured so far; more may be added afterwards.
+
+        Returns
+        -------
+        Noise
+            That of the blocks seen; ``blocks_seen`` and ``blocks`` tell whether these are all.
+
+        Examples
+        --------
+        >>> import veskaronr
+        >>> veskaronr.Measurement((64, 64)).finish().measured
+        False
+        """
         struct = sized(CNoise)
         with self._lock:
             call("vnr_measure_finish", self._handle, byref(struct))
         return _of_struct(struct)
 
     def to_bytes(self) -> bytes:
-        """The measurement as plain bytes, for another process on a machine of the same byte order."""
+        """The measurement as plain bytes, for another process on a machine of the same byte order.
+
+        Returns
+        -------
+        bytes
+            What `from_bytes` takes, and ``vnr_measure_load`` in C.
+
+        Examples
+        --------
+        >>> import veskaronr
+        >>> type(veskaronr.Measurement((64, 64)).to_bytes())
+        <class 'bytes'>
+        """
         size = c_size_t()
         with self._lock:
             call("vnr_measure_save", self._handle, None, 0, byref(size))

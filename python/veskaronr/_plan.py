@@ -9,7 +9,7 @@ import numpy as np
 from numpy.typing import DTypeLike, NDArray
 
 from ._arguments import integers
-from ._arrays import Array, Format, ImageLike, filter_view, result_array
+from ._arrays import Array, Format, ImageLike, fill, result_array
 from ._library import CRectangle, c_library, call
 from ._measure import ChannelOrder
 from ._run import Progress, Runner, SupportsIsSet
@@ -180,6 +180,14 @@ class Plan:
             If the block does not fit ``read``, or ``read`` does not hold what ``write`` takes.
         Cancelled
             If ``cancel`` was set.
+
+        Examples
+        --------
+        >>> import numpy as np, veskaronr
+        >>> plan = veskaronr.Plan((1000, 1000), np.uint8, veskaronr.Settings())
+        >>> read, write = plan.cover((0, 1000, 600, 601))
+        >>> plan.filter(np.zeros((read.y1 - read.y0, 1000), np.uint8), read, write).shape == (write.y1 - write.y0, 1000)
+        True
         """
         source, target = self._box("read", read), self._box("write", write)
         array = self._form.array(block)
@@ -190,14 +198,15 @@ class Plan:
         result = result_array(out, self._shape_of(target), array)
         runner = Runner(threads, progress, cancel)
 
-        def run(view: Array, into: Array) -> None:
-            given = self._form.picture(view, source.x0, source.y0)
+        view = self._form.one_picture(array)
+        given = self._form.picture(view, source.x0, source.y0)
+
+        def run(into: Array) -> None:
             made = self._form.picture(into, target.x0, target.y0)
             function = c_library().vnr_plan_filter
-            runner("vnr_plan_filter", array.size, lambda c: function(self._handle, byref(given), byref(made), byref(c)))
+            runner("vnr_plan_filter", given, lambda c: function(self._handle, byref(given), byref(made), byref(c)))
 
-        place = target.x0 - source.x0, target.y0 - source.y0
-        filter_view(self._form.one_picture(array), self._form.one_picture(result), run, *place)
+        fill(self._form.one_picture(result), view, run, target.x0 - source.x0, target.y0 - source.y0)
         return result
 
     def _shape_of(self, box: Box) -> tuple[int, ...]:

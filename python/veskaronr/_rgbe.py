@@ -10,7 +10,7 @@ from numpy.typing import NDArray
 from ._arguments import integer
 from ._arrays import Array, ImageLike, copy_into, result_array, to_array
 from ._errors import rgbe_error_of
-from ._library import CControl, c_library
+from ._library import CControl, CPicture, c_library
 from ._run import Progress, Runner, SupportsIsSet
 
 
@@ -108,5 +108,5 @@ def _denoise(picture: Array, strength: int, overwrite: bool, runner: Runner) -> 
         return code
 
     # The call cannot be cancelled. Left alone it works on memory of its own.
-    runner("denoise1", source.size, run, may_leave=not in_place)
+    runner("denoise1", CPicture(width=width, height=height), run, may_leave=not in_place)
     return result

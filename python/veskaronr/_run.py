@@ -10,7 +10,7 @@ from typing import Any, Callable, Optional, Protocol, Union, runtime_checkable
 
 from ._arguments import integer
 from ._errors import Cancelled
-from ._library import PROGRESS, CControl, check, sized
+from ._library import PROGRESS, CControl, CPicture, check, sized
 
 _CANCEL_SECONDS = 0.01  # how often `cancel` is looked at
 _QUICK_PIXELS = 1 << 16  # done before anybody could interrupt
@@ -78,14 +78,16 @@ class Runner:
         self._calls = calls
         self._finished = 0
 
-    def __call__(self, name: str, pixels: int, function: Callable[[CControl], Any], may_leave: bool = False) -> None:
+    def __call__(
+        self, name: str, picture: CPicture, function: Callable[[CControl], Any], may_leave: bool = False
+    ) -> None:
         """Calls the function and raises what a negative result means. With ``may_leave`` it cannot be cancelled, but be
         left alone."""
         if self._is_cancelled():
             raise Cancelled(name, "cancelled", -13)
         flag = c_int32(0)
         control = sized(CControl, threads=self._threads, cancel=pointer(flag))
-        attended = self._must_attend(pixels)
+        attended = self._must_attend(picture.width * picture.height)
         code = self._attended(name, control, flag, function, may_leave) if attended else function(control)
         check(name, code)
         self._finished += 1
