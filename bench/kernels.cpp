@@ -71,7 +71,7 @@ struct Bench {
   }
   void recombine() {
     const Pictures pictures = {picture16.data(), filtered16.data(), kPicture.width, 64, 3 * kPicture.width, 16};
-    const BlendSettings settings = blendSettings();
+    const params::BlendSettings settings = params::deriveTuning(params.data()).blend;
     for (int y = 0; y < 64; ++y) recombineRow(pictures, y, settings);
   }
 

@@ -17,13 +17,16 @@
 HWY_BEFORE_NAMESPACE();
 namespace veskaro {
 namespace HWY_NAMESPACE {
+using namespace simd::HWY_NAMESPACE;
+using namespace filters::HWY_NAMESPACE;
+using filters::kReach;
 #if VESKARO_HAS_VECTORS
 
 constexpr int kColumns = 256;
 constexpr int kRows = 8;
 constexpr int kMiddle = 5;  // the row whose neighbours are all loaded
-constexpr NoiseSettings kNoise = {60.0f, 1.0f, 1e-5f, -0.001f};
-constexpr SharpenSettings kSharpening = {0.025f, 0.025f};
+constexpr params::NoiseSettings kNoise = {60.0f, 1.0f, 1e-5f, -0.001f};
+constexpr params::SharpenSettings kSharpening = {0.025f, 0.025f};
 
 // Rows of noise around a mid grey in both filters' rings.
 class RowSteps {
@@ -47,9 +50,9 @@ class RowSteps {
   void sharpen() { sharpen_.sharpen(kMiddle, 0, kColumns, records_.at(1), kSharpening); }
 
  private:
-  void fill(const StripRow& row) {
+  void fill(const filters::StripRow& row) {
     for (int k = 0; k < 3; ++k) {
-      for (int x = -kMaxLanes; x < kColumns + kMaxLanes; ++x) {
+      for (int x = -simd::kMaxLanes; x < kColumns + simd::kMaxLanes; ++x) {
         state_ = state_ * 1664525u + 1013904223u;
         row.plane(k)[x] = 60.0f + static_cast<float>(state_ >> 20) / 256.0f;
       }
@@ -58,10 +61,10 @@ class RowSteps {
 
   std::uint32_t state_ = 1;
   std::vector<float> memory_;
-  Arena arena_;
+  simd::Arena arena_;
   NoiseStage noise_;
   SharpenStage sharpen_;
-  StripRing<3> records_;
+  filters::StripRing<3> records_;
 };
 
 // Seven chains of additions and seven of multiplications: enough to keep all units busy.

@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 install(TARGETS VeskaroNRLib EXPORT VeskaroNRLibTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
 install(FILES ${PROJECT_BINARY_DIR}/libVeskaroNRLib.so DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
-install(FILES ${PROJECT_SOURCE_DIR}/include/VeskaroNRLib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+install(FILES ${PROJECT_SOURCE_DIR}/include/VeskaroNRLib.h ${PROJECT_SOURCE_DIR}/include/veskaronr.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT Development)
 
 # find_package

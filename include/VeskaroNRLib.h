@@ -4,7 +4,7 @@
  * Two independent denoisers behind a flat C interface:
  *
  *   - denoise2: interleaved RGB, 8 or 16 bits per sample. Measures the noise, cuts the picture into overlapping tiles
- *     that an OpenMP team filters, blends luminance and chroma with the input.
+ *     that several threads filter, blends luminance and chroma with the input.
  *   - denoise1: row-planar RGBE (high dynamic range). Smooths chromaticity, then log luminance. Single-threaded.
  *
  * The building blocks of both are declared here too, so that a host may use them on its own buffers.
@@ -102,7 +102,8 @@ enum nr_param {
  *
  * @param wOrig,hOrig width and height in pixels, >= 1
  * @param sppIn samples per pixel; 3 (red, green, blue)
- * @param rowStride samples (not bytes) from one row's start to the next, >= 3 * wOrig. Samples beyond 3 * wOrig in a
+ * @param rowStride samples (not bytes) from one row's start to the next, >= 3 * wOrig; not looked at when hOrig is 1.
+ *     Samples beyond 3 * wOrig in a
  *     row are neither read nor written, so a picture may be a rectangle of a bigger one.
  * @param bps bits per sample, 8 or 16 (16: unsigned, native byte order)
  * @param BaseUnitTile nominal tile edge in pixels, >= 56 (>= 48 when nbProc is 1); 256 is a good choice
@@ -116,7 +117,8 @@ enum nr_param {
  * @param outImage the result, same geometry; must not overlap inImage
  * @return NR_OK; NR_ERROR_ARGUMENT for an argument outside the ranges above, a null inImage, outImage or nrParams, or
  *     hOrig * rowStride beyond an int, nothing written; NR_ERROR_MEMORY when memory is exhausted, or when work is
- *     given for a size whose amount does not fit an int; the samples of outImage are then unspecified. */
+ *     given for a size whose amount does not fit an int; the samples of outImage are then unspecified. Noise that
+ *     cannot be measured for want of memory gives the defaults, as any other that cannot. */
 VESKARONR_API int denoise2(const int wOrig, const int hOrig, int sppIn, int rowStride, int bps, const int BaseUnitTile,
                            int nbProc, float* nrParams, unsigned char* work, unsigned char* inImage,
                            unsigned char* outImage);

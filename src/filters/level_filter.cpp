@@ -48,7 +48,7 @@ struct Job {
 
   LevelBuffers from(const Band& band) const {
     return {buffers.level + band.offset, buffers.reduced + band.offset, buffers.comparison + band.offset,
-            buffers.records + band.offset};
+            buffers.noiseMap + band.offset};
   }
 };
 

@@ -46,8 +46,8 @@ VectorResult filterLevel(const LevelLayout& layout, const Rectangle& area, const
   simd::Scratch<LevelStream<InterleavedImage>> stream(area);
   if (!stream) return VectorResult::kNoMemory;
   const InterleavedImage reduced = imageOf(b.reduced, layout);
-  const InterleavedImage records = imageOf(b.records, layout);
-  stream->run(imageOf(b.level, layout), noise, sharpening, {&reduced, &records});
+  const InterleavedImage noiseMap = imageOf(b.noiseMap, layout);
+  stream->run(imageOf(b.level, layout), noise, sharpening, {&reduced, &noiseMap});
   return VectorResult::kDone;
 }
 
@@ -66,9 +66,9 @@ void loadWithReach(const InterleavedImage& image, int x, int y, int columns, con
 }
 
 struct NoiseScratch {
-  explicit NoiseScratch(simd::Arena* arena) : noise(arena), own(arena), reduced(arena), records(arena) {}
+  explicit NoiseScratch(simd::Arena* arena) : noise(arena), own(arena), reduced(arena), noiseMap(arena) {}
   NoiseStage noise;
-  StripRing<1> own, reduced, records;
+  StripRing<1> own, reduced, noiseMap;
 };
 
 VectorResult reduceNoise(const LevelLayout& layout, const Rectangle& area, const LevelBuffers& b,
@@ -78,7 +78,7 @@ VectorResult reduceNoise(const LevelLayout& layout, const Rectangle& area, const
   simd::Scratch<NoiseScratch> scratch;
   if (!scratch) return VectorResult::kNoMemory;
   NoiseScratch& s = *scratch;
-  const StripRow own = s.own.at(0), reduced = s.reduced.at(0), records = s.records.at(0);
+  const StripRow own = s.own.at(0), reduced = s.reduced.at(0), noiseMap = s.noiseMap.at(0);
   const InterleavedImage reducedImage = imageOf(b.reduced, layout);
   streamRows(area, [&](int t, int x, int y, int columns) {
     loadWithReach(imageOf(b.level, layout), x, y, columns, s.noise.level(t));
@@ -87,17 +87,17 @@ VectorResult reduceNoise(const LevelLayout& layout, const Rectangle& area, const
     if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
     if (t < 2 * kReach) return;
     reducedImage.load(x, y - kReach, columns, own.rows());
-    s.noise.reduce(t - kReach, 0, columns, own, reduced, records, settings);
+    s.noise.reduce(t - kReach, 0, columns, own, reduced, noiseMap, settings);
     reducedImage.store(reduced.rows(), x, y - kReach, columns);
-    imageOf(b.records, layout).store(records.rows(), x, y - kReach, columns);
+    imageOf(b.noiseMap, layout).store(noiseMap.rows(), x, y - kReach, columns);
   });
   return VectorResult::kDone;
 }
 
 struct SharpenScratch {
-  explicit SharpenScratch(simd::Arena* arena) : sharpen(arena), records(arena) {}
+  explicit SharpenScratch(simd::Arena* arena) : sharpen(arena), noiseMap(arena) {}
   SharpenStage sharpen;
-  StripRing<1> records;
+  StripRing<1> noiseMap;
 };
 
 VectorResult sharpen(const LevelLayout& layout, const Rectangle& area, const LevelBuffers& b,
@@ -107,14 +107,14 @@ VectorResult sharpen(const LevelLayout& layout, const Rectangle& area, const Lev
   simd::Scratch<SharpenScratch> scratch;
   if (!scratch) return VectorResult::kNoMemory;
   SharpenScratch& s = *scratch;
-  const StripRow records = s.records.at(0);
+  const StripRow noiseMap = s.noiseMap.at(0);
   streamRows(area, [&](int t, int x, int y, int columns) {
     loadWithReach(imageOf(b.reduced, layout), x, y, columns, s.sharpen.reduced(t));
     s.sharpen.rowLoaded(t, -kReach, columns + kReach);
     if (t >= kReach) s.sharpen.computeDistances(t - kReach, 0, columns);
     if (t < 2 * kReach) return;
-    imageOf(b.records, layout).load(x, y - kReach, columns, records.rows());
-    s.sharpen.sharpen(t - kReach, 0, columns, records, settings);
+    imageOf(b.noiseMap, layout).load(x, y - kReach, columns, noiseMap.rows());
+    s.sharpen.sharpen(t - kReach, 0, columns, noiseMap, settings);
     imageOf(b.level, layout).store(s.sharpen.sharpened().rows(), x, y - kReach, columns);
   });
   return VectorResult::kDone;

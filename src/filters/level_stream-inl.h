@@ -87,9 +87,9 @@ class NoiseStage {
     rings_.computeDistances<ComparisonDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
-  void reduce(int y, int xStart, int xEnd, const StripRow& own, const StripRow& reduced, const StripRow& records,
+  void reduce(int y, int xStart, int xEnd, const StripRow& own, const StripRow& reduced, const StripRow& noiseMap,
               const params::NoiseSettings& settings) const {
-    NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, records, steps_.at(0), steps_.at(1)};
+    NoiseRow row = {{}, rings_.distancesAround(y), own, reduced, noiseMap, steps_.at(0), steps_.at(1)};
     rings_.rowsAround(y, row.level);
     if (rings_.areExact(y - kReach, y + kReach) && params::rolloffsArePositive(settings)) {
       reduceNoiseRow<true>(row, xStart, xEnd, settings);
@@ -121,8 +121,8 @@ class SharpenStage {
     rings_.computeDistances<ColourDistance>(y, rows, xStart - kReach, xEnd + kReach);
   }
 
-  void sharpen(int y, int xStart, int xEnd, const StripRow& records, const params::SharpenSettings& settings) const {
-    SharpenRow row = {{}, rings_.distancesAround(y), records, sharpened(), steps_.at(0), steps_.at(1), steps_.at(2)};
+  void sharpen(int y, int xStart, int xEnd, const StripRow& noiseMap, const params::SharpenSettings& settings) const {
+    SharpenRow row = {{}, rings_.distancesAround(y), noiseMap, sharpened(), steps_.at(0), steps_.at(1), steps_.at(2)};
     rings_.rowsAround(y, row.reduced);
     if (rings_.areExact(y - kReach, y + kReach)) {
       sharpenRow<true>(row, xStart, xEnd, settings);
@@ -141,10 +141,10 @@ class SharpenStage {
 template <class Image>
 class LevelStream {
  public:
-  // Images that receive the noise-reduced pixels and the records too, or null.
+  // Images that receive the noise-reduced pixels and the noise map too, or null.
   struct Outputs {
     const Image* reduced = nullptr;
-    const Image* records = nullptr;
+    const Image* noiseMap = nullptr;
   };
 
   LevelStream(simd::Arena* arena, const pixels::Rectangle& area)
@@ -152,7 +152,7 @@ class LevelStream {
         rows_(area.yEnd - area.yStart),
         noise_(arena),
         sharpen_(arena),
-        records_(arena),
+        noiseMap_(arena),
         hasStrips_(area.xEnd - area.xStart > kStripColumns),
         margin_(hasStrips_ ? arena->take(kMarginFloats * (rows_ + 2 * kReach)) : nullptr) {}
 
@@ -207,11 +207,12 @@ class LevelStream {
     const simd::Rows reduced = reducedRow.rows();
     if (y < rows_ + kReach) noise_.computeDistances(y, first, last);
     if (isInside(y)) {
-      noise_.reduce(y, first, last, noise_.level(y), reducedRow, records_.at(y), settings);
+      noise_.reduce(y, first, last, noise_.level(y), reducedRow, noiseMap_.at(y), settings);
       PlanarImage::copy(level + -kReach, reduced + -kReach, first + kReach);
       PlanarImage::copy(level + last, reduced + last, width + kReach - last);
       if (outputs.reduced != nullptr) outputs.reduced->store(reduced, strip_.xStart, levelRow(y), width);
-      if (outputs.records != nullptr) outputs.records->store(records_.at(y).rows(), strip_.xStart, levelRow(y), width);
+      if (outputs.noiseMap != nullptr)
+        outputs.noiseMap->store(noiseMap_.at(y).rows(), strip_.xStart, levelRow(y), width);
     } else {
       PlanarImage::copy(level + -kReach, reduced + -kReach, width + 2 * kReach);
     }
@@ -222,7 +223,7 @@ class LevelStream {
     const int width = column(strip_.xEnd);
     sharpen_.computeDistances(y, 0, width);
     if (!isInside(y)) return;
-    sharpen_.sharpen(y, 0, width, records_.at(y), settings);
+    sharpen_.sharpen(y, 0, width, noiseMap_.at(y), settings);
     image.store(sharpen_.sharpened().rows(), strip_.xStart, levelRow(y), width);
   }
 
@@ -230,7 +231,7 @@ class LevelStream {
   int rows_;
   NoiseStage noise_;
   SharpenStage sharpen_;
-  StripRing<3> records_;
+  StripRing<3> noiseMap_;
   bool hasStrips_;
   float* margin_;
   Strip strip_ = {};

@@ -16,7 +16,7 @@ using pixels::kChannels;
 struct Pixel {
   const float* level;
   const float* comparison;
-  float* record;
+  float* noiseMap;
   float* reduced;
   std::ptrdiff_t rowFloats;
   int pixelFloats;
@@ -44,7 +44,7 @@ VESKARO_MAY_DIVIDE_BY_ZERO void mixWithAverage(const Pixel& p, const NeighbourSu
                                                const params::NoiseSettings& s) {
   if (sum.weight == 0.0f) {
     for (int k = 0; k < kChannels; ++k) p.reduced[k] = p.level[k];
-    p.record[kMixFraction] = 0.0f;
+    p.noiseMap[kMixFraction] = 0.0f;
     return;
   }
   const float inverseWeight = 1.0f / sum.weight;
@@ -54,7 +54,7 @@ VESKARO_MAY_DIVIDE_BY_ZERO void mixWithAverage(const Pixel& p, const NeighbourSu
     const float average = sum.rgb[k] * inverseWeight;
     p.reduced[k] = p.reduced[k] * centreMix + average * outerMix;
   }
-  p.record[kMixFraction] = outerMix;
+  p.noiseMap[kMixFraction] = outerMix;
 }
 
 void reducePixel(const Pixel& p, const params::NoiseSettings& s) {
@@ -62,8 +62,8 @@ void reducePixel(const Pixel& p, const params::NoiseSettings& s) {
   const float threshold = s.threshold * scale;
   const float rolloff = s.rolloff * scale;
   const NeighbourSum sum = sumNoiseNeighbours(p, toleranceOf(threshold, rolloff));
-  p.record[kThreshold] = threshold;
-  p.record[kRolloff] = rolloff;
+  p.noiseMap[kThreshold] = threshold;
+  p.noiseMap[kRolloff] = rolloff;
   mixWithAverage(p, sum, s);
 }
 
@@ -75,7 +75,7 @@ void plain::reduceNoise(const pixels::LevelLayout& layout, const pixels::Rectang
     for (int x = area.xStart; x < area.xEnd; ++x) {
       const std::ptrdiff_t at = layout.at(x, y);
       reducePixel(
-          {b.level + at, b.comparison + at, b.records + at, b.reduced + at, layout.rowFloats(), layout.pixelFloats},
+          {b.level + at, b.comparison + at, b.noiseMap + at, b.reduced + at, layout.rowFloats(), layout.pixelFloats},
           settings);
     }
   }

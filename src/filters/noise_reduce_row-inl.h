@@ -23,7 +23,7 @@ struct NoiseRow {
   DistanceRow distance;
   StripRow own;        // the values that are mixed with the neighbour average
   StripRow reduced;    // result
-  StripRow records;    // a plane for each NoiseRecord
+  StripRow noiseMap;   // a plane for each NoiseMapChannel
   StripRow tolerance;  // between the steps: a plane for each TolerancePlane
   StripRow sum;        // between the steps: weighted sums
 };
@@ -55,8 +55,8 @@ HWY_INLINE void computeTolerances(const NoiseRow& row, int xStart, int xEnd, con
     const V threshold = hn::Mul(hn::Set(d, s.threshold), scale);
     const V rolloff = hn::Mul(hn::Set(d, s.rolloff), scale);
     const VectorTolerance t = toleranceOf(threshold, rolloff);
-    hn::StoreU(threshold, d, row.records.plane(kThreshold) + x);
-    hn::StoreU(rolloff, d, row.records.plane(kRolloff) + x);
+    hn::StoreU(threshold, d, row.noiseMap.plane(kThreshold) + x);
+    hn::StoreU(rolloff, d, row.noiseMap.plane(kRolloff) + x);
     hn::StoreU(t.inverseRolloff, d, row.tolerance.plane(kInverseRolloff) + x);
     hn::StoreU(t.cut, d, row.tolerance.plane(kCut) + x);
   }
@@ -64,7 +64,7 @@ HWY_INLINE void computeTolerances(const NoiseRow& row, int xStart, int xEnd, con
 
 HWY_INLINE VectorTolerance toleranceAt(const NoiseRow& row, int x) {
   const Floats d;
-  return {hn::LoadU(d, row.records.plane(kThreshold) + x), hn::LoadU(d, row.tolerance.plane(kInverseRolloff) + x),
+  return {hn::LoadU(d, row.noiseMap.plane(kThreshold) + x), hn::LoadU(d, row.tolerance.plane(kInverseRolloff) + x),
           hn::LoadU(d, row.tolerance.plane(kCut) + x)};
 }
 
@@ -137,7 +137,7 @@ HWY_INLINE void mixWithAverage(const NoiseRow& row, int xStart, int xEnd, const 
                              mix(own.b, sum.b, inverseWeight, outerMix, centreMix)};
     const Mask isAlone = hn::Eq(weight, hn::Zero(d));
     storeRgb(choose(isAlone, loadRgb(row.level[kReach], x), mixed), row.reduced, x);
-    hn::StoreU(hn::IfThenZeroElse(isAlone, outerMix), d, row.records.plane(kMixFraction) + x);
+    hn::StoreU(hn::IfThenZeroElse(isAlone, outerMix), d, row.noiseMap.plane(kMixFraction) + x);
   }
 }
 

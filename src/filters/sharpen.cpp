@@ -19,8 +19,8 @@ struct NoiseRange {
   float threshold, cut, perThreshold, perRolloff;
 };
 
-VESKARO_MAY_DIVIDE_BY_ZERO NoiseRange rangeOf(const float* record) {
-  const float threshold = record[kRolloff];
+VESKARO_MAY_DIVIDE_BY_ZERO NoiseRange rangeOf(const float* noiseMap) {
+  const float threshold = noiseMap[kRolloff];
   const float rolloff = kFallOfRise * threshold;
   return {threshold, threshold + rolloff, 1.0f / threshold, 1.0f / rolloff};
 }
@@ -53,11 +53,11 @@ Rgb pushAway(const Rgb& own, const NeighbourSum& sum, float mixFraction, const p
                         (centre.rMinusY - average.rMinusY) * chromaMix + centre.rMinusY});
 }
 
-Rgb sharpenPixel(const float* centre, const float* record, const pixels::LevelLayout& layout,
+Rgb sharpenPixel(const float* centre, const float* noiseMap, const pixels::LevelLayout& layout,
                  const params::SharpenSettings& s) {
-  const NeighbourSum sum = sumSharpeningNeighbours(centre, layout, rangeOf(record));
+  const NeighbourSum sum = sumSharpeningNeighbours(centre, layout, rangeOf(noiseMap));
   const Rgb own = {centre[0], centre[1], centre[2]};
-  return sum.weight == 0.0f ? own : pushAway(own, sum, record[kMixFraction], s);
+  return sum.weight == 0.0f ? own : pushAway(own, sum, noiseMap[kMixFraction], s);
 }
 
 }  // namespace
@@ -67,7 +67,7 @@ void plain::sharpen(const pixels::LevelLayout& layout, const pixels::Rectangle& 
   for (int y = area.yStart; y < area.yEnd; ++y) {
     for (int x = area.xStart; x < area.xEnd; ++x) {
       const std::ptrdiff_t at = layout.at(x, y);
-      const Rgb sharpened = sharpenPixel(b.reduced + at, b.records + at, layout, settings);
+      const Rgb sharpened = sharpenPixel(b.reduced + at, b.noiseMap + at, layout, settings);
       b.level[at] = sharpened.r;
       b.level[at + 1] = sharpened.g;
       b.level[at + 2] = sharpened.b;

@@ -8,7 +8,7 @@
 
 namespace veskaro::filters {
 
-// Sharpens the rectangle of b.reduced, a noise-reduced level, into b.level, by the records of the noise filter.
+// Sharpens the rectangle of b.reduced, a noise-reduced level, into b.level, by the noise map of the noise filter.
 void sharpen(const pixels::LevelLayout& layout, const pixels::Rectangle& area, const LevelBuffers& b,
              const params::SharpenSettings& settings);
 

@@ -22,7 +22,7 @@ using namespace pixels::HWY_NAMESPACE;
 struct SharpenRow {
   StripRow reduced[kSpan];  // the rows from two above to two below
   DistanceRow distance;
-  StripRow records;    // of the noise filter, a plane for each NoiseRecord
+  StripRow noiseMap;   // of the noise filter, a plane for each NoiseMapChannel
   StripRow sharpened;  // result
   StripRow range;      // between the steps: a plane for each RangePlane
   StripRow sum;        // between the steps: weighted sums
@@ -48,7 +48,7 @@ template <bool kSamplesAreFinite>
 HWY_INLINE void computeRanges(const SharpenRow& row, int xStart, int xEnd) {
   const Floats d;
   for (int x = xStart; x < xEnd; x += lanes()) {
-    const VectorNoiseRange range = rangeOf(hn::LoadU(d, row.records.plane(kRolloff) + x));
+    const VectorNoiseRange range = rangeOf(hn::LoadU(d, row.noiseMap.plane(kRolloff) + x));
     const V cut = kSamplesAreFinite ? hn::IfThenElse(hn::Eq(range.cut, range.cut), range.cut, hn::Inf(d)) : range.cut;
     hn::StoreU(cut, d, row.range.plane(kRangeCut) + x);
     hn::StoreU(range.perThreshold, d, row.range.plane(kPerThreshold) + x);
@@ -58,7 +58,7 @@ HWY_INLINE void computeRanges(const SharpenRow& row, int xStart, int xEnd) {
 
 HWY_INLINE VectorNoiseRange rangeAt(const SharpenRow& row, int x) {
   const Floats d;
-  return {hn::LoadU(d, row.records.plane(kRolloff) + x), hn::LoadU(d, row.range.plane(kRangeCut) + x),
+  return {hn::LoadU(d, row.noiseMap.plane(kRolloff) + x), hn::LoadU(d, row.range.plane(kRangeCut) + x),
           hn::LoadU(d, row.range.plane(kPerThreshold) + x), hn::LoadU(d, row.range.plane(kPerRolloff) + x)};
 }
 
@@ -125,7 +125,7 @@ HWY_INLINE void pushRow(const SharpenRow& row, int xStart, int xEnd, const param
     const VectorRgb total = loadRgb(row.sum, x);
     const VectorNeighbourSum sum = {total.r, total.g, total.b, hn::LoadU(d, row.weight.plane(0) + x)};
     const VectorRgb own = loadRgb(row.reduced[kReach], x);
-    const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.records.plane(kMixFraction) + x), s);
+    const VectorRgb pushed = pushAway(own, sum, hn::LoadU(d, row.noiseMap.plane(kMixFraction) + x), s);
     const Mask isFlat = hn::Eq(sum.weight, hn::Zero(d));
     storeRgb(choose(isFlat, own, pushed), row.sharpened, x);
   }

@@ -258,30 +258,38 @@ TEST(LevelFilter, TheTwoFiltersTakeAnyImages) {
   EXPECT_EQ(digest.text(), "915f9b3b43f94ad4");
 }
 
+// The packed pixels of a level, each followed by its rest up to spp samples.
+std::vector<float> widened(const std::vector<float>& packed, int spp, float rest) {
+  std::vector<float> wide(packed.size() / 3 * static_cast<std::size_t>(spp), rest);
+  for (std::size_t k = 0; k < packed.size(); ++k) wide[k / 3 * static_cast<std::size_t>(spp) + k % 3] = packed[k];
+  return wide;
+}
+
 TEST(LevelFilter, HostsMayRunTheWorkersThemselves) {
   tune();
-  Level level = makeLevel(50, 30, Kind::kScene, 16);
+  const Level level = makeLevel(50, 30, Kind::kScene, 16);
   int rectangle[4] = {2, 48, 3, 26};
   const Result expected = runSet(3, level, {2, 48, 3, 26});
-  std::vector<float> comparison = expected.comparison;
-  Level reduced = level;
-  Level records(50, 30, -7.0f);
-  nr_data jobs[3];
-  const auto runAll = [&](void* (*body)(void*), float* in, float* out) {
-    pthread_t threads[3];
-    for (int k = 0; k < 3; ++k) {
-      jobs[k] = {50, 30, 3, rectangle, 3, 0, in, comparison.data(), records.samples.data(), out, k, 3, -1};
-      ASSERT_EQ(pthread_create(&threads[k], nullptr, body, &jobs[k]), 0);
-    }
-    for (const pthread_t thread : threads) pthread_join(thread, nullptr);
-    EXPECT_EQ(jobs[0].retour, 3 + 7);
-    EXPECT_EQ(jobs[2].retour, 3 + 23 - 2 * 7);
-  };
-  runAll(nr_threaded, level.samples.data(), reduced.samples.data());
-  EXPECT_TRUE(sameBits(expected.reduced, reduced.samples));
-  EXPECT_TRUE(sameBits(expected.records, records.samples));
-  runAll(sharpen_threaded, reduced.samples.data(), level.samples.data());
-  EXPECT_TRUE(sameBits(expected.level, level.samples));
+  for (const int spp : {3, 4}) {
+    std::vector<float> image = widened(level.samples, spp, -7.0f), reduced = image, records(image.size(), -7.0f);
+    std::vector<float> comparison = widened(expected.comparison, spp, -7.0f);
+    nr_data jobs[3];
+    const auto runAll = [&](void* (*body)(void*), float* in, float* out) {
+      pthread_t threads[3];
+      for (int k = 0; k < 3; ++k) {
+        jobs[k] = {50, 30, spp, rectangle, 3, 0, in, comparison.data(), records.data(), out, k, 3, -1};
+        ASSERT_EQ(pthread_create(&threads[k], nullptr, body, &jobs[k]), 0);
+      }
+      for (const pthread_t thread : threads) pthread_join(thread, nullptr);
+      EXPECT_EQ(jobs[0].retour, 3 + 7);
+      EXPECT_EQ(jobs[2].retour, 3 + 23 - 2 * 7);
+    };
+    runAll(nr_threaded, image.data(), reduced.data());
+    EXPECT_TRUE(sameBits(widened(expected.reduced, spp, -7.0f), reduced));
+    EXPECT_TRUE(sameBits(widened(expected.records, spp, -7.0f), records));
+    runAll(sharpen_threaded, reduced.data(), image.data());
+    EXPECT_TRUE(sameBits(widened(expected.level, spp, -7.0f), image));
+  }
 }
 
 // Pixels of more samples: the first three are filtered as ever, the others of the result and of the scratch images
@@ -291,32 +299,28 @@ TEST(LevelFilter, MoreSamplesPerPixelAreLeftAlone) {
   const int w = 40, h = 20, spp = 5;
   const Level level = makeLevel(w, h, Kind::kScene, 17);
   const Result expected = runSet(1, level, {2, w - 2, 3, h - 3});
-  const auto widened = [&](const std::vector<float>& packed, float rest) {
-    std::vector<float> wide(static_cast<std::size_t>(w * h * spp), rest);
-    for (std::size_t k = 0; k < packed.size(); ++k) wide[k / 3 * spp + k % 3] = packed[k];
-    return wide;
-  };
   int rectangle[4] = {2, w - 2, 3, h - 3};
   forEachTarget([&](const char*) {
     for (const int workers : {1, 3}) {
-      std::vector<float> image = widened(level.samples, 9.0f), reduced(image.size(), -7.0f);
+      std::vector<float> image = widened(level.samples, spp, 9.0f), reduced(image.size(), -7.0f);
       std::vector<float> comparison = reduced, records = reduced;
       EXPECT_EQ(noiseReduce_set(1, w, h, rectangle, spp, workers, 0, records.data(), reduced.data(), comparison.data(),
                                 image.data()),
                 workers == 1 ? h - 3 : 3 + (h - 6) - 2 * ((h - 6) / 3));
-      EXPECT_TRUE(sameBits(widened(expected.level, 9.0f), image));
-      EXPECT_TRUE(sameBits(widened(expected.reduced, 9.0f), reduced));
-      EXPECT_TRUE(sameBits(widened(expected.comparison, -7.0f), comparison));
-      EXPECT_TRUE(sameBits(widened(expected.records, -7.0f), records));
+      EXPECT_TRUE(sameBits(widened(expected.level, spp, 9.0f), image));
+      EXPECT_TRUE(sameBits(widened(expected.reduced, spp, 9.0f), reduced));
+      EXPECT_TRUE(sameBits(widened(expected.comparison, spp, -7.0f), comparison));
+      EXPECT_TRUE(sameBits(widened(expected.records, spp, -7.0f), records));
     }
-    std::vector<float> image = widened(level.samples, 9.0f), comparison = widened(expected.comparison, 9.0f);
+    std::vector<float> image = widened(level.samples, spp, 9.0f),
+                       comparison = widened(expected.comparison, spp, 9.0f);
     std::vector<float> reduced = image, records(image.size(), -7.0f);
     EXPECT_EQ(
         noiseReduce_orig(1, w, h, rectangle, spp, 0, image.data(), comparison.data(), records.data(), reduced.data()),
         h - 3);
-    EXPECT_TRUE(sameBits(widened(expected.reduced, 9.0f), reduced));
+    EXPECT_TRUE(sameBits(widened(expected.reduced, spp, 9.0f), reduced));
     EXPECT_EQ(sharpen_orig(1, w, h, rectangle, spp, reduced.data(), records.data(), image.data()), h - 3);
-    EXPECT_TRUE(sameBits(widened(expected.level, 9.0f), image));
+    EXPECT_TRUE(sameBits(widened(expected.level, spp, 9.0f), image));
   });
 }
 

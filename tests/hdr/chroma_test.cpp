@@ -1,32 +1,19 @@
-#include "hdr/chroma.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 
-#include "VeskaroNRLib.h"
 #include "hdr/rgbe_pictures.h"
 #include "support/targets.h"
 
 namespace veskaro::test {
 namespace {
 
-struct Levels {
-  int strength;
-  float seuil, shadows, saturation;
-};
-
-RgbePicture denoised(RgbePicture picture, const Levels& l, int offset = 0) {
-  const int w = picture.width, h = picture.height;
-  std::vector<unsigned char> work(20 * static_cast<std::size_t>(w) * h + 8), out(picture.bytes.size() + 8, 0x5a);
-  const int rows = denoise_chroma(l.strength, l.seuil, w, h, -1, 77, 32, l.shadows, l.saturation, work.data() + offset,
-                                  picture.data(), out.data() + offset);
-  EXPECT_EQ(rows, h);
-  for (int k = 0; k < 8 - offset; ++k) EXPECT_EQ(out[out.size() - 1 - k], 0x5a) << "wrote past the result";
-  RgbePicture result(w, h);
-  std::copy_n(out.begin() + offset, result.bytes.size(), result.bytes.begin());
-  return result;
+RgbePicture denoised(const RgbePicture& picture, const ChromaLevels& levels) {
+  const Outcome outcome = callChroma(picture, levels);
+  EXPECT_EQ(outcome.code, picture.height);
+  EXPECT_EQ(outcome.picture.bytes, picture.bytes);
+  return outcome.result;
 }
 
 // A grey picture whose pixels have the wrong hue at random.
@@ -82,7 +69,7 @@ TEST(Chroma, BrightPixelsKeepTheirBytes) {
 TEST(Chroma, BlendsBetweenTheLevels) {
   const RgbePicture picture = randomPicture(70, 50, Kind::kNarrow, 9);
   const RgbePicture smooth = denoised(picture, {0, 0.4f, 1e9f, 2e9f});
-  const Levels blend = {1, 0.4f, 0.5f, 4.0f};
+  const ChromaLevels blend = {1, 0.4f, 0.5f, 4.0f};
   const RgbePicture result = denoised(picture, blend);
   for (int j = 0; j < picture.height; ++j) {
     for (int i = 0; i < picture.width; ++i) {
@@ -97,16 +84,13 @@ TEST(Chroma, BlendsBetweenTheLevels) {
 }
 
 TEST(Chroma, BlackStaysBlackAndFlatStaysFlat) {
-  RgbePicture picture(40, 36);
-  for (int j = 0; j < 36; ++j) {
-    for (int i = 0; i < 40; ++i) picture.setPixel(i, j, {128, 64, 64, 130});
-  }
+  RgbePicture picture = makePicture(40, 36, [](int, int) { return Pixel{128, 64, 64, 130}; });
   EXPECT_EQ(denoised(picture, {0, 0.4f, 1e9f, 2e9f}).bytes, picture.bytes);
   picture.setPixel(5, 5, {200, 100, 50, 0});
   picture.setPixel(6, 5, {0, 0, 0, 130});
   const RgbePicture result = denoised(picture, {0, 0.4f, 1e9f, 2e9f});
-  EXPECT_EQ(result.pixel(5, 5), (std::array<int, 4>{0, 0, 0, 0}));
-  EXPECT_EQ(result.pixel(6, 5), (std::array<int, 4>{0, 0, 0, 0}));
+  EXPECT_EQ(result.pixel(5, 5), (Pixel{0, 0, 0, 0}));
+  EXPECT_EQ(result.pixel(6, 5), (Pixel{0, 0, 0, 0}));
 }
 
 // A sum beyond the float range: its own bytes, and to its neighbours the same as a black pixel.
@@ -114,32 +98,11 @@ TEST(Chroma, EndlessSumsDoNotSpread) {
   RgbePicture endless = randomPicture(64, 48, Kind::kNarrow, 2), black = endless;
   endless.setPixel(30, 20, {255, 254, 253, 255});
   black.setPixel(30, 20, {0, 0, 0, 0});
-  const Levels levels = {0, 0.4f, 1e9f, 2e9f};
+  const ChromaLevels levels = {0, 0.4f, 1e9f, 2e9f};
   RgbePicture result = denoised(endless, levels);
   EXPECT_EQ(result.pixel(30, 20), endless.pixel(30, 20));
   result.setPixel(30, 20, {0, 0, 0, 0});
   EXPECT_EQ(result.bytes, denoised(black, levels).bytes);
-}
-
-TEST(Chroma, AnyAlignmentGivesTheSame) {
-  const RgbePicture picture = randomPicture(61, 47, Kind::kOrdinary, 4);
-  const Levels levels = {1, 0.7f, 1.0f, 20.0f};
-  const RgbePicture aligned = denoised(picture, levels);
-  for (int offset : {1, 2, 3, 5}) EXPECT_EQ(denoised(picture, levels, offset).bytes, aligned.bytes);
-}
-
-TEST(Chroma, RefusedCallsTouchNothing) {
-  RgbePicture picture = randomPicture(40, 40, Kind::kOrdinary, 4), result(40, 40);
-  const std::vector<unsigned char> untouched = result.bytes;
-  std::vector<unsigned char> work(20 * 1600);
-  const auto call = [&](int w, int h, int bits, unsigned char* scratch) {
-    return denoise_chroma(0, 0.4f, w, h, 0, 0, bits, 1e9f, 2e9f, scratch, picture.data(), result.data());
-  };
-  EXPECT_EQ(call(40, 40, 24, nullptr), NR_REFUSED);
-  EXPECT_EQ(call(40, 40, 32, nullptr), NR_ERROR_ARGUMENT);
-  EXPECT_EQ(call(0, 40, 32, work.data()), NR_ERROR_ARGUMENT);
-  EXPECT_EQ(call(40, -1, 32, work.data()), NR_ERROR_ARGUMENT);
-  EXPECT_EQ(result.bytes, untouched);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
-#include "hdr/detail_levels.h"
+#include "hdr/detail/detail_levels.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-namespace veskaro {
+namespace veskaro::hdr {
 namespace {
 
 TEST(DetailLevels, Coefficients) {
@@ -65,4 +65,4 @@ TEST(DetailLevels, ReachesThirtyOneSamples) {
 }
 
 }  // namespace
-}  // namespace veskaro
+}  // namespace veskaro::hdr

@@ -1,39 +1,29 @@
-#include "hdr/luminance.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 
-#include "VeskaroNRLib.h"
-#include "hdr/detail_levels.h"
+#include "hdr/detail/detail_levels.h"
+#include "hdr/luminance/threshold_curve.h"
 #include "hdr/rgbe_pictures.h"
 
 namespace veskaro::test {
 namespace {
 
-struct Levels {
-  int strength;
-  float shadows, medY, satY, seuil;
-};
-
-RgbePicture denoised(RgbePicture picture, const Levels& l, int offset = 0) {
-  const int w = picture.width, h = picture.height;
-  std::vector<unsigned char> work(12 * static_cast<std::size_t>(w) * h + 8), out(picture.bytes.size() + 8);
-  EXPECT_EQ(denoise_lumin(l.strength, w, h, -1, 77, 32, l.shadows, l.medY, l.satY, l.seuil, work.data() + offset,
-                          picture.data(), out.data() + offset),
-            h);
-  RgbePicture result(w, h);
-  std::copy_n(out.begin() + offset, result.bytes.size(), result.bytes.begin());
-  return result;
+RgbePicture denoised(const RgbePicture& picture, const LuminanceLevels& levels) {
+  const Outcome outcome = callLuminance(picture, levels);
+  EXPECT_EQ(outcome.code, picture.height);
+  return outcome.result;
 }
 
-ThresholdCurve curve(bool midTones, float shadows, float medY, float satY) {
-  return ThresholdCurve({{}, midTones, shadows, medY, satY, 1.0f, nullptr, nullptr, nullptr}, 0);
+using hdr::ThresholdCurve;
+
+ThresholdCurve curve(bool midTones, float shadows, float median, float saturation) {
+  return ThresholdCurve({midTones, shadows, median, saturation, 1.0f}, 0);
 }
 
 TEST(ThresholdCurve, FallsFromTheShadowsToTheSaturationLevel) {
-  const float full = noiseCoefficient(0);
+  const float full = hdr::noiseCoefficient(0);
   const ThresholdCurve strong = curve(true, -1.0f, 1.0f, 3.0f);
   EXPECT_EQ(strong(-1.5f), full);
   EXPECT_NEAR(strong(-1.0f), full, 1e-6);
@@ -44,14 +34,14 @@ TEST(ThresholdCurve, FallsFromTheShadowsToTheSaturationLevel) {
   EXPECT_NEAR(strong(5.0f), -0.1 * full, 1e-6);
   const ThresholdCurve shadowsOnly = curve(false, -1.0f, 1.0f, 3.0f);
   EXPECT_EQ(shadowsOnly(-1.01f), full);
-  const ThresholdCurve odd = curve(true, -1.3f, 0.9f, 2.7f);
+  const ThresholdCurve skewed = curve(true, -1.3f, 0.9f, 2.7f);
   const float tenth = static_cast<float>(0.1 * full);
-  EXPECT_EQ(odd(0.0f), (-1.3f * tenth - 0.9f * full) / (-1.3f - 0.9f)) << "where the first line meets the axis";
+  EXPECT_EQ(skewed(0.0f), (-1.3f * tenth - 0.9f * full) / (-1.3f - 0.9f)) << "where the first line meets the axis";
   for (float s : {-1.0f, 0.0f, 2.0f, 9.0f}) EXPECT_EQ(shadowsOnly(s), 0.0f);
 }
 
 TEST(ThresholdCurve, LevelsThatCoincide) {
-  const float full = noiseCoefficient(0), tenth = static_cast<float>(0.1 * full);
+  const float full = hdr::noiseCoefficient(0), tenth = static_cast<float>(0.1 * full);
   const ThresholdCurve noMiddle = curve(true, 1.0f, 1.0f, 3.0f);
   EXPECT_EQ(noMiddle(1.0f), full);
   EXPECT_NEAR(noMiddle(1.001f), tenth, 1e-3);
@@ -100,7 +90,7 @@ TEST(Luminance, CleansTheShadowsAndLeavesTheRest) {
     const auto before = noisy.value(i, 60), after = clean.value(i, 60);
     ASSERT_NEAR(after.sum(), before.sum(), 4 * std::ldexp(1.0, clean.pixel(i, 60)[3] - 136));
   }
-  // With the mid-tones the bright half is smoothed too, the less the nearer to satY.
+  // With the mid-tones the bright half is smoothed too, the less the nearer to the saturation level.
   EXPECT_LT(deviation(denoised(noisy, {1, -1.0f, 2.9f, 4.0f, 2.0f}), 160, 210), deviation(noisy, 160, 210) / 2);
 }
 
@@ -109,7 +99,7 @@ TEST(Luminance, BlackBecomesGrey) {
   picture.setPixel(70, 70, {200, 100, 50, 0});
   const RgbePicture black = denoised(picture, {0, -5.0f, 0.0f, 1.0f, 0.1f});
   for (int j = 0; j < 80; ++j) {
-    for (int i = 0; i < 80; ++i) ASSERT_EQ(black.pixel(i, j), (std::array<int, 4>{128, 128, 128, 129}));
+    for (int i = 0; i < 80; ++i) ASSERT_EQ(black.pixel(i, j), (Pixel{128, 128, 128, 129}));
   }
 }
 
@@ -121,22 +111,6 @@ TEST(Luminance, EndlessResultsKeepTheirBytes) {
   for (int j = 0; j < 40; ++j) {
     for (int i = 0; i < 50; ++i) ASSERT_NE(undefined.pixel(i, j)[3], 0);
   }
-}
-
-TEST(Luminance, RefusedCallsTouchNothing) {
-  RgbePicture picture = randomPicture(40, 40, Kind::kOrdinary, 4), result(40, 40);
-  const std::vector<unsigned char> untouched = result.bytes;
-  std::vector<unsigned char> work(12 * 1600);
-  const auto call = [&](int w, int bits, unsigned char* scratch) {
-    return denoise_lumin(0, w, 40, 0, 0, bits, 0, 1, 2, 0.1f, scratch, picture.data(), result.data());
-  };
-  EXPECT_EQ(call(40, 24, work.data()), NR_ERROR_ARGUMENT);
-  EXPECT_EQ(call(40, 32, nullptr), NR_ERROR_ARGUMENT);
-  EXPECT_EQ(call(-40, 32, work.data()), NR_ERROR_ARGUMENT);
-  EXPECT_EQ(result.bytes, untouched);
-  const RgbePicture small = randomPicture(61, 47, Kind::kOrdinary, 4);
-  const Levels levels = {1, 0.0f, 1.0f, 2.0f, 0.1f};
-  EXPECT_EQ(denoised(small, levels, 3).bytes, denoised(small, levels).bytes) << "alignment";
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include "hdr/smooth_line.h"
-
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,6 +6,7 @@
 #include <vector>
 
 #include "VeskaroNRLib.h"
+#include "support/targets.h"
 
 namespace {
 
@@ -36,21 +35,24 @@ int walk(int from, int steps, int size) {
 
 TEST(SmoothLine, MirrorsAsOftenAsItTakes) {
   std::mt19937 random(3);
-  for (int size : {1, 2, 3, 5, 15, 16, 17, 31, 32, 33, 63, 64, 65, 130}) {
-    for (int sc : {0, 1, 2, 3, 4, 8, 16, 40, 131, -1, -7, -64}) {
-      for (int step : {1, 3}) {
-        std::vector<float> line(static_cast<std::size_t>(size) * step), out(size + 1, -5.0f);
-        for (float& v : line) v = static_cast<float>(random() % 1000) / 7.0f;
-        smooth_line(out.data(), line.data(), step, size, sc);
-        for (int i = 0; i < size; ++i) {
-          const float x = line[i * step];
-          const float pair = line[walk(i, sc, size) * step] + line[walk(i, -sc, size) * step];
-          ASSERT_EQ(out[i], pair + (x + x)) << "size " << size << " sc " << sc << " step " << step << " at " << i;
-        }
-        ASSERT_EQ(out[size], -5.0f) << "wrote past the line";
+  const auto check = [&random](int size, int sc, int step) {
+    std::vector<float> line(static_cast<std::size_t>(size) * step), out(size + 1, -5.0f);
+    for (float& v : line) v = static_cast<float>(random() % 100000) / 777.0f - 60.0f;
+    smooth_line(out.data(), line.data(), step, size, sc);
+    for (int i = 0; i < size; ++i) {
+      const float x = line[i * step];
+      const float pair = line[walk(i, sc, size) * step] + line[walk(i, -sc, size) * step];
+      ASSERT_EQ(out[i], pair + (x + x)) << "size " << size << " sc " << sc << " step " << step << " at " << i;
+    }
+    ASSERT_EQ(out[size], -5.0f) << "wrote past the line";
+  };
+  veskaro::test::forEachTarget([&](const char*) {
+    for (int size : {1, 2, 3, 5, 15, 16, 17, 31, 32, 33, 63, 64, 65, 130, 5003}) {
+      for (int sc : {0, 1, 2, 3, 4, 8, 16, 40, 131, 300, -1, -7, -64}) {
+        for (int step : {1, 2, 7}) check(size, sc, step);
       }
     }
-  }
+  });
 }
 
 TEST(SmoothLine, TakesAnyArguments) {

@@ -1,13 +1,12 @@
-#include "hdr/statistics.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <vector>
 
-#include "VeskaroNRLib.h"
 #include "hdr/rgbe_pictures.h"
+#include "support/injected_failures.h"
+#include "support/targets.h"
 
 namespace veskaro::test {
 namespace {
@@ -56,12 +55,25 @@ TEST(Statistics, RefusesWhatHasNoSpread) {
   EXPECT_EQ(hdr_stats(0, 64, 64, 0, 0, 32, 0.001f, nullptr, values), NR_ERROR_ARGUMENT);
 }
 
+// Without spread in both quantities. The vector form would otherwise take its tables first.
+TEST(Statistics, FlatPicturesTakeNoMemory) {
+  const RgbePicture flat = makePicture(256, 256, [](int, int) { return Pixel{128, 64, 64, 140}; });
+  RgbePicture luminancesDiffer = flat, sumsDiffer = flat, spread = flat;
+  luminancesDiffer.setPixel(255, 255, {128, 65, 63, 140});
+  sumsDiffer.setPixel(255, 255, {12, 126, 49, 140});
+  spread.setPixel(255, 255, {128, 64, 65, 140});
+  forEachTarget([&](const char*) {
+    const FailAllocation failure(0);
+    for (const RgbePicture& picture : {flat, luminancesDiffer, sumsDiffer}) {
+      EXPECT_EQ(measure(picture).result, NR_ERROR_STATISTICS);
+    }
+    EXPECT_FALSE(failure.happened());
+    EXPECT_EQ(measure(spread).result, NR_ERROR_MEMORY);
+  });
+}
+
 TEST(Statistics, UniformBelowOneHasItsOwnLevel) {
-  RgbePicture picture(33, 34);
-  for (int j = 0; j < 34; ++j) {
-    for (int i = 0; i < 33; ++i) picture.setPixel(i, j, {64, 32, 32, 136 - 8});  // sum 0.5
-  }
-  const Measured m = measure(picture);
+  const Measured m = measure(makePicture(33, 34, [](int, int) { return Pixel{64, 32, 32, 136 - 8}; }));  // sum 0.5
   EXPECT_EQ(m.result, NR_OK);
   EXPECT_EQ(m.values[0], std::log(0.5f));
   EXPECT_EQ(m.values[1], std::log(0.5f));

@@ -9,6 +9,7 @@ SOURCE = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("VESKARO_BUILD_DIR", SOURCE / "build/release"))
 LIBRARY = BUILD / "VeskaroNRLib.so.1"
 HEADER = SOURCE / "include/VeskaroNRLib.h"
+INTERFACE = SOURCE / "include/veskaronr.h"  # which includes the other
 VERSION = ".".join(re.findall(r"#define VESKARONR_VERSION_\w+ (\d+)", HEADER.read_text()))
 EXPORT_LIST = SOURCE / "src/VeskaroNRLib.map"
 
@@ -21,8 +22,8 @@ def run(*command, **options):
     return done.stdout
 
 
-def declarations(header=HEADER):
-    """The declarations of the header, one a string, each ending in a semicolon."""
+def declarations(header=INTERFACE):
+    """The declarations of both headers, one a string, each ending in a semicolon."""
     marker = '__attribute__((visibility("default")))'
     text = run("gcc", "-E", "-P", header).replace(marker, "@")
     return [" ".join(part.replace("@", "").split()) for part in re.findall(r"(?:extern )?@.*?;", text, re.S)]

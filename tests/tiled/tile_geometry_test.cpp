@@ -10,6 +10,8 @@
 namespace veskaro::test {
 namespace {
 
+using namespace tiled;
+
 // Tiles, unit and largest tile of both axes and the extended size, as the host gets them.
 std::array<int, 8> gridOf(int w, int h, int base, int threads, int padding = 8, int overlap = 32) {
   std::array<int, 8> g;

@@ -9,9 +9,9 @@
 #include "filters/sharpen.h"
 #include "platform/fp_environment.h"
 
-namespace {
-
 using namespace veskaro;
+
+namespace {
 
 params::NoiseSettings noiseInForce(int level) {
   return params::noiseSettings(api::tuningInForce(), level);

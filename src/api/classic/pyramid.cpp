@@ -8,9 +8,9 @@
 #include "pyramid/reconstruct.h"
 #include "pyramid/similarity.h"
 
-namespace {
-
 using namespace veskaro;
+
+namespace {
 
 // Pixels of a level as the difference passes count them: the 32-bit product of the sizes, two negative ones included,
 // or 0 when it is not positive.
