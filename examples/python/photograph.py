@@ -15,7 +15,7 @@ write("photograph_clean.png", clean)
 print(f"noise level {info.noise.level:.0f}, chroma kept {info.settings.chroma_keep:.2f}")
 
 if importlib.util.find_spec("skimage"):
-    from skimage.metrics import peak_signal_noise_ratio, structural_similarity
+    from skimage.metrics import peak_signal_noise_ratio, structural_similarity  # type: ignore[import]
 
     for name, picture in (("noisy", noisy), ("clean", clean)):
         wanted = original.astype(np.uint8)

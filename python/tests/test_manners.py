@@ -114,7 +114,15 @@ class Documentation(unittest.TestCase):
     @unittest.skipUnless(shutil.which("mypy"), "mypy is not installed")
     def test_types(self):
         with tempfile.TemporaryDirectory() as cache:
-            command = ["mypy", "--config-file", "pyproject.toml", "--cache-dir", cache, "veskaronr", "../examples/python"]
+            command = [
+                "mypy",
+                "--config-file",
+                "pyproject.toml",
+                "--cache-dir",
+                cache,
+                "veskaronr",
+                "../examples/python",
+            ]
             run = subprocess.run(command, cwd=TOP / "python", capture_output=True, text=True)
             self.assertEqual(run.returncode, 0, run.stdout)
 

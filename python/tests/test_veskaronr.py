@@ -23,7 +23,9 @@ def scene(height, width, dtype=np.uint8, noise=12.0, seed=1):
     """A gradient with a bright disc and Gaussian noise, RGB."""
     rng = np.random.default_rng(seed)
     y, x = np.mgrid[0:height, 0:width]
-    base = 60 + 80 * x / width + 40 * y / height + 40 * ((x - width / 2) ** 2 + (y - height / 2) ** 2 < (height / 4) ** 2)
+    base = (
+        60 + 80 * x / width + 40 * y / height + 40 * ((x - width / 2) ** 2 + (y - height / 2) ** 2 < (height / 4) ** 2)
+    )
     picture = base[:, :, None] * [1.0, 0.9, 0.7] + rng.normal(0, noise, (height, width, 3))
     return (np.clip(picture, 0, 255) * (256 if dtype == np.uint16 else 1)).astype(dtype)
 
@@ -123,33 +125,36 @@ class Arrays(unittest.TestCase):
         self.assertLess(result[105:145, 60:75, 1].std(), 0.7 * (light * 1000)[105:145, 60:75, 1].std())
 
     def test_refusals_are_clear(self):
-        image, bad = scene(64, 64), np.full((64, 64), np.nan, np.float32)
+        image, nan = scene(64, 64), np.full((64, 64), np.nan, np.float32)
         fixed = image.copy()
         fixed.flags.writeable = False
+        pictures = [
+            None, [["a", "b"]], [[300, 2], [3, 4]], image.astype(np.int8), image > 100, image.astype(complex), nan,
+            image[:, :, :2], image[:0], image[0, 0], np.ma.masked_less(image, 50), np.full((64, 64), 1e300),
+        ]  # fmt: skip
+        options = {
+            "strength": [3.0, float("nan"), "1", None], "preset": ["none"], "channel_order": ["gbr"], "linear": [True],
+            "channel_axis": [1, 5, 0.5], "data_range": [1000, 65535, "1"], "out": [image, fixed, image[1:], []],
+            "threads": [0, 1 << 40, 1.5], "cancel": [True], "progress": [3],
+            "settings": [{}, Settings(tile=20), Settings(tile=1 << 40), Settings(rounding="none"),
+                         Settings(rounding="up"), Settings(luma_keep=float("nan")), Settings(luma_keep="1")],
+        }  # fmt: skip
         plan = Plan(image.shape, image.dtype, Settings())
-        for call in [
-            lambda: denoise([["a", "b"]]), lambda: denoise(None), lambda: denoise([[300, 2], [3, 4]]),
-            lambda: denoise(image.astype(np.int8)), lambda: denoise(image > 100), lambda: denoise(image.astype(complex)),
-            lambda: denoise(np.ma.masked_less(image, 50)), lambda: denoise(image[:, :, :2]), lambda: denoise(image[:0]),
-            lambda: denoise(image[0, 0]), lambda: denoise(image, channel_axis=1), lambda: denoise(image, channel_axis=5),
-            lambda: denoise(image, 3.0), lambda: denoise(image, float("nan")), lambda: denoise(image, "1"),
-            lambda: denoise(image, preset="none"), lambda: denoise(image, channel_order="gbr"),
-            lambda: denoise(image, data_range=1000), lambda: denoise(image, data_range=65535),
-            lambda: denoise(image / 255, data_range=1e-60), lambda: denoise(image, linear=True), lambda: denoise(bad),
-            lambda: denoise(bad.astype(float) + 1e300), lambda: denoise(image, out=image), lambda: denoise(image, out=fixed),
-            lambda: denoise(image, out=image[1:]), lambda: denoise(image, out=[]), lambda: denoise(image, threads=0),
-            lambda: denoise(image, threads=1 << 40), lambda: denoise(image, threads=1.5), lambda: denoise(image, cancel=True),
-            lambda: denoise(image, progress=3), lambda: denoise(image, settings={}), lambda: denoise(image, 1.2, settings=Settings()),
-            lambda: denoise(image, settings=Settings(tile=20)), lambda: denoise(image, settings=Settings(tile=1 << 40)),
-            lambda: denoise(image, settings=Settings(rounding="none")), lambda: denoise(image, settings=Settings(rounding="up")),
-            lambda: denoise(image, settings=Settings(luma_keep=float("nan"))), lambda: Plan((0, 5), "u1", Settings()),
-            lambda: Plan((64, 1 << 40), "u1", Settings()), lambda: Plan((64, 64), "i4", Settings()),
+        whole = (0, 64, 0, 64)
+        calls = [
+            *(lambda p=p: denoise(p) for p in pictures),
+            *(lambda n=n, v=v: denoise(image, **{n: v}) for n, values in options.items() for v in values),
+            lambda: denoise(image, 1.2, settings=Settings()), lambda: denoise(image / 255, data_range=1e-60),
+            lambda: Plan((0, 5), "u1", Settings()), lambda: Plan((64, 64), "i4", Settings()),
+            lambda: Plan((64, 1 << 40), "u1", Settings()), lambda: Plan((64, 64), "u1", Params()),
+            lambda: measure(image[None]),
             lambda: plan.cover((0, 65, 0, 1)), lambda: plan.cover((5, 5, 0, 1)), lambda: plan.cover((0, 1.5, 0, 1)),
-            lambda: plan.filter(image, (0, 64, 0, 64), (0, 64, 0, 1 << 33)), lambda: plan.filter(image[1:], (0, 64, 0, 64), (0, 9, 0, 9)),
-            lambda: plan.filter(image[32:], (0, 64, 32, 64), (0, 64, 0, 32)), lambda: measure(image[None]),
+            lambda: plan.filter(image, whole, (0, 64, 0, 1 << 33)), lambda: plan.filter(image[1:], whole, (0, 9, 0, 9)),
+            lambda: plan.filter(image[32:], (0, 64, 32, 64), (0, 64, 0, 32)),
             lambda: Measurement((64, 64)).add(image, 1, 0), lambda: Measurement((64, 64)).add(image, 1 << 40, 0),
             lambda: Measurement.from_bytes(b"nothing"), lambda: Measurement((64, 64)).merge(Measurement((64, 65))),
-        ]:  # fmt: skip
+        ]  # fmt: skip
+        for call in calls:
             with self.assertRaises((TypeError, ValueError)), warnings.catch_warnings():
                 warnings.simplefilter("ignore")
                 call()
@@ -176,7 +181,10 @@ class Steps(unittest.TestCase):
 
     def test_pieces_have_the_bytes_of_the_whole(self):
         rng = np.random.default_rng(5)
-        for image, options in ((scene(700, 610), {}), (scene(610, 700, np.float64).transpose(2, 0, 1) / 255, {"channel_axis": 0})):
+        for image, options in (
+            (scene(700, 610), {}),
+            (scene(610, 700, np.float64).transpose(2, 0, 1) / 255, {"channel_axis": 0}),
+        ):
             image = np.concatenate([image, image[..., :1]], -1) if not options else image
             settings = measure(image, **options).settings()
             wanted = np.moveaxis(denoise(image, settings=settings, **options), options.get("channel_axis", -1), -1)
@@ -190,7 +198,9 @@ class Steps(unittest.TestCase):
                     np.testing.assert_array_equal(got, wanted[target.slices])
 
             height, width, _ = wanted.shape
-            ends = [(*sorted(rng.choice(width + 1, 2, False)), *sorted(rng.choice(height + 1, 2, False))) for _ in range(8)]
+            ends = [
+                (*sorted(rng.choice(width + 1, 2, False)), *sorted(rng.choice(height + 1, 2, False))) for _ in range(8)
+            ]
             with ThreadPoolExecutor(2) as pool:
                 list(pool.map(piece, ends))
 

@@ -7,7 +7,11 @@ from typing import Any, Iterable
 
 
 def number(what: str, value: Any) -> float:
-    if isinstance(value, (str, bytes, bytearray)) or not hasattr(value, "__float__") and not hasattr(value, "__index__"):
+    if (
+        isinstance(value, (str, bytes, bytearray))
+        or not hasattr(value, "__float__")
+        and not hasattr(value, "__index__")
+    ):
         raise TypeError(f"{what} must be a number, not {value!r}")
     try:
         return float(value)

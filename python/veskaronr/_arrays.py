@@ -23,7 +23,8 @@ class SupportsArrayInterface(Protocol):
     """What PIL's images have."""
 
     @property
-    def __array_interface__(self) -> dict[str, Any]: ...
+    def __array_interface__(self) -> dict[str, Any]:
+        ...
 
 
 ImageLike = Union[ArrayLike, SupportsArrayInterface]
@@ -142,7 +143,9 @@ class Format:
         elif array.ndim in (3, 4) and -array.ndim <= self.channel_axis < array.ndim:
             view = np.moveaxis(array, self.channel_axis, -1)
         else:
-            raise ValueError(f"channel_axis is one of 3 axes, or of 4 of a batch, not {self.channel_axis} of {array.ndim}")
+            raise ValueError(
+                f"channel_axis is one of 3 axes, or of 4 of a batch, not {self.channel_axis} of {array.ndim}"
+            )
         if view.ndim not in (3, 4) or view.shape[-1] not in (1, 3, 4):
             raise ValueError(
                 "the shape must be (h, w), (h, w, c) or (n, h, w, c) with 1, 3 or 4 channels c, "
@@ -199,8 +202,8 @@ class Format:
 
 
 def fill(target: Array, view: Array, run: Callable[[Array], None], x: int = 0, y: int = 0) -> None:
-    """Lets ``run`` write the colours of ``target``, by way of memory that the library can work on, and keeps the alpha of
-    the view, which lies there from (x, y) on."""
+    """Lets ``run`` write the colours of ``target``, by way of memory that the library can work on, and keeps the alpha
+    of the view, which lies there from (x, y) on."""
     interlocked = view.strides != target.strides and np.may_share_memory(view, target)  # apart, but not for the library
     if is_direct(target) and not interlocked:
         run(target)

@@ -43,6 +43,7 @@ class Info:
         return all(one.measured for one in self.batch) if self.batch else self.noise.measured
 
 
+# fmt: off
 @overload
 def denoise(
     image: ImageLike, strength: float = ..., *, preset: Preset = ..., settings: Optional[Params] = ...,
@@ -50,7 +51,7 @@ def denoise(
     linear: bool = ..., progress: Optional[Progress] = ..., cancel: Optional[SupportsIsSet] = ...,
     threads: Optional[int] = ..., out: Optional[NDArray[Any]] = ..., return_info: Literal[False] = ...,
     return_params: Literal[False] = ...,
-) -> NDArray[Any]: ...  # fmt: skip
+) -> NDArray[Any]: ...
 
 
 @overload
@@ -60,7 +61,7 @@ def denoise(
     linear: bool = ..., progress: Optional[Progress] = ..., cancel: Optional[SupportsIsSet] = ...,
     threads: Optional[int] = ..., out: Optional[NDArray[Any]] = ..., return_info: Literal[True],
     return_params: bool = ...,
-) -> tuple[NDArray[Any], Info]: ...  # fmt: skip
+) -> tuple[NDArray[Any], Info]: ...
 
 
 @overload
@@ -70,7 +71,8 @@ def denoise(
     linear: bool = ..., progress: Optional[Progress] = ..., cancel: Optional[SupportsIsSet] = ...,
     threads: Optional[int] = ..., out: Optional[NDArray[Any]] = ..., return_info: bool = ...,
     return_params: Literal[True],
-) -> tuple[NDArray[Any], Info]: ...  # fmt: skip
+) -> tuple[NDArray[Any], Info]: ...
+# fmt: on
 
 
 def denoise(
@@ -192,8 +194,8 @@ def _warn_unmeasured(infos: list[Info]) -> None:
     without = [info.noise for info in infos if not info.noise.measured and info.noise is not _GIVEN]
     if without:
         which = "" if len(infos) == 1 else f" in {len(without)} of {len(infos)} pictures"
-        text = f"the noise could not be measured{which} ({without[0].reason}), so default settings are used; is data_range right?"
-        warnings.warn(text, UserWarning, stacklevel=3)
+        why = f"({without[0].reason}), so default settings are used; is data_range right?"
+        warnings.warn(f"the noise could not be measured{which} {why}", UserWarning, stacklevel=3)
 
 
 def _filter(given: CPicture, made: CPicture, settings: Settings, runner: Runner) -> None:

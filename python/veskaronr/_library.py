@@ -4,7 +4,19 @@ from __future__ import annotations
 
 import ctypes
 import os
-from ctypes import CFUNCTYPE, POINTER, Structure, c_char_p, c_float, c_int, c_int32, c_int64, c_size_t, c_ssize_t, c_void_p
+from ctypes import (
+    CFUNCTYPE,
+    POINTER,
+    Structure,
+    c_char_p,
+    c_float,
+    c_int,
+    c_int32,
+    c_int64,
+    c_size_t,
+    c_ssize_t,
+    c_void_p,
+)
 from functools import lru_cache
 from pathlib import Path
 from typing import Any, Iterator, TypeVar

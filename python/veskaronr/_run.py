@@ -20,14 +20,16 @@ _QUICK_PIXELS = 1 << 16  # done before anybody could interrupt
 class SupportsUpdate(Protocol):
     """What tqdm's bars have."""
 
-    def update(self, n: int) -> Any: ...
+    def update(self, n: int) -> Any:
+        ...
 
 
 @runtime_checkable
 class SupportsIsSet(Protocol):
     """What threading.Event has."""
 
-    def is_set(self) -> bool: ...
+    def is_set(self) -> bool:
+        ...
 
 
 Progress = Union[Callable[[int, int], Any], SupportsUpdate]

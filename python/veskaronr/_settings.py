@@ -100,10 +100,14 @@ class Settings(Params):
             raise ValueError(f"rounding must be one of {', '.join(_ROUNDINGS)}, not {self.rounding!r}")
         tile = integer("tile", self.tile)
         return sized(
-            CSettings, params=self.to_vector(), recon_threshold=number("recon_threshold", self.recon_threshold),
+            CSettings,
+            params=self.to_vector(),
+            recon_threshold=number("recon_threshold", self.recon_threshold),
             recon_rolloff=number("recon_rolloff", self.recon_rolloff),
-            linear_scale=number("linear_scale", self.linear_scale), tile=min(max(tile, 0), 1 << 30), rounding=_ROUNDINGS.index(self.rounding),
-        )  # fmt: skip
+            linear_scale=number("linear_scale", self.linear_scale),
+            tile=min(max(tile, 0), 1 << 30),  # what C's int cannot hold is refused as these are
+            rounding=_ROUNDINGS.index(self.rounding),
+        )
 
 
 def _of_struct(struct: CSettings) -> Settings:
