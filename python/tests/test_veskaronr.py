@@ -63,6 +63,7 @@ class Arrays(unittest.TestCase):
                     warnings.simplefilter("ignore")
                     wanted, vector = direct(view)
                     kept = view.copy()
+                    self.assertEqual(veskaronr._arrays.is_direct(view), view.dtype.isnative and 0 not in view.strides)
                     result, info = denoise(view, return_info=True)
                     np.testing.assert_array_equal(result, wanted)
                     self.assertEqual(params_of(info.settings), vector)
