@@ -106,6 +106,8 @@ class Documentation(unittest.TestCase):
     def test_examples_run(self):
         environment = {**os.environ, "PYTHONPATH": str(TOP / "python"), "PYTHONDONTWRITEBYTECODE": "1"}
         for example in sorted(TOP.glob("examples/python/*.py")):
+            if example.stem == "dask_chunks" and not importlib.util.find_spec("dask"):
+                continue
             with tempfile.TemporaryDirectory() as folder:
                 run = subprocess.run([sys.executable, example, folder], env=environment, capture_output=True, text=True)
                 self.assertEqual(run.returncode, 0, run.stderr)
