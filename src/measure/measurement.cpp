@@ -31,20 +31,31 @@ float fragmentValue(const unsigned char* at, const pixels::SampleScale& scale) {
   return scale.encoding == pixels::Encoding::kLinear ? v : pixels::toWorking(v, scale);
 }
 
-// Copies the pixels of a region of the piece, all of which lie in the fragment. False when one is not a number.
+// One channel of one row of a fragment. False when a sample is not a number.
+template <typename Sample>
+bool fillRow(const unsigned char* from, std::ptrdiff_t stride, int pixels, const pixels::SampleScale& scale,
+             float* to) {
+  bool onlyNumbers = true;
+  for (int x = 0; x < pixels; ++x, from += stride) {
+    to[x] = fragmentValue<Sample>(from, scale);
+    onlyNumbers = onlyNumbers && (sizeof(Sample) < sizeof(float) || std::isfinite(to[x]));
+  }
+  return onlyNumbers;
+}
+
+// Copies the pixels of a region of the piece, all of which lie in the fragment.
 template <typename Sample>
 bool fill(Fragment* fragment, int xBlock, int yBlock, const pixels::Region& region, const pixels::PictureView& piece,
           const pixels::SampleScale& scale) {
+  const int column = region.x0 - xBlock, count = region.x1 - region.x0;
+  const std::uint32_t filled = 0xffffffffu >> (kBlockSize - count) << column;
   bool onlyNumbers = true;
   for (int y = region.y0; y < region.y1; ++y) {
-    for (int x = region.x0; x < region.x1; ++x) {
-      for (int k = 0; k < 3; ++k) {
-        const float value = fragmentValue<Sample>(piece.at(k, x, y), scale);
-        if (!std::isfinite(value)) onlyNumbers = false;
-        fragment->values[k][y - yBlock][x - xBlock] = value;
-      }
-      fragment->filled[y - yBlock] |= 1u << (x - xBlock);
+    for (int k = 0; k < 3; ++k) {
+      float* const to = fragment->values[k][y - yBlock] + column;
+      onlyNumbers &= fillRow<Sample>(piece.at(k, region.x0, y), piece.pixelStride, count, scale, to);
     }
+    fragment->filled[y - yBlock] |= filled;
   }
   return onlyNumbers;
 }
@@ -138,12 +149,15 @@ void Measurement::rank(std::int64_t block) {
 Result Measurement::addToFragments(const pixels::PictureView& piece, const pixels::SampleScale& scale,
                                    const pixels::Region& whole) {
   Result result = Result::kDone;
+  std::int64_t fetched = -1;
   forEachBlock(blocksTouched(piece.region, table_), table_, [&](std::int64_t block) {
     const int column = static_cast<int>(block % table_.columns()), row = static_cast<int>(block / table_.columns());
     if (whole.contains({column, column + 1, row, row + 1}) || table_[block].isSeen()) return;
-    if (result == Result::kDone) result = addToFragment(piece, scale, block);
+    prefetchBlock(piece, table_.xOf(block), table_.yOf(block));
+    if (fetched >= 0 && result == Result::kDone) result = addToFragment(piece, scale, fetched);
+    fetched = block;
   });
-  return result;
+  return fetched >= 0 && result == Result::kDone ? addToFragment(piece, scale, fetched) : result;
 }
 
 Result Measurement::addToFragment(const pixels::PictureView& piece, const pixels::SampleScale& scale,
@@ -168,7 +182,7 @@ Result Measurement::complete(Fragment* fragment) {
   const pixels::PictureView view = fragment->view(x, y);
   measureBlock(view, kWorkingValues, block);
   BlockRecord& record = table_[block];
-  if (encoding_ == pixels::Encoding::kDisplay && isUsable(record.average)) {
+  if (wantsDense(block)) {
     measureDensely(view, kWorkingValues, x, y, kBlockSize, &record.dense);
     record.flags |= BlockRecord::kIsDense;
   }
@@ -203,11 +217,15 @@ Result Measurement::measureAgain(const pixels::PictureView& piece, const pixels:
   forEachBlock(blocks, table_, [this](std::int64_t block) { rank(block); });
   smoothest_.settle();
   return resultOf(platform::forEachItem(control, blocks.isEmpty() ? 0 : blocks.y1 - blocks.y0, [&](std::int64_t row) {
+    std::int64_t fetched = -1;
     for (std::int64_t column = blocks.x0; column < blocks.x1; ++column) {
       const std::int64_t block = (blocks.y0 + row) * table_.columns() + column;
-      if (wantsDense(block) && !measureDense(block)) return false;
+      if (!wantsDense(block)) continue;
+      prefetchBlock(piece, table_.xOf(block), table_.yOf(block));
+      if (fetched >= 0 && !measureDense(fetched)) return false;
+      fetched = block;
     }
-    return true;
+    return fetched < 0 || measureDense(fetched);
   }));
 }
 
