@@ -41,7 +41,7 @@
 /** @{ */
 /** Version of this header; within one major version the binary interface only grows. */
 #define VESKARONR_VERSION_MAJOR 1
-#define VESKARONR_VERSION_MINOR 0
+#define VESKARONR_VERSION_MINOR 1
 #define VESKARONR_VERSION_PATCH 0
 /** @} */
 
