@@ -110,6 +110,22 @@ class Installed(unittest.TestCase):
         self.assertEqual(version, VERSION)
         self.assertEqual(pathlib.Path(path).resolve(), (self.lib / "VeskaroNRLib.so.1").resolve())
 
+    def test_wheel(self):
+        # Nothing of the source tree is written to; the library is the one under test.
+        sources, wheels, room = self.top / "sources/python", self.top / "wheels", self.top / "room"
+        shutil.copytree(SOURCE / "python", sources, ignore=shutil.ignore_patterns("build"))
+        shutil.copytree(SOURCE / "include", self.top / "sources/include")
+        pip = ("/usr/bin/python3", "-m", "pip", "-q", "--disable-pip-version-check")
+        environment = {**os.environ, "VESKARONR_LIBRARY": str(self.lib / "VeskaroNRLib.so.1")}
+        run(*pip, "wheel", "--no-build-isolation", "--no-deps", "--no-index", "-w", wheels, sources, env=environment)
+        (wheel,) = wheels.iterdir()
+        self.assertRegex(wheel.name, rf"^veskaronr-{VERSION}-py3-none-linux_\w+\.whl$")
+        run("/usr/bin/python3", "-m", "venv", "--system-site-packages", room)
+        run(room / "bin/pip", "-q", "install", "--no-index", wheel)
+        code = "import veskaronr; print(veskaronr.c_library()._name); veskaronr.denoise([[1, 2], [3, 4]])"
+        environment = {k: v for k, v in os.environ.items() if k not in ("VESKARONR_LIBRARY", "PYTHONPATH")}
+        self.assertIn(str(room), run(room / "bin/python", "-W", "ignore", "-c", code, env=environment, cwd=self.top))
+
     def test_companion_finds_its_library(self):
         tool = self.prefix / "bin/veskaro-nr"
         if not tool.exists():

@@ -44,7 +44,7 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
   s.struct_size = sizeof(s);
   s.recon_threshold = params::kDefaultReconstruct.threshold;
   s.recon_rolloff = params::kDefaultReconstruct.rolloff;
-  s.linear_scale = noise != nullptr ? noise->linear_scale : 1.0f;
+  s.linear_scale = noise != nullptr && noise->linear_scale > 0.0f ? noise->linear_scale : 1.0f;
   s.tile = kUsualTile;
   s.rounding = VNR_ROUND_AUTO;
   if (noise != nullptr && noise->reason == VNR_MEASURED) {
