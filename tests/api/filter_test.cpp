@@ -237,6 +237,9 @@ TEST(Filter, RefusesWhatCannotBeRight) {
   EXPECT_EQ(codeOf([](P, P to, S) { to->x = 1; }, right), VNR_ERROR_RECTANGLE);
   EXPECT_EQ(codeOf([](P, P to, S) { to->height = 59; }, right), VNR_ERROR_RECTANGLE);
   EXPECT_EQ(codeOf([](P from, P to, S) { from->y = to->y = 2; }, right), VNR_ERROR_RECTANGLE);
+  EXPECT_EQ(codeOf([](P from, P to, S) { from->encoding = to->encoding = VNR_LINEAR; }, right), VNR_ERROR_FORMAT);
+  EXPECT_EQ(codeOf([](P from, P to, S) { from->channels = to->channels = 2; }, right), VNR_ERROR_FORMAT);
+  EXPECT_EQ(codeOf([](P from, P to, S) { from->white = to->white = 511; }, right), VNR_ERROR_FORMAT);
   EXPECT_EQ(codeOf([](P, P, S s) { s->tile = 55; }, right), VNR_ERROR_SETTINGS);
   EXPECT_EQ(codeOf([](P, P, S s) { s->struct_size = 8; }, right), VNR_ERROR_STRUCT);
   EXPECT_EQ(codeOf([](P from, P to, S) { *to = vnr_piece(*from, {0, 60, 0, 60}); }, right), VNR_ERROR_OVERLAP);
