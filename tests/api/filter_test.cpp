@@ -178,6 +178,7 @@ TEST(Filter, LinearHasNoScaleOfItsOwn) {
   EXPECT_LT(noise.linear_scale, 10.0f);
   EXPECT_EQ(noiseBright.linear_scale, 4.0f * noise.linear_scale);
   EXPECT_EQ(noiseBright.level, noise.level);
+  EXPECT_EQ(classicFor(noise, 1.0f, kTile).params[NR_HIGHLIGHT_NOISE], 1.0f) << "roots have one noise";
   auto result = filtered(dim, in, classicFor(noise, 1.0f, kTile));
   EXPECT_GT(*std::max_element(result.begin(), result.end()), 15.0f);
   EXPECT_NE(result, dim);
@@ -217,6 +218,31 @@ TEST(Filter, IsTheSameOnEveryTarget) {
       expectSameOnEveryTarget(ofFloats, floats, settings);
     }
   }
+}
+
+TEST(Filter, RefusesWhatCannotBeRight) {
+  const std::vector<std::uint8_t> samples = sceneOf<std::uint8_t>(60, 60, 5), filling(samples.size(), 77);
+  auto result = filling;
+  const vnr_picture in = viewOf(samples, 60, 60), out = viewOf(result, 60, 60);
+  const auto codeOf = [&](auto spoil, vnr_settings settings) {
+    vnr_picture from = in, to = out;
+    spoil(&from, &to, &settings);
+    const int code = vnr_denoise(&from, &to, &settings, nullptr);
+    EXPECT_EQ(result, filling) << "wrote";
+    return code;
+  };
+  const vnr_settings right = classicFor(noiseOf(in), 1.0f, 64);
+  using P = vnr_picture*;
+  using S = vnr_settings*;
+  EXPECT_EQ(codeOf([](P, P to, S) { to->x = 1; }, right), VNR_ERROR_RECTANGLE);
+  EXPECT_EQ(codeOf([](P, P to, S) { to->height = 59; }, right), VNR_ERROR_RECTANGLE);
+  EXPECT_EQ(codeOf([](P from, P to, S) { from->y = to->y = 2; }, right), VNR_ERROR_RECTANGLE);
+  EXPECT_EQ(codeOf([](P, P, S s) { s->tile = 55; }, right), VNR_ERROR_SETTINGS);
+  EXPECT_EQ(codeOf([](P, P, S s) { s->struct_size = 8; }, right), VNR_ERROR_STRUCT);
+  EXPECT_EQ(codeOf([](P from, P to, S) { *to = vnr_piece(*from, {0, 60, 0, 60}); }, right), VNR_ERROR_OVERLAP);
+  EXPECT_EQ(codeOf([](P, P to, S) { to->channel[2] = to->channel[0]; }, right), VNR_ERROR_OVERLAP);
+  EXPECT_EQ(vnr_denoise(&in, &out, nullptr, nullptr), VNR_OK);
+  EXPECT_EQ(result, filtered(samples, in, classicFor(noiseOf(in), 1.0f, 256)));
 }
 
 // Where the vectors' slice is the larger one, the plain form works inside the host's memory.

@@ -62,6 +62,43 @@ TEST(Measure, SaysWhyItCannot) {
   EXPECT_GT(noiseOf(linear).linear_scale, 0.0f);
 }
 
+TEST(Measure, RefusesWhatCannotBeRight) {
+  const auto samples = sceneOf<float>(96, 64, 4);
+  const vnr_picture picture = viewOf(samples, 96, 64, 255.0f);
+  vnr_measurement* const m = measurementOf(picture, {0, 96, 0, 64});
+  const vnr_noise expected = noiseOf(picture);
+  vnr_noise noise = expected;
+  vnr_picture moved = picture, linear = picture;
+  moved.x = 1;
+  linear.encoding = VNR_LINEAR;
+  EXPECT_EQ(vnr_measure(&moved, nullptr, &noise), VNR_ERROR_RECTANGLE);
+  EXPECT_EQ(vnr_measure_add(m, &moved, nullptr), VNR_ERROR_RECTANGLE);
+  EXPECT_EQ(vnr_measure_add(m, &linear, nullptr), VNR_ERROR_FORMAT);
+  EXPECT_EQ(vnr_measure_add(nullptr, &picture, nullptr), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure(&picture, nullptr, nullptr), VNR_ERROR_NULL);
+
+  vnr_measurement *narrow = nullptr, *roots = measurementOf(linear, {0, 96, 0, 64});
+  EXPECT_EQ(vnr_measure_begin(0, 64, &narrow), VNR_ERROR_SIZE);
+  EXPECT_EQ(vnr_measure_begin(95, VNR_MOST_PIXELS + 1, &narrow), VNR_ERROR_SIZE);
+  EXPECT_EQ(vnr_measure_begin(95, 64, nullptr), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_begin(95, 64, &narrow), VNR_OK);
+  EXPECT_EQ(vnr_measure_merge(m, narrow), VNR_ERROR_STATE);
+  EXPECT_EQ(vnr_measure_merge(m, roots), VNR_ERROR_STATE);
+  EXPECT_EQ(vnr_measure_merge(m, nullptr), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_merge(m, m), VNR_OK);
+
+  std::size_t count = 0;
+  EXPECT_EQ(vnr_measure_blocks(m, nullptr, 1, &count), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_save(m, nullptr, 1, &count), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_load(nullptr, 100, &narrow), VNR_ERROR_NULL);
+  noise.struct_size += 1;
+  EXPECT_EQ(vnr_measure_finish(m, &noise), VNR_ERROR_STRUCT);
+  noise.struct_size = sizeof noise;
+  EXPECT_EQ(vnr_measure_finish(m, &noise), VNR_OK);
+  EXPECT_EQ(noise.statistic, expected.statistic);
+  for (vnr_measurement* each : {m, narrow, roots}) vnr_measure_end(each);
+}
+
 std::vector<unsigned char> bytesOf(const vnr_measurement* m) {
   std::size_t size = 0;
   EXPECT_EQ(vnr_measure_save(m, nullptr, 0, &size), VNR_OK);

@@ -276,6 +276,11 @@ vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
   const float strength = c.real(0.4f, 1.6f);
   const int code = ask(call, [&] { return vnr_settings_classic(isKnown ? &noise : nullptr, strength, &s); });
   call.expect(code == VNR_OK && isRight(s), "settings_classic: result");
+  vnr_noise none = noise;
+  vnr_settings unchanged = s;
+  (c.oneIn(2) ? none.level : none.linear_scale) = c.oneIn(2) ? kNaN : kInf;
+  const int refused = ask(call, [&] { return vnr_settings_classic(&none, strength, &unchanged); });
+  call.expect(refused == VNR_ERROR_SETTINGS && unchanged.tile == s.tile, "settings_classic: refusal");
   s.tile = c.oneIn(12) ? extremeInt(c) : c.number(56, 150);
   s.rounding = c.oneIn(12) ? c.number(-1, 5) : c.number(0, 2);
   if (!c.oneIn(3)) return s;
