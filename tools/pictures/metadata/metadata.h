@@ -4,6 +4,7 @@
 // formats the four standard blocks are carried over.
 #pragma once
 
+#include <memory>
 #include <vector>
 #include <vips/vips8>
 
@@ -12,6 +13,8 @@
 
 namespace tool::pictures {
 
+struct TiffTags;
+
 struct Metadata {
   Format source = Format::kPng;
   Bytes exif;  // a TIFF structure, without the "Exif" prefix that JPEG puts in front
@@ -19,7 +22,7 @@ struct Metadata {
   Bytes iptc;  // IPTC-IIM records
   Bytes icc;
   std::vector<Bytes> blocks;  // JPEG segments, PNG chunks or WebP chunks that move unchanged
-  Bytes tiff;                 // a TIFF file's bytes: its tags are copied when the result is written
+  std::shared_ptr<const TiffTags> tiff;  // of a TIFF file that Exiv2 can read
 };
 
 // opened is the same file as libvips opened it.
