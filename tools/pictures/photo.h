@@ -38,13 +38,11 @@ struct Photo {
   int colourBands() const { return grey ? 1 : 3; }
   int bands() const { return colourBands() + extraBands; }
   const std::uint8_t* samples() const { return decoded.samples.get(); }
-  Layout layout() const {
-    return {width, height, bits, grey ? Colour::kGrey : Colour::kRgb, bands()};
-  }
+  Layout layout() const { return {width, height, bits, grey ? Colour::kGrey : Colour::kRgb, bands()}; }
 };
 
-// Throws Failure for a file that is damaged, too large, or of a kind that cannot be denoised as a photograph. Nothing in
-// the photograph refers to the file's bytes.
+// Throws Failure for a file that is damaged, too large, or of a kind that cannot be denoised as a photograph. Nothing
+// in the photograph refers to the file's bytes.
 Photo decodePhoto(const Bytes& file, Format format);
 
 // Throws Failure when the format cannot hold the photograph as it is.

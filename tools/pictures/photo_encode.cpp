@@ -15,26 +15,26 @@ using vips::VImage;
 // An image over the samples, which stay the caller's.
 VImage imageOf(const Photo& photo, const Bytes& samples) {
   const Coding& coding = photo.coding;
-  VImage image = VImage::new_from_memory(const_cast<std::uint8_t*>(samples.data()), samples.size(), photo.width,
-                                         photo.height, photo.bands(),
-                                         photo.bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
-                     .copy(VImage::option()
-                               ->set("interpretation", coding.interpretation)
-                               ->set("xres", coding.xResolution)
-                               ->set("yres", coding.yResolution));
+  VImage image =
+      VImage::new_from_memory(const_cast<std::uint8_t*>(samples.data()), samples.size(), photo.width, photo.height,
+                              photo.bands(), photo.bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
+          .copy(VImage::option()
+                    ->set("interpretation", coding.interpretation)
+                    ->set("xres", coding.xResolution)
+                    ->set("yres", coding.yResolution));
   if (!coding.resolutionUnit.empty()) image.set(VIPS_META_RESOLUTION_UNIT, coding.resolutionUnit.c_str());
   return image;
 }
 
 VipsBlob* saveJpeg(const VImage& image, const Photo& photo, const SaveOptions& options) {
-  return image.jpegsave_buffer(
-      VImage::option()
-          ->set("strip", true)
-          ->set("Q", options.quality)
-          ->set("optimize_coding", true)
-          ->set("interlace", photo.coding.isInterlaced)
-          // The chroma resolution of the original; full for pictures that had no other.
-          ->set("subsample_mode", photo.coding.hasHalvedChroma ? VIPS_FOREIGN_SUBSAMPLE_ON : VIPS_FOREIGN_SUBSAMPLE_OFF));
+  return image.jpegsave_buffer(VImage::option()
+                                   ->set("strip", true)
+                                   ->set("Q", options.quality)
+                                   ->set("optimize_coding", true)
+                                   ->set("interlace", photo.coding.isInterlaced)
+                                   // The chroma resolution of the original; full for pictures that had no other.
+                                   ->set("subsample_mode", photo.coding.hasHalvedChroma ? VIPS_FOREIGN_SUBSAMPLE_ON
+                                                                                        : VIPS_FOREIGN_SUBSAMPLE_OFF));
 }
 
 VipsBlob* saveWebp(const VImage& image, const Photo& photo, const SaveOptions& options) {
@@ -52,21 +52,25 @@ VipsBlob* saveTiff(const VImage& image) {
                                    ->set("predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL));
 }
 
-Bytes save(const VImage& image, const Photo& photo, Format format, const SaveOptions& options) {
+Blob save(const VImage& image, const Photo& photo, Format format, const SaveOptions& options) {
   switch (format) {
     case Format::kPng:
-      return Blob(image.pngsave_buffer(VImage::option()->set("strip", true))).bytes();
+      return Blob(image.pngsave_buffer(VImage::option()->set("strip", true)));
     case Format::kJpeg:
-      return Blob(saveJpeg(image, photo, options)).bytes();
+      return Blob(saveJpeg(image, photo, options));
     case Format::kWebp:
-      return Blob(saveWebp(image, photo, options)).bytes();
+      return Blob(saveWebp(image, photo, options));
     case Format::kTiff:
-      return Blob(saveTiff(image)).bytes();
     case Format::kRadiance:
     case Format::kOpenExr:
       break;
   }
-  return {};
+  return Blob(saveTiff(image));
+}
+
+// As a copy, with which the blob goes.
+Bytes bytesOf(Blob blob) {
+  return blob.bytes();
 }
 
 void requireFewBits(const Photo& photo, Format format) {
@@ -105,9 +109,10 @@ void requireFits(const Photo& photo, Format format) {
 
 Bytes encodePhoto(const Photo& photo, Bytes samples, Format format, const SaveOptions& options) try {
   requireFits(photo, format);
-  const Bytes encoded = save(imageOf(photo, samples), photo, format, options);
+  Blob saved = save(imageOf(photo, samples), photo, format, options);
   samples = Bytes();
-  return withMetadata(encoded, format, *photo.metadata);
+  Bytes encoded = bytesOf(std::move(saved));
+  return withMetadata(std::move(encoded), format, *photo.metadata);
 } catch (const vips::VError& error) {
   throw Failure(vipsReason(error));
 }

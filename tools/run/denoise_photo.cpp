@@ -81,7 +81,8 @@ class GreyFilter {
   }
 
   void filterStrip(const vnr_rectangle& strip, const vnr_control& control) {
-    const std::size_t rows = static_cast<std::size_t>(strip.y1 - strip.y0), width = static_cast<std::size_t>(photo_.width);
+    const std::size_t rows = static_cast<std::size_t>(strip.y1 - strip.y0),
+                      width = static_cast<std::size_t>(photo_.width);
     const std::size_t sample = static_cast<std::size_t>(photo_.bits / 8), plane = rows * width * sample;
     strip_.resize(3 * plane);
     vnr_picture out = vnr_interleaved(in_.type, photo_.width, strip.y1 - strip.y0, 1, strip_.data(), photo_.width);
@@ -91,7 +92,8 @@ class GreyFilter {
     requireDone(vnr_plan_filter(plan_, &in_, &out, &control));
     const vnr_picture kept = vnr_piece(out_, strip);
     auto* to = static_cast<std::uint8_t*>(kept.channel[0]);
-    for (std::size_t i = 0; i < rows * width; ++i, to += kept.pixel_stride) std::memcpy(to, &strip_[i * sample], sample);
+    for (std::size_t i = 0; i < rows * width; ++i, to += kept.pixel_stride)
+      std::memcpy(to, &strip_[i * sample], sample);
   }
 
   const Photo& photo_;

@@ -14,9 +14,10 @@ using vips::VImage;
 
 VImage asImage(const Photo& photo, const std::uint8_t* samples) {
   const bool isDeep = photo.bits == 16;
-  const VImage image = VImage::new_from_memory(const_cast<std::uint8_t*>(samples), photo.decoded.bytes, photo.width,
-                                               photo.height, photo.bands(), isDeep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
-                           .extract_band(0, VImage::option()->set("n", photo.colourBands()));
+  const VImage image =
+      VImage::new_from_memory(const_cast<std::uint8_t*>(samples), photo.decoded.bytes, photo.width, photo.height,
+                              photo.bands(), isDeep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
+          .extract_band(0, VImage::option()->set("n", photo.colourBands()));
   return (photo.grey ? image.bandjoin({image, image}) : image)
       .copy(VImage::option()->set("interpretation", isDeep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }

@@ -29,8 +29,9 @@ std::string summaryOf(const HdrWork& work, const Settings&) {
 }
 
 std::string summaryOf(const PhotoWork& work, const Settings& settings) {
-  const std::string noise = fmt::format(work.noise.measured() ? "noise level {:.1f}" : "noise not measurable, default level {:.1f}",
-                                        work.parameters[NR_NOISE_LEVEL].value);
+  const std::string noise =
+      fmt::format(work.noise.measured() ? "noise level {:.1f}" : "noise not measurable, default level {:.1f}",
+                  work.parameters[NR_NOISE_LEVEL].value);
   return fmt::format("{}, {} thread{}", noise, settings.threads, settings.threads == 1 ? "" : "s");
 }
 

@@ -21,7 +21,7 @@ struct Metadata {
   Bytes xmp;
   Bytes iptc;  // IPTC-IIM records
   Bytes icc;
-  std::vector<Bytes> blocks;  // JPEG segments, PNG chunks or WebP chunks that move unchanged
+  std::vector<Bytes> blocks;             // JPEG segments, PNG chunks or WebP chunks that move unchanged
   std::shared_ptr<const TiffTags> tiff;  // of a TIFF file that Exiv2 can read
 };
 
@@ -29,7 +29,7 @@ struct Metadata {
 Metadata readMetadata(const Bytes& file, Format format, const vips::VImage& opened);
 
 // The encoded picture (written without metadata) with the metadata put in.
-Bytes withMetadata(const Bytes& encoded, Format format, const Metadata& metadata);
+Bytes withMetadata(Bytes encoded, Format format, const Metadata& metadata);
 
 // True when a lossy WebP file was given.
 bool webpIsLossy(const Bytes& file);

@@ -89,6 +89,19 @@ void replaceXmp(Bytes& file, const Bytes& packet) {
   }
 }
 
+// Tags that find room are written into the file itself; else there is a new file, and the old one goes before that is
+// copied, as both may be big.
+void takeWritten(Exiv2::BasicIo& io, std::size_t roomAfter, Bytes& file) {
+  if (io.open() != 0) throw Failure("the tags cannot be written");
+  const Exiv2::byte* const written = io.mmap();
+  if (written != file.data()) {
+    file = Bytes();
+    file.reserve(static_cast<std::size_t>(io.size()) + roomAfter + 1);
+    file.assign(written, written + io.size());
+  }
+  io.close();
+}
+
 }  // namespace
 
 Bytes iptcOfPhotoshopBlock(const std::uint8_t* block, std::size_t size) {
@@ -125,7 +138,7 @@ void readTiffMetadata(const Bytes& file, Metadata& metadata) try {
   // Tags that cannot be read stay behind; the picture itself was readable.
 }
 
-Bytes tiffWithMetadata(const Bytes& encoded, const Metadata& metadata) try {
+Bytes tiffWithMetadata(Bytes encoded, const Metadata& metadata) try {
   const ImagePtr image = open(encoded);
   if (metadata.tiff != nullptr) {
     image->setExifData(metadata.tiff->exif);
@@ -139,14 +152,9 @@ Bytes tiffWithMetadata(const Bytes& encoded, const Metadata& metadata) try {
     image->setIccProfile(profile, false);
   }
   image->writeMetadata();
-  Exiv2::BasicIo& io = image->io();
-  if (io.open() != 0) throw Failure("the tags cannot be written");
-  Bytes result;
-  result.reserve(static_cast<std::size_t>(io.size()) + metadata.xmp.size() + 1);
-  result.assign(io.mmap(), io.mmap() + io.size());
-  io.close();
-  if (!metadata.xmp.empty()) replaceXmp(result, metadata.xmp);
-  return result;
+  takeWritten(image->io(), metadata.xmp.size(), encoded);
+  if (!metadata.xmp.empty()) replaceXmp(encoded, metadata.xmp);
+  return encoded;
 } catch (const Exiv2::Error& error) {
   throw Failure(std::string("the tags cannot be written: ") + error.what());
 }
