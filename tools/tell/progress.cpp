@@ -65,13 +65,14 @@ void Progress::done(double megapixels) {
 }
 
 void Progress::clear() {
-  if (shown_) fmt::print(stderr, "\r\033[K");
+  if (isDrawn_) fmt::print(stderr, "\r\033[K");
+  isDrawn_ = false;
 }
 
 void Progress::note() const {
   noteHowFar(isOne() ? fmt::format("{} % of {}", static_cast<int>(100 * share_), name_)
                      : fmt::format("{} of {} pictures", filesDone_, files_),
-             shown_);
+             isDrawn_);
 }
 
 void Progress::drawInTime() {
@@ -92,8 +93,9 @@ std::string Progress::figures() const {
                  : fmt::format("{} {}/{}  {:.1f} MP  ETA {}  ", bar, filesDone_, files_, megapixels_, rest);
 }
 
-void Progress::draw() const {
+void Progress::draw() {
   if (!shown_) return;
+  isDrawn_ = true;
   const std::string before = figures();
   // A cell of the bar takes three bytes.
   const std::size_t width = terminalWidth(), used = before.size() - std::size_t{2} * kCells + 1;

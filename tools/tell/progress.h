@@ -26,10 +26,10 @@ class Progress {
   bool isOne() const { return files_ == 1; }
   void note() const;
   void drawInTime();
-  void draw() const;
+  void draw();
   std::string figures() const;
 
-  bool shown_;
+  bool shown_, isDrawn_ = false;
   std::size_t files_, filesDone_ = 0;
   std::uintmax_t bytes_, bytesDone_ = 0, bytesHere_ = 0;
   double share_ = 0;  // of the file at hand
