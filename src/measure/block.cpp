@@ -5,10 +5,13 @@
 #include <initializer_list>
 #include <limits>
 
+#include "pixels/level.h"
+
 namespace veskaro::measure {
 namespace {
 
-constexpr int kChannels = 3;
+using pixels::kChannels;
+
 constexpr int kGridStep = 8;
 constexpr float kBaseSum = 288.0f;  // makes up for comparisons skipped because a sample was clipped
 

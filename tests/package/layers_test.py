@@ -19,7 +19,7 @@ LIBRARY = {  # folder of src/: what it may include beside itself
     "params": BASE | PUBLIC | {"pixels"},
     "measure": BASE | {"pixels"},
     "tiled": STAGE | {"filters", "pyramid", "blend"},
-    "hdr": BASE | PUBLIC,
+    "hdr": BASE | PUBLIC | {"pixels"},
 }
 LIBRARY["api"] = PUBLIC.union(LIBRARY)
 TOOLS = {"base": set(), "pictures": {"base"}, "find": {"base", "pictures"}, "run": {"base", "pictures"}}

@@ -47,7 +47,7 @@ int codeOf(measure::Result result) {
 }
 
 // Measuring reads integers cut off, and floats as they are: rounding and linear scale have no say.
-int add(Measurement* m, const Picture& piece, platform::Control control) {
+int add(Measurement* m, const CheckedPicture& piece, platform::Control control) {
   const pixels::Region whole = {0, m->width(), 0, m->height()};
   if (!whole.contains(piece.view.region)) return VNR_ERROR_RECTANGLE;
   control.progress = nullptr;
@@ -91,7 +91,7 @@ vnr_block describe(const Measurement& m, const measure::Noise& noise, std::int64
 
 }  // namespace
 
-int measureWhole(const Picture& picture, const platform::Control& control, vnr_noise* noise) {
+int measureWhole(const CheckedPicture& picture, const platform::Control& control, vnr_noise* noise) {
   const pixels::Region& r = picture.view.region;
   if (r.x0 != 0 || r.y0 != 0) return VNR_ERROR_RECTANGLE;
   Measurement m(r.x1, r.y1);
@@ -105,7 +105,7 @@ int measureWhole(const Picture& picture, const platform::Control& control, vnr_n
 using namespace veskaro;
 
 int vnr_measure(const vnr_picture* picture, const vnr_control* control, vnr_noise* noise) {
-  api::Picture own;
+  api::CheckedPicture own;
   platform::Control how;
   int result = api::checkPicture(picture, &own);
   if (result == VNR_OK) result = api::checkControl(control, &how);
@@ -127,7 +127,7 @@ int vnr_measure_begin(int32_t width, int32_t height, vnr_measurement** measureme
 
 int vnr_measure_add(vnr_measurement* measurement, const vnr_picture* piece, const vnr_control* control) {
   if (measurement == nullptr) return VNR_ERROR_NULL;
-  api::Picture own;
+  api::CheckedPicture own;
   platform::Control how;
   int result = api::checkPicture(piece, &own);
   if (result == VNR_OK) result = api::checkControl(control, &how);
