@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <random>
 
 #include "api/pictures.h"
 
@@ -54,6 +55,10 @@ TEST(Measure, SaysWhyItCannot) {
   const std::vector<std::uint8_t> flat(3 * 64 * 64, 120);
   EXPECT_EQ(noiseOf(viewOf(flat, 64, 64)).reason, VNR_NO_USABLE_BLOCK);
   EXPECT_EQ(noiseOf(viewOf(sceneOf<std::uint8_t>(40, 40, 2), 40, 40)).reason, VNR_NO_CONTRAST);
+  const std::vector<float> even(3 * 64 * 64, 0.5f);
+  vnr_picture lit = viewOf(even, 64, 64);
+  lit.encoding = VNR_LINEAR;
+  EXPECT_EQ(noiseOf(lit).reason, VNR_NO_USABLE_BLOCK);
   // A scale that floats cannot hold is none.
   std::vector<float> faint(3 * 64 * 64);
   for (std::size_t i = 0; i < faint.size(); i += 50) faint[i] = std::numeric_limits<float>::denorm_min();
@@ -103,6 +108,40 @@ TEST(Measure, RefusesWhatCannotBeRight) {
   EXPECT_EQ(vnr_measure_finish(m, &noise), VNR_OK);
   EXPECT_EQ(noise.statistic, expected.statistic);
   for (vnr_measurement* each : {m, narrow, roots}) vnr_measure_end(each);
+}
+
+// Far more blocks than can become candidates: those that are let go must not be missed.
+TEST(Measure, PiecesOfManyBlocksGiveTheWhole) {
+  constexpr int kWidth = 1600, kHeight = 640;
+  for (unsigned seed = 0; seed < 6; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::vector<std::uint8_t> samples(std::size_t{3} * kWidth * kHeight);
+    for (std::size_t i = 0; i < samples.size(); ++i) {  // blocks of any brightness and noise
+      const std::size_t block = i / 96 % 50 + i / (3 * kWidth * 32) * 50, around = 20 + block * 7919 % 211;
+      samples[i] = static_cast<std::uint8_t>(around + random() % (2 + block * 31 % 17));
+    }
+    const vnr_picture whole = viewOf(samples, kWidth, kHeight);
+    std::vector<vnr_rectangle> cells;
+    const int step = 32 * (1 + static_cast<int>(random() % 5));
+    for (int y = 0; y < kHeight; y += step) {
+      for (int x = 0; x < kWidth; x += step)
+        cells.push_back({x, std::min(x + step, kWidth), y, std::min(y + step, kHeight)});
+    }
+    std::shuffle(cells.begin(), cells.end(), random);
+    vnr_measurement *m = measurementOf(whole, cells[0]), *other = measurementOf(whole, cells[1]);
+    for (const vnr_rectangle& cell : cells) {
+      const vnr_picture piece = vnr_piece(whole, cell);
+      EXPECT_EQ(vnr_measure_add(seed % 2 == 0 || random() % 2 == 0 ? m : other, &piece, nullptr), VNR_OK);
+    }
+    EXPECT_EQ(vnr_measure_merge(m, other), VNR_OK);
+    const vnr_noise expected = noiseOf(whole);
+    vnr_noise noise = expected;
+    EXPECT_EQ(vnr_measure_finish(m, &noise), VNR_OK);
+    EXPECT_EQ(noise.statistic, expected.statistic);
+    EXPECT_EQ(noise.blocks_usable, expected.blocks_usable);
+    for (vnr_measurement* each : {m, other}) vnr_measure_end(each);
+  }
 }
 
 std::vector<unsigned char> bytesOf(const vnr_measurement* m) {
