@@ -73,6 +73,12 @@ TEST(Lattice, KnowsWhatLiesUponWhat) {
   EXPECT_GT(std::min({sound, shared, apart}), 1000);
 }
 
+TEST(Lattice, OfOtherStridesMeetWhereLinesDo) {
+  const Lattice a(100, 2, 30, 5, 3, 1);
+  EXPECT_FALSE(a.sharesBytesWith(Lattice(110, 2, 31, 5, 3, 1)));
+  EXPECT_TRUE(a.sharesBytesWith(Lattice(103, 2, 31, 5, 3, 1)));
+}
+
 TEST(Lattice, EndsWithinTheAddressSpace) {
   constexpr std::ptrdiff_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
   EXPECT_TRUE(Lattice(1, 4, kMost - 8, 2, 2, 4).isSound());

@@ -85,12 +85,18 @@ TEST(Measure, RefusesWhatCannotBeRight) {
   EXPECT_EQ(vnr_measure_merge(m, narrow), VNR_ERROR_STATE);
   EXPECT_EQ(vnr_measure_merge(m, roots), VNR_ERROR_STATE);
   EXPECT_EQ(vnr_measure_merge(m, nullptr), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_merge(nullptr, m), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_finish(nullptr, &noise), VNR_ERROR_NULL);
   EXPECT_EQ(vnr_measure_merge(m, m), VNR_OK);
 
   std::size_t count = 0;
+  vnr_block block;
   EXPECT_EQ(vnr_measure_blocks(m, nullptr, 1, &count), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_blocks(m, &block, 1, nullptr), VNR_ERROR_NULL);
   EXPECT_EQ(vnr_measure_save(m, nullptr, 1, &count), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_save(m, &block, 1, nullptr), VNR_ERROR_NULL);
   EXPECT_EQ(vnr_measure_load(nullptr, 100, &narrow), VNR_ERROR_NULL);
+  EXPECT_EQ(vnr_measure_load(&block, sizeof block, nullptr), VNR_ERROR_NULL);
   noise.struct_size += 1;
   EXPECT_EQ(vnr_measure_finish(m, &noise), VNR_ERROR_STRUCT);
   noise.struct_size = sizeof noise;

@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <functional>
+#include <set>
+#include <string>
 #include <thread>
 
 #include "api/pictures.h"
@@ -20,6 +22,14 @@ int hear(void* host, std::int64_t done, std::int64_t total) {
   told.last = done;
   told.total = total;
   return done == told.cancelAt;
+}
+
+TEST(Running, ResultsHaveTexts) {
+  std::set<std::string> texts;
+  for (int result = VNR_OK; result >= VNR_CANCELLED - 1; --result) texts.insert(vnr_result_text(result));
+  EXPECT_EQ(texts.size(), 15u);
+  EXPECT_EQ(texts.count(vnr_result_text(99)), 1u) << "unknown";
+  EXPECT_EQ(vnr_version(), 10000 * VESKARONR_VERSION_MAJOR + 100 * VESKARONR_VERSION_MINOR + VESKARONR_VERSION_PATCH);
 }
 
 TEST(Running, TellsOfEveryTileAndStopsWithinOne) {

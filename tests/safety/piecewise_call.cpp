@@ -243,6 +243,9 @@ vnr_noise measuredInPieces(Call& call, const vnr_picture& p, bool numbers) {
   const Measurement whole = sent(call, all[0]);
   const int code = ask(call, [&] { return vnr_measure_finish(whole.get(), &noise); });
   call.expect(code == VNR_OK, "measure_finish: result");
+  std::size_t count = 0;
+  const int tells = ask(call, [&] { return vnr_measure_blocks(whole.get(), nullptr, 0, &count); });
+  call.expect(tells == VNR_OK && count == static_cast<std::size_t>(noise.blocks_seen), "measure_blocks: result");
   return noise;
 }
 
