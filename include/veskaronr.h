@@ -11,7 +11,8 @@
  *     vnr_denoise(&in, &out, NULL, NULL);                         the whole way, with the measured settings
  *
  *     vnr_measure(&in, NULL, &noise);                             or step by step:
- *     vnr_settings_classic(&noise, 1.0f, &settings);              what denoise2 would use; any of it may be changed
+ *     vnr_settings_best(&noise, 1.0f, &settings);                 what gains most; any of it may be changed
+ *     vnr_settings_classic(&noise, 1.0f, &settings);              or what denoise2 would use
  *     vnr_plan_begin(width, height, &settings, &plan);
  *     vnr_plan_cover(plan, &wanted, &read, &write);               what has to be read for a piece
  *     vnr_plan_filter(plan, &in, &out, NULL);                     a piece, or the whole picture
@@ -186,6 +187,11 @@ typedef struct vnr_control {
  *
  * Linear pictures have a scale, s, which is measured with the noise: the level below which 99 % of the blocks' means
  * lie. Their blocks are measured as square roots, without cutting off.
+ *
+ * A second measurement goes along with it, for vnr_settings_best: the Haar transform of blocks of 16 x 16 pixels, in
+ * luminance and chroma at three scales. The smoothest blocks, few of whose pixels are clipped, tell how strong the
+ * noise is and whether it is white or smoothed, of luminance or colour. It looks at samples with all their bits. Of a
+ * big picture it takes an even sample of at most 3072 blocks, the same however the picture is cut.
  * @{ */
 
 /** What is known of a picture's blocks so far. */
@@ -196,6 +202,14 @@ enum vnr_reason {
   VNR_MEASURED = 0,
   VNR_NO_USABLE_BLOCK = 1, /**< below 32 x 32 pixels, or every block nearly black, nearly white, or flat */
   VNR_NO_CONTRAST = 2      /**< no two brightnesses to tell shadows from highlights */
+};
+
+/** How the second measurement went. */
+enum vnr_grain {
+  VNR_GRAIN_UNKNOWN = 0, /**< below 16 x 16 pixels, or no block seen: no noise is assumed */
+  VNR_GRAIN_MEASURED = 1,
+  VNR_GRAIN_TEXTURED = 2 /**< no smooth block: even the smoothest have more structure than noise alone would show. What
+                              was read may be texture, so the milder of the readings was taken */
 };
 
 /** What was measured. */
@@ -209,6 +223,16 @@ typedef struct vnr_noise {
   int64_t blocks;        /**< whole blocks that the picture has */
   int64_t blocks_seen;   /**< of these, added so far; when fewer than all, the result is that of the seen ones */
   int64_t blocks_usable; /**< of these, neither nearly black, nearly white, nor flat */
+  int32_t grain;         /**< vnr_grain; what follows is of the second measurement, 0 when that is unknown */
+  float sigma[3];        /**< standard deviation of the noise in red, green and blue at mid grey, on the working scale;
+                              white noise reads what it is within 5 % */
+  float correlation;     /**< 0: white, every pixel has its own noise; 1: smoothed, as demosaicing and JPEG leave it */
+  float blotches;        /**< 0: none; 1: blotches of colour several pixels wide */
+  float luma;            /**< deviation of fine luminance details that is taken for noise; this one and the next two as
+                              black has it, when noise falls by 30 % towards white (linear: everywhere) */
+  float chroma;          /**< of fine chroma details */
+  float coarse_chroma;   /**< of coarse chroma details */
+  float texture_guard;   /**< share of the luminance reading that luma is, 0 to 1; the rest was taken for texture */
 } vnr_noise;
 
 /** What a block was good for. */
@@ -236,8 +260,9 @@ typedef struct vnr_block {
  * @return VNR_OK also when nothing could be measured: noise->reason tells. */
 VESKARONR_API int vnr_measure(const vnr_picture* picture, const vnr_control* control, vnr_noise* noise);
 
-/** Begins a measurement of a picture of this size, to be ended with vnr_measure_end. It takes 12 bytes a block,
- * and 12 kB for every block that lies across pieces until it is whole: cuts at multiples of 32 are the cheapest. */
+/** Begins a measurement of a picture of this size, to be ended with vnr_measure_end. It takes 12 bytes a block, 112 for
+ * each of those of 16 x 16 pixels, and 12 kB for every block that lies across pieces until it is whole: cuts at
+ * multiples of 32 are the cheapest. */
 VESKARONR_API int vnr_measure_begin(int32_t width, int32_t height, vnr_measurement** measurement);
 
 /** Adds a piece. A pixel may be given more than once. All pieces have one encoding. After VNR_ERROR_SAMPLES,
@@ -286,7 +311,8 @@ enum vnr_rounding {
                                whole working values. Clamped to 0..white both times */
   VNR_ROUND_NEAREST = 2,  /**< once, at the end, halves to even, clamped to 0..white; floats: to whole
                                working values */
-  VNR_ROUND_NONE = 3      /**< floats only; values outside 0..white pass */
+  VNR_ROUND_NONE = 3,     /**< floats only; values outside 0..white pass */
+  VNR_ROUND_FINEST = 4    /**< integers VNR_ROUND_NEAREST, floats VNR_ROUND_NONE */
 };
 
 /** All that decides what the filters do. */
@@ -307,6 +333,14 @@ typedef struct vnr_settings {
  * @param strength factor, 0.5 to 1.5; another value counts as 1, as in denoise2
  * @param settings receives all fields; struct_size set by the host */
 VESKARONR_API int vnr_settings_classic(const vnr_noise* noise, float strength, vnr_settings* settings);
+
+/** What gains most over the noisy picture, at the speed of the others. All entries follow from the second measurement;
+ * none of what denoise2 measures has a say. Rounding is VNR_ROUND_FINEST.
+ *
+ * @param noise a measurement's result; one without grain gives settings that change nothing
+ * @param strength factor on the differences that count as noise, 0.6 to 1.5; VNR_ERROR_SETTINGS outside
+ * @param settings receives all fields; struct_size set by the host */
+VESKARONR_API int vnr_settings_best(const vnr_noise* noise, float strength, vnr_settings* settings);
 
 /** @} */
 

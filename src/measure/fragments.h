@@ -10,22 +10,31 @@
 
 namespace veskaro::measure {
 
-struct Fragment {
+template <int kSize>
+struct FragmentOf {
   std::int64_t block;
-  std::uint32_t filled[kBlockSize];         // a bit a pixel, a word a row
-  float values[3][kBlockSize][kBlockSize];  // display: working values; linear: the samples
+  std::uint32_t filled[kSize];    // a bit a pixel, a word a row
+  float values[3][kSize][kSize];  // display: working values; linear: the samples
 
   bool isFull() const;
   // As a picture, whose first pixel is (x, y) of the whole one.
   pixels::PictureView view(int x, int y);
+
+  // Takes what the piece holds of the block, whose first pixel is (x, y). False when a sample is not a number.
+  bool fill(int x, int y, const pixels::PictureView& piece, const pixels::SampleScale& scale);
+  // Takes what another fragment of the block holds.
+  void fill(const FragmentOf& other);
 };
 
-class Fragments {
+template <int kSize>
+class FragmentsOf {
  public:
-  Fragments() = default;
-  ~Fragments();
-  Fragments(const Fragments&) = delete;
-  Fragments& operator=(const Fragments&) = delete;
+  using Fragment = FragmentOf<kSize>;
+
+  FragmentsOf() = default;
+  ~FragmentsOf();
+  FragmentsOf(const FragmentsOf&) = delete;
+  FragmentsOf& operator=(const FragmentsOf&) = delete;
 
   std::size_t count() const { return count_; }
   const Fragment& operator[](std::size_t i) const { return *all_[i]; }  // in the order of their blocks
@@ -41,6 +50,12 @@ class Fragments {
   platform::HeapArray<Fragment*> all_;
   std::size_t count_ = 0, room_ = 0;
 };
+
+using Fragment = FragmentOf<kBlockSize>;
+using Fragments = FragmentsOf<kBlockSize>;
+
+// How the values of fragments are read: working values as they stand, or linear samples.
+pixels::SampleScale fragmentScale(pixels::Encoding encoding);
 
 }  // namespace veskaro::measure
 

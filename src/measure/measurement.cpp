@@ -6,60 +6,6 @@
 namespace veskaro::measure {
 namespace {
 
-// Working values as they stand.
-const pixels::SampleScale kWorkingValues =
-    pixels::floatScale(255.0f, pixels::Encoding::kDisplay, 1.0f, pixels::Rounding::kNone);
-
-Result resultOf(platform::LoopResult loop) {
-  switch (loop) {
-    case platform::LoopResult::kDone:
-      return Result::kDone;
-    case platform::LoopResult::kBadItem:
-      return Result::kNotANumber;
-    case platform::LoopResult::kCancelled:
-      return Result::kCancelled;
-    default:
-      return Result::kExecutorFailed;
-  }
-}
-
-// What a fragment holds of a sample: see Fragment::values.
-template <typename Sample>
-float fragmentValue(const unsigned char* at, const pixels::SampleScale& scale) {
-  const float v = static_cast<float>(pixels::loadSample<Sample>(at));
-  if (sizeof(Sample) < sizeof(float)) return (v < scale.white ? v : scale.white) * scale.toWorking;
-  return scale.encoding == pixels::Encoding::kLinear ? v : pixels::toWorking(v, scale);
-}
-
-// One channel of one row of a fragment. False when a sample is not a number.
-template <typename Sample>
-bool fillRow(const unsigned char* from, std::ptrdiff_t stride, int pixels, const pixels::SampleScale& scale,
-             float* to) {
-  bool onlyNumbers = true;
-  for (int x = 0; x < pixels; ++x, from += stride) {
-    to[x] = fragmentValue<Sample>(from, scale);
-    onlyNumbers = onlyNumbers && (sizeof(Sample) < sizeof(float) || std::isfinite(to[x]));
-  }
-  return onlyNumbers;
-}
-
-// Copies the pixels of a region of the piece, all of which lie in the fragment.
-template <typename Sample>
-bool fill(Fragment* fragment, int xBlock, int yBlock, const pixels::Region& region, const pixels::PictureView& piece,
-          const pixels::SampleScale& scale) {
-  const int column = region.x0 - xBlock, count = region.x1 - region.x0;
-  const std::uint32_t filled = 0xffffffffu >> (kBlockSize - count) << column;
-  bool onlyNumbers = true;
-  for (int y = region.y0; y < region.y1; ++y) {
-    for (int k = 0; k < 3; ++k) {
-      float* const to = fragment->values[k][y - yBlock] + column;
-      onlyNumbers &= fillRow<Sample>(piece.at(k, region.x0, y), piece.pixelStride, count, scale, to);
-    }
-    fragment->filled[y - yBlock] |= filled;
-  }
-  return onlyNumbers;
-}
-
 // Blocks that a piece touches, and those that lie in it whole.
 pixels::Region blocksTouched(const pixels::Region& r, const BlockTable& table) {
   const auto end = [](int x, std::int64_t blocks) {
@@ -99,7 +45,9 @@ Result Measurement::add(const pixels::PictureView& piece, const pixels::SampleSc
   if (added != Result::kDone) return added;
   const Result fragments = addToFragments(piece, scale, whole);
   if (fragments != Result::kDone) return fragments;
-  return encoding_ == pixels::Encoding::kLinear ? Result::kDone : measureAgain(piece, scale, whole, control);
+  const Result again =
+      encoding_ == pixels::Encoding::kLinear ? Result::kDone : measureAgain(piece, scale, whole, control);
+  return again == Result::kDone ? haarBlocks_.add(piece, scale, control) : again;
 }
 
 Result Measurement::addWholeBlocks(const pixels::PictureView& piece, const pixels::SampleScale& scale,
@@ -165,10 +113,7 @@ Result Measurement::addToFragment(const pixels::PictureView& piece, const pixels
   Fragment* const fragment = fragments_.of(block);
   if (fragment == nullptr) return Result::kNoMemory;
   const int x = table_.xOf(block), y = table_.yOf(block);
-  const pixels::Region part = pixels::intersection(piece.region, {x, x + kBlockSize, y, y + kBlockSize});
-  const bool onlyNumbers = pixels::withSampleType(
-      piece.type, [&](auto sample) { return fill<decltype(sample)>(fragment, x, y, part, piece, scale); });
-  if (!onlyNumbers) {
+  if (!fragment->fill(x, y, piece, scale)) {
     fragments_.remove(block);
     return Result::kNotANumber;
   }
@@ -180,10 +125,11 @@ Result Measurement::complete(Fragment* fragment) {
   const std::int64_t block = fragment->block;
   const int x = table_.xOf(block), y = table_.yOf(block);
   const pixels::PictureView view = fragment->view(x, y);
-  measureBlock(view, kWorkingValues, block);
+  const pixels::SampleScale scale = fragmentScale(encoding_);
+  measureBlock(view, scale, block);
   BlockRecord& record = table_[block];
   if (wantsDense(block)) {
-    measureDensely(view, kWorkingValues, x, y, kBlockSize, &record.dense);
+    measureDensely(view, scale, x, y, kBlockSize, &record.dense);
     record.flags |= BlockRecord::kIsDense;
   }
   markSeen(block);
@@ -238,7 +184,7 @@ Result Measurement::merge(const Measurement& other) {
     const Result result = restore(other.fragments_[i]);
     if (result != Result::kDone) return result;
   }
-  return Result::kDone;
+  return haarBlocks_.merge(other.haarBlocks_, encoding_);
 }
 
 void Measurement::restore(std::int64_t block, const BlockRecord& record) {
@@ -258,13 +204,7 @@ Result Measurement::restore(const Fragment& fragment) {
   if (table_[fragment.block].isSeen()) return Result::kDone;
   Fragment* const own = fragments_.of(fragment.block);
   if (own == nullptr) return Result::kNoMemory;
-  for (int y = 0; y < kBlockSize; ++y) {
-    for (int x = 0; x < kBlockSize; ++x) {
-      if ((fragment.filled[y] >> x & 1u) == 0) continue;
-      for (int k = 0; k < 3; ++k) own->values[k][y][x] = fragment.values[k][y][x];
-    }
-    own->filled[y] |= fragment.filled[y];
-  }
+  own->fill(fragment);
   return own->isFull() ? complete(own) : Result::kDone;
 }
 

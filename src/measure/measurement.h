@@ -6,12 +6,13 @@
 
 #include "measure/block_table.h"
 #include "measure/fragments.h"
+#include "measure/haar/haar_blocks.h"
+#include "measure/haar/noise_by_scale.h"
+#include "measure/result.h"
 #include "measure/smoothest.h"
 #include "platform/loop.h"
 
 namespace veskaro::measure {
-
-enum class Result { kDone, kNotANumber, kNoMemory, kCancelled, kExecutorFailed, kOtherPicture };
 
 enum class Reason { kMeasured, kNoUsableBlock, kNoContrast };
 
@@ -25,19 +26,28 @@ struct Noise {
   Candidates candidates;
   float evenedOut[2 * kMostOfHalf];  // second measurement of the candidates; display: a mean difference of a pair
   Decision decision;
+  NoiseByScale byScale;
 };
+
+// What is measured: denoise2 asks for its own profile alone.
+enum class Scope { kProfile, kAll };
 
 class Measurement {
  public:
-  Measurement(int width, int height) : width_(width), height_(height), table_(width, height) {}
+  Measurement(int width, int height, Scope scope)
+      : width_(width),
+        height_(height),
+        table_(width, height),
+        haarBlocks_(scope == Scope::kAll ? width : 0, scope == Scope::kAll ? height : 0) {}
 
-  explicit operator bool() const { return static_cast<bool>(table_); }
+  explicit operator bool() const { return static_cast<bool>(table_) && static_cast<bool>(haarBlocks_); }
   int width() const { return width_; }
   int height() const { return height_; }
   bool isBegun() const { return isBegun_; }
   pixels::Encoding encoding() const { return encoding_; }
   const BlockTable& table() const { return table_; }
   const Fragments& fragments() const { return fragments_; }
+  const HaarBlocks& haarBlocks() const { return haarBlocks_; }
 
   // Blocks seen before are left out, so that pieces may overlap.
   Result add(const pixels::PictureView& piece, const pixels::SampleScale& scale, const platform::Control& control);
@@ -55,6 +65,8 @@ class Measurement {
   }
   void restore(std::int64_t block, const BlockRecord& record);
   Result restore(const Fragment& fragment);
+  void restore(std::int64_t block, const HaarRecord& record) { haarBlocks_.restore(block, record); }
+  Result restore(const HaarFragment& fragment) { return haarBlocks_.restore(fragment, encoding_); }
 
  private:
   bool begins(pixels::Encoding encoding);
@@ -79,6 +91,7 @@ class Measurement {
   BlockTable table_;
   Fragments fragments_;
   SmoothestBlocks smoothest_;
+  HaarBlocks haarBlocks_;
   std::int64_t seen_ = 0;
 };
 

@@ -35,8 +35,9 @@ bool Measurement::noise(Noise* noise) const {
   noise->seen = seen_;
   platform::HeapArray<UsableBlock> usable(static_cast<std::size_t>(seen_), platform::Fill::kNothing);
   if (!usable) return false;
-  return encoding_ == pixels::Encoding::kLinear ? noiseOfLinear(usable.data(), noise)
-                                                : noiseOfDisplay(usable.data(), noise);
+  const bool isLinear = encoding_ == pixels::Encoding::kLinear;
+  if (!(isLinear ? noiseOfLinear(usable.data(), noise) : noiseOfDisplay(usable.data(), noise))) return false;
+  return noiseByScale(haarBlocks_, encoding_, isLinear ? 255.0f / noise->whiteRoot : 1.0f, &noise->byScale);
 }
 
 bool Measurement::noiseOfDisplay(UsableBlock* usable, Noise* noise) const {

@@ -1,5 +1,5 @@
-// A measurement as plain bytes: a header, the records of all blocks, the fragments. Bytes that come back damaged are
-// refused.
+// A measurement as plain bytes: a header, the records of all blocks, the fragments, and the same of the Haar blocks.
+// Bytes that come back damaged are refused.
 #ifndef VESKARO_MEASURE_STATE_BYTES_H
 #define VESKARO_MEASURE_STATE_BYTES_H
 

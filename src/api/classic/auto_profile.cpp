@@ -103,7 +103,7 @@ void listCandidates(const measure::BlockTable& table, const Noise& noise, int ro
 }
 
 int profile(const pixels::PictureView& picture, int rowStride, float* params, void* scratch) {
-  measure::Measurement measurement(picture.region.x1, picture.region.y1);
+  measure::Measurement measurement(picture.region.x1, picture.region.y1, measure::Scope::kProfile);
   if (!measurement) return NR_ERROR_MEMORY;
   const pixels::SampleScale scale = pixels::integerScale(255.0f, pixels::Rounding::kTruncate);
   Noise noise;

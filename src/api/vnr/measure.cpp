@@ -10,7 +10,7 @@
 #include "platform/fp_environment.h"
 
 struct vnr_measurement {
-  vnr_measurement(int width, int height) : measurement(width, height) {}
+  vnr_measurement(int width, int height) : measurement(width, height, veskaro::measure::Scope::kAll) {}
   veskaro::measure::Measurement measurement;
 };
 
@@ -94,7 +94,7 @@ vnr_block describe(const Measurement& m, const measure::Noise& noise, std::int64
 int measureWhole(const CheckedPicture& picture, const platform::Control& control, vnr_noise* noise) {
   const pixels::Region& r = picture.view.region;
   if (r.x0 != 0 || r.y0 != 0) return VNR_ERROR_RECTANGLE;
-  Measurement m(r.x1, r.y1);
+  Measurement m(r.x1, r.y1, measure::Scope::kAll);
   if (!m) return VNR_ERROR_MEMORY;
   const int added = add(&m, picture, control);
   return added == VNR_OK ? finish(m, noise) : added;

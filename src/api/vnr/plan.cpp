@@ -35,6 +35,7 @@ int roundingOf(int rounding, pixels::SampleType type, pixels::Rounding* own) {
   *own = rounding == VNR_ROUND_TRUNCATE          ? pixels::Rounding::kTruncate
          : rounding == VNR_ROUND_NEAREST         ? pixels::Rounding::kNearest
          : rounding == VNR_ROUND_NONE || isFloat ? pixels::Rounding::kNone
+         : rounding == VNR_ROUND_FINEST          ? pixels::Rounding::kNearest
                                                  : pixels::Rounding::kTruncate;
   return VNR_OK;
 }

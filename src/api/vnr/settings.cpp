@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "api/vnr/check.h"
+#include "params/best.h"
 #include "params/noise_level.h"
 #include "params/tuning.h"
 #include "platform/fp_environment.h"
@@ -21,40 +22,88 @@ bool areNumbers(const vnr_settings& s) {
   return std::isfinite(s.recon_threshold) && std::isfinite(s.recon_rolloff) && std::isfinite(s.linear_scale);
 }
 
-}  // namespace
-
-vnr_noise noiseOf(const measure::Measurement& m, const measure::Noise& noise) {
-  const bool isMeasured = noise.reason == measure::Reason::kMeasured;
-  const auto reason = isMeasured                                        ? VNR_MEASURED
-                      : noise.reason == measure::Reason::kNoUsableBlock ? VNR_NO_USABLE_BLOCK
-                                                                        : VNR_NO_CONTRAST;
-  return {sizeof(vnr_noise),
-          reason,
-          m.encoding() == pixels::Encoding::kLinear ? VNR_LINEAR : VNR_DISPLAY,
-          isMeasured ? params::noiseLevelOf(noise.statistic) : 0.0f,
-          isMeasured ? noise.statistic : 0.0f,
-          noise.linearScale,
-          m.table().count(),
-          noise.seen,
-          noise.usable};
+int reasonOf(measure::Reason reason) {
+  return reason == measure::Reason::kMeasured        ? VNR_MEASURED
+         : reason == measure::Reason::kNoUsableBlock ? VNR_NO_USABLE_BLOCK
+                                                     : VNR_NO_CONTRAST;
 }
 
-vnr_settings classicSettings(const vnr_noise* noise, float strength) {
+void takeByScale(const measure::NoiseByScale& from, vnr_noise* noise) {
+  noise->grain = from.grain == measure::Grain::kUnknown    ? VNR_GRAIN_UNKNOWN
+                 : from.grain == measure::Grain::kMeasured ? VNR_GRAIN_MEASURED
+                                                           : VNR_GRAIN_TEXTURED;
+  for (int k = 0; k < 3; ++k) noise->sigma[k] = from.sigma[k];
+  noise->correlation = from.correlation;
+  noise->blotches = from.blotches;
+  noise->luma = from.luma;
+  noise->chroma = from.chroma;
+  noise->coarse_chroma = from.coarseChroma;
+  noise->texture_guard = from.kept;
+}
+
+vnr_settings usualSettings(float linearScale, int rounding) {
   vnr_settings s = {};
   s.struct_size = sizeof(s);
   s.recon_threshold = params::kDefaultReconstruct.threshold;
   s.recon_rolloff = params::kDefaultReconstruct.rolloff;
-  s.linear_scale = noise != nullptr && noise->linear_scale > 0.0f ? noise->linear_scale : 1.0f;
+  s.linear_scale = linearScale;
   s.tile = kUsualTile;
-  s.rounding = VNR_ROUND_AUTO;
+  s.rounding = rounding;
+  return s;
+}
+
+float scaleOf(const vnr_noise* noise) {
+  return noise != nullptr && noise->linear_scale > 0.0f ? noise->linear_scale : 1.0f;
+}
+
+// Square roots have the same noise at every brightness.
+void evenOutLinear(const vnr_noise& noise, vnr_settings* settings) {
+  if (noise.encoding == VNR_LINEAR) settings->params[NR_HIGHLIGHT_NOISE] = 1.0f;
+}
+
+// What a measurement may tell, whoever told it.
+bool isMeasurement(const vnr_noise& n) {
+  const auto isDeviation = [](float v) { return std::isfinite(v) && v >= 0.0f; };
+  const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
+  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isShare(n.correlation) && isShare(n.blotches) &&
+         std::isfinite(n.linear_scale);
+}
+
+}  // namespace
+
+vnr_noise noiseOf(const measure::Measurement& m, const measure::Noise& noise) {
+  vnr_noise n = {};
+  n.struct_size = sizeof(n);
+  n.reason = reasonOf(noise.reason);
+  n.encoding = m.encoding() == pixels::Encoding::kLinear ? VNR_LINEAR : VNR_DISPLAY;
+  if (n.reason == VNR_MEASURED) {
+    n.level = params::noiseLevelOf(noise.statistic);
+    n.statistic = noise.statistic;
+  }
+  n.linear_scale = noise.linearScale;
+  n.blocks = m.table().count();
+  n.blocks_seen = noise.seen;
+  n.blocks_usable = noise.usable;
+  takeByScale(noise.byScale, &n);
+  return n;
+}
+
+vnr_settings classicSettings(const vnr_noise* noise, float strength) {
+  vnr_settings s = usualSettings(scaleOf(noise), VNR_ROUND_AUTO);
   if (noise != nullptr && noise->reason == VNR_MEASURED) {
     params::setDefaults(s.params);
     params::setMeasured(params::withStrength(noise->level, strength), s.params);
   } else {
     params::setUnmeasured(strength, s.params);
   }
-  // Square roots have the same noise at every brightness.
-  if (noise != nullptr && noise->encoding == VNR_LINEAR) s.params[NR_HIGHLIGHT_NOISE] = 1.0f;
+  if (noise != nullptr) evenOutLinear(*noise, &s);
+  return s;
+}
+
+vnr_settings bestSettings(const vnr_noise& noise, float strength) {
+  vnr_settings s = usualSettings(scaleOf(&noise), VNR_ROUND_FINEST);
+  params::setBest({noise.luma, noise.coarse_chroma, noise.correlation, noise.blotches}, strength, s.params);
+  evenOutLinear(noise, &s);
   return s;
 }
 
@@ -63,7 +112,7 @@ int checkSettings(const vnr_settings* given, vnr_settings* settings) {
   if (taken != VNR_OK) return taken;
   const vnr_settings& s = *settings;
   const bool inRange = s.tile >= kSmallestTile && s.tile <= kLargestTile && s.rounding >= VNR_ROUND_AUTO &&
-                       s.rounding <= VNR_ROUND_NONE && s.linear_scale > 0.0f;
+                       s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
   return inRange && areNumbers(s) ? VNR_OK : VNR_ERROR_SETTINGS;
 }
 
@@ -79,4 +128,14 @@ int vnr_settings_classic(const vnr_noise* noise, float strength, vnr_settings* s
   }
   const platform::DefaultFpEnvironment environment;
   return api::giveStruct(api::classicSettings(noise != nullptr ? &own : nullptr, strength), settings);
+}
+
+int vnr_settings_best(const vnr_noise* noise, float strength, vnr_settings* settings) {
+  using namespace veskaro;
+  vnr_noise own;
+  const int taken = api::takeStruct(noise, &own);
+  if (taken != VNR_OK) return taken;
+  if (!api::isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
+  const platform::DefaultFpEnvironment environment;
+  return api::giveStruct(api::bestSettings(own, strength), settings);
 }

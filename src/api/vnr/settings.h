@@ -11,6 +11,9 @@ vnr_noise noiseOf(const measure::Measurement& measurement, const measure::Noise&
 // What denoise2 would use; noise may be null.
 vnr_settings classicSettings(const vnr_noise* noise, float strength);
 
+// What gains most.
+vnr_settings bestSettings(const vnr_noise& noise, float strength);
+
 // A copy of a host's settings, every value of which is a number within its range.
 int checkSettings(const vnr_settings* given, vnr_settings* settings);
 

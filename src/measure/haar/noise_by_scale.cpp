@@ -1,0 +1,240 @@
+#include "measure/haar/noise_by_scale.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace veskaro::measure {
+namespace {
+
+// Blocks with fewer clipped pixels than this pass; where hardly any does, as many as the ninth least clipped one has.
+constexpr float kClippedShare = 0.02f;
+constexpr std::size_t kFewBlocks = 8;
+
+// The smoothest 0.5 % decide, 6 at least.
+constexpr double kDecidingShare = 0.005;
+constexpr std::size_t kFewestDeciding = 6;
+
+// The deviation of white noise is read within 2 % from 16 blocks, which take twice as many to choose from.
+constexpr double kSigmaShare = 0.02;
+constexpr std::size_t kFewestOfSigma = 32;
+
+// Structure shows in luminance first.
+constexpr double kStructureWeight[kChannels] = {0.5, 0.125, 0.125};
+
+double clampedTo01(double v) {
+  return v > 0.0 ? (v < 1.0 ? v : 1.0) : 0.0;
+}
+
+double lerp(double a, double b, double t) {
+  return a + (b - a) * t;
+}
+
+// A block with its noise evened out over brightness.
+struct EvenBlock {
+  const HaarBlock* block;
+  double factor;  // on its energies
+  double structure;
+};
+
+struct Selection {
+  EvenBlock* blocks;
+  std::size_t count;
+};
+
+double structureOf(const HaarBlock& b) {
+  double structure = 0.0;
+  for (int c = 0; c < kChannels; ++c) {
+    for (int s = 0; s < kStructureScales; ++s) structure += kStructureWeight[c] * static_cast<double>(b.straight[s][c]);
+  }
+  return structure;
+}
+
+double evenFactor(const HaarBlock& b, pixels::Encoding encoding) {
+  if (encoding == pixels::Encoding::kLinear) return 1.0;
+  const double model = 1.0 - static_cast<double>(kHighlightFall) * clampedTo01(static_cast<double>(b.luma) / 255.0);
+  return 1.0 / (model * model);
+}
+
+// The blocks of a picture that have noise as it was, in row-major order.
+class PassingBlocks {
+ public:
+  explicit PassingBlocks(const HaarBlocks& blocks)
+      : clipped_(static_cast<std::size_t>(blocks.grid().count()), platform::Fill::kNothing),
+        passing_(static_cast<std::size_t>(blocks.grid().count()), platform::Fill::kNothing) {}
+
+  explicit operator bool() const { return clipped_ && passing_; }
+
+  void select(const HaarBlocks& blocks, pixels::Encoding encoding) {
+    const float most = mostClipped(blocks);
+    for (std::int64_t i = 0; i < blocks.grid().count(); ++i) {
+      const HaarBlock& b = blocks[i].block;
+      if (blocks[i].isSeen == 0 || !(b.clipped <= most)) continue;
+      const double factor = evenFactor(b, encoding);
+      passing_[count_++] = {&b, factor, structureOf(b) * factor};
+    }
+  }
+
+  // The smoothest share of them, so many at least (or all), smoothest first; records lie in row-major order.
+  Selection smoothest(double share, std::size_t atLeast) {
+    const auto shared = static_cast<std::size_t>(std::ceil(share * static_cast<double>(count_)));
+    const std::size_t n = std::min(count_, std::max(shared, atLeast));
+    const auto isSmoother = [](const EvenBlock& a, const EvenBlock& b) {
+      return a.structure != b.structure ? a.structure < b.structure : a.block < b.block;
+    };
+    std::partial_sort(passing_.data(), passing_.data() + n, passing_.data() + count_, isSmoother);
+    return {passing_.data(), n};
+  }
+  std::size_t count() const { return count_; }
+
+ private:
+  float mostClipped(const HaarBlocks& blocks) {
+    std::size_t seen = 0, few = 0;
+    for (std::int64_t i = 0; i < blocks.grid().count(); ++i) {
+      if (blocks[i].isSeen == 0) continue;
+      clipped_[seen++] = blocks[i].block.clipped;
+      few += blocks[i].block.clipped < kClippedShare ? 1 : 0;
+    }
+    if (few >= kFewBlocks || seen == 0) return std::nextafter(kClippedShare, 0.0f);
+    float* const ninth = clipped_.data() + std::min(kFewBlocks, seen - 1);
+    std::nth_element(clipped_.data(), ninth, clipped_.data() + seen);
+    return *ninth;
+  }
+
+  platform::HeapArray<float> clipped_;
+  platform::HeapArray<EvenBlock> passing_;
+  std::size_t count_ = 0;
+};
+
+// Deviations of the diagonal details.
+struct Readings {
+  double y[kScales], b[kScales], r[kScales];
+};
+
+template <class Energy>
+double meanOf(const Selection& of, const Energy& energy) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < of.count; ++i) sum += energy(of.blocks[i]);
+  return sum / static_cast<double>(of.count);
+}
+
+double deviation(const Selection& of, int scale, int channel) {
+  return std::sqrt(meanOf(of, [scale, channel](const EvenBlock& b) {
+    return static_cast<double>(b.block->diagonal[scale][channel]) * b.factor;
+  }));
+}
+
+Readings read(const Selection& from, double toWorking) {
+  Readings of;
+  for (int s = 0; s < kScales; ++s) {
+    of.y[s] = deviation(from, s, kY) * toWorking;
+    of.b[s] = deviation(from, s, kCb) * toWorking;
+    of.r[s] = deviation(from, s, kCr) * toWorking;
+  }
+  return of;
+}
+
+double fourthRoot(double v) {
+  return std::sqrt(std::sqrt(v));
+}
+
+double atLeast(double v, double low) {
+  return v > low ? v : low;
+}
+
+// Texture is grey: where luminance has much more fine detail than colour, and is finer at the second scale than colour
+// is, what is beyond the usual ratio of their noise does not count.
+void guardAgainstTexture(Readings* of, double* level, double chroma) {
+  constexpr double kLeastChroma = 0.3, kUsualRatio = 1.15, kRatioOfScale = 1.3;
+  if (!(chroma > kLeastChroma)) return;
+  const double q = *level / chroma;
+  const double slopeOfColour = std::sqrt(of->b[1] * of->r[1] / atLeast(of->b[0] * of->r[0], 1e-6));
+  const double slope = slopeOfColour / atLeast(of->y[1] / atLeast(of->y[0], 1e-3), 1e-3);
+  const double c = clampedTo01((3.0 - q) / 0.8) * clampedTo01((1.6 - slope) / 0.3);
+  if (q > kUsualRatio) *level = lerp(*level, kUsualRatio * chroma, c);
+  if (q <= kRatioOfScale) return;
+  const double asColour = of->y[0] * of->b[1] / atLeast(of->b[0], 1e-3);
+  if (asColour < of->y[1]) of->y[1] = lerp(of->y[1], asColour, c);
+}
+
+// White noise has as much at every scale (0.75 to 1.23 seen), what demosaicing or JPEG has smoothed 2.4 to 4.4 times.
+double correlationOf(const Readings& of) {
+  return clampedTo01((atLeast(of.y[1], 1e-3) / atLeast(of.y[0], 1e-3) - 1.3) / 1.1);
+}
+
+double blotchesOf(const Readings& of, double blotch) {
+  constexpr double kLeast = 3.0;
+  return blotch > kLeast ? clampedTo01((blotch / atLeast(of.y[1], 1e-3) - 1.9) / 0.6) : 0.0;
+}
+
+void judge(Readings of, NoiseByScale* noise) {
+  const double unguarded = std::sqrt(of.y[0] * of.y[1]);
+  const double chroma = fourthRoot(of.b[0] * of.b[1] * of.r[0] * of.r[1]);
+  const double blotch = fourthRoot(of.b[1] * of.b[2] * of.r[1] * of.r[2]);
+  double level = unguarded;
+  guardAgainstTexture(&of, &level, chroma);
+  noise->grain = Grain::kMeasured;
+  noise->luma = static_cast<float>(level);
+  noise->chroma = static_cast<float>(chroma);
+  noise->coarseChroma = static_cast<float>(blotch);
+  noise->correlation = static_cast<float>(correlationOf(of));
+  noise->blotches = static_cast<float>(blotchesOf(of, blotch));
+  noise->kept = unguarded > 0.0 ? static_cast<float>(level / unguarded) : 1.0f;
+}
+
+// Red, green and blue out of Y, Cb and Cr.
+constexpr double kFromYcc[3][kChannels] = {{1.0, 0.0, 1.402}, {1.0, -0.344136, -0.714136}, {1.0, 1.772, 0.0}};
+
+double energyOf(const HaarBlock& b, int scale, const double* from) {
+  double energy = 0.0;
+  for (int c = 0; c < kChannels; ++c) energy += from[c] * from[c] * static_cast<double>(b.diagonal[scale][c]);
+  const auto product = [&b, scale](Pair pair) { return 2.0 * static_cast<double>(b.product[scale][pair]); };
+  return energy + from[kY] * from[kCb] * product(kYCb) + from[kY] * from[kCr] * product(kYCr) +
+         from[kCb] * from[kCr] * product(kCbCr);
+}
+
+// The deviation of a pixel. White: every coefficient tells the same. Smoothed alike both ways, the lowpass of a scale
+// deviates by the mean of that of its diagonal details and of the next lowpass.
+double deviationOf(const double* energies, double smoothed) {
+  const double white = std::sqrt((64.0 * energies[0] + 16.0 * energies[1] + 4.0 * energies[2]) / 84.0);
+  const double any = 0.5 * std::sqrt(energies[0]) + 0.25 * std::sqrt(energies[1]) + 0.25 * std::sqrt(energies[2]);
+  return lerp(white, any, smoothed);
+}
+
+// Of the smoothest blocks, as they are, the half that is nearest to mid grey.
+Selection nearestToGrey(Selection of, double toWorking) {
+  const auto isNearer = [toWorking](const EvenBlock& a, const EvenBlock& b) {
+    const auto distance = [toWorking](const EvenBlock& e) {
+      return std::fabs(static_cast<double>(e.block->luma) * toWorking - 127.5);
+    };
+    return distance(a) != distance(b) ? distance(a) < distance(b) : a.block < b.block;
+  };
+  std::sort(of.blocks, of.blocks + of.count, isNearer);
+  return {of.blocks, (of.count + 1) / 2};
+}
+
+void takeSigma(const Selection& of, double toWorking, NoiseByScale* noise) {
+  const float smoothed = std::max(noise->correlation, noise->blotches);
+  for (int k = 0; k < 3; ++k) {
+    double energies[kScales];
+    for (int s = 0; s < kScales; ++s) {
+      energies[s] = atLeast(meanOf(of, [k, s](const EvenBlock& b) { return energyOf(*b.block, s, kFromYcc[k]); }), 0.0);
+    }
+    const double sigma = deviationOf(energies, static_cast<double>(smoothed)) * toWorking;
+    noise->sigma[k] = static_cast<float>(sigma * static_cast<double>(noise->kept));
+  }
+}
+
+}  // namespace
+
+bool noiseByScale(const HaarBlocks& blocks, pixels::Encoding encoding, float toWorking, NoiseByScale* noise) {
+  PassingBlocks passing(blocks);
+  if (!passing) return false;
+  passing.select(blocks, encoding);
+  if (passing.count() == 0) return true;
+  const double scale = static_cast<double>(toWorking);
+  judge(read(passing.smoothest(kDecidingShare, kFewestDeciding), scale), noise);
+  takeSigma(nearestToGrey(passing.smoothest(kSigmaShare, kFewestOfSigma), scale), scale, noise);
+  return true;
+}
+
+}  // namespace veskaro::measure
