@@ -266,7 +266,7 @@ vnr_noise measured(Call& call, const vnr_picture& p, bool numbers) {
 // ---- filtering
 
 bool isRight(const vnr_settings& s) {
-  bool right = s.tile >= 56 && s.tile <= 32768 && s.rounding >= 0 && s.rounding <= 3 && s.linear_scale > 0.0f;
+  bool right = s.tile >= 56 && s.tile <= 32768 && s.rounding >= 0 && s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
   for (const float v : s.params) right = right && std::isfinite(v);
   return right && std::isfinite(s.recon_threshold) && std::isfinite(s.recon_rolloff) && std::isfinite(s.linear_scale);
 }
@@ -285,7 +285,7 @@ vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
   const int refused = ask(call, [&] { return vnr_settings_classic(&none, strength, &unchanged); });
   call.expect(refused == VNR_ERROR_SETTINGS && unchanged.tile == s.tile, "settings_classic: refusal");
   s.tile = c.oneIn(12) ? extremeInt(c) : c.number(56, 150);
-  s.rounding = c.oneIn(12) ? c.number(-1, 5) : c.number(0, 2);
+  s.rounding = c.oneIn(12) ? c.number(-1, 6) : c.number(0, 2);
   if (!c.oneIn(3)) return s;
   for (int k = c.number(1, 6); k > 0; --k) s.params[c.number(0, NR_PARAM_COUNT - 1)] = call.value(true);
   for (float* v : {&s.recon_threshold, &s.recon_rolloff, &s.linear_scale}) {
