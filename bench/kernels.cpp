@@ -7,10 +7,8 @@
 
 #include "VeskaroNRLib.h"
 #include "benchmarks.h"
-#include "params/tuning.h"
 #include "targets.h"
-#include "tiled/recombine.h"
-#include "tiled/sample_io.h"
+#include "veskaronr.h"
 
 namespace veskaro::bench {
 namespace {
@@ -20,18 +18,12 @@ constexpr Size kPicture = {2048, 1536};
 
 // A tile of the photograph with the buffers and the tuning to filter it.
 struct Bench {
-  std::vector<std::uint8_t> picture, picture16, filtered16;
-  std::vector<float> params = std::vector<float>(NR_PARAM_COUNT);
-  std::vector<std::uint8_t> profileScratch;
+  std::vector<std::uint8_t> picture;
   std::vector<float> source, pyramid, differences, reduced, prediction, comparison, records;
 
   bool load() {
     picture = photograph(kPicture, Noise::kLow, 8);
     if (picture.empty()) return false;
-    picture16 = photograph(kPicture, Noise::kLow, 16);
-    filtered16 = picture16;
-    profileScratch.resize(48 * (kPicture.width / 32) * (kPicture.height / 32) + 1280);
-    profile();
     const auto floats = static_cast<std::size_t>(3 * len_pyram(3, kTile, kTile));
     for (auto* buffer : {&pyramid, &differences, &reduced, &prediction, &comparison, &records}) buffer->resize(floats);
     source.resize(3 * kTile * kTile);
@@ -43,15 +35,24 @@ struct Bench {
     return true;
   }
 
-  void profile() {
-    params[NR_NOISE_LEVEL] = 1.0f;
-    auto_profile(kPicture.width, kPicture.height, 3 * kPicture.width, params.data(), profileScratch.data(),
-                 picture.data());
+  vnr_noise measured() {
+    const vnr_picture whole =
+        vnr_interleaved(VNR_UINT8, kPicture.width, kPicture.height, 3, picture.data(), 3 * kPicture.width);
+    vnr_control oneThread = {};
+    oneThread.struct_size = sizeof(oneThread);
+    oneThread.threads = 1;
+    vnr_noise noise = {};
+    noise.struct_size = sizeof(noise);
+    vnr_measure(&whole, &oneThread, &noise);
+    return noise;
   }
+  void measure() { measured(); }
   void setTuning() {
-    nr_def(params.data());
-    profile();
-    calcParams(params.data());
+    const vnr_noise noise = measured();
+    vnr_settings settings = {};
+    settings.struct_size = sizeof(settings);
+    vnr_settings_classic(&noise, 1.0f, &settings);
+    calcParams(settings.params);
   }
   void filterLevel() {
     std::copy(source.begin(), source.end(), pyramid.begin());
@@ -68,11 +69,6 @@ struct Bench {
     int area[4] = {32, kTile - 32, 32, kTile - 32};
     std::copy(source.begin(), source.end(), pyramid.begin());
     denoise_tile(kTile, kTile, area, 3, 1, differences.data(), reduced.data(), prediction.data(), pyramid.data());
-  }
-  void recombine() {
-    const Pictures pictures = {picture16.data(), filtered16.data(), kPicture.width, 64, 3 * kPicture.width, 16};
-    const params::BlendSettings settings = params::deriveTuning(params.data()).blend;
-    for (int y = 0; y < 64; ++y) recombineRow(pictures, y, settings);
   }
 
   int inner[4] = {2, kTile - 2, 2, kTile - 2};
@@ -91,8 +87,7 @@ constexpr Kernel kKernels[] = {
     {"level filter", kInner, &Bench::filterLevel},
     {"reconstruction", kInner, &Bench::reconstruct},
     {"whole tile", (kTile - 64.0) * (kTile - 64.0), &Bench::denoiseTile},
-    {"final blend", 64.0 * kPicture.width, &Bench::recombine},
-    {"profile", 1.0 * kPicture.width* kPicture.height, &Bench::profile},
+    {"measuring", 1.0 * kPicture.width* kPicture.height, &Bench::measure},
 };
 
 }  // namespace

@@ -33,9 +33,9 @@ class Noise(ctypes.Structure):
     _fields_ = [("struct_size", ctypes.c_size_t), ("reason", ctypes.c_int32), ("encoding", ctypes.c_int32),
                 ("level", ctypes.c_float), ("statistic", ctypes.c_float), ("linear_scale", ctypes.c_float),
                 ("blocks", ctypes.c_int64), ("blocks_seen", ctypes.c_int64), ("blocks_usable", ctypes.c_int64),
-                ("grain", ctypes.c_int32), ("sigma", ctypes.c_float * 3), ("correlation", ctypes.c_float),
-                ("blotches", ctypes.c_float), ("luma", ctypes.c_float), ("chroma", ctypes.c_float),
-                ("coarse_chroma", ctypes.c_float), ("texture_guard", ctypes.c_float),
+                ("grain", ctypes.c_int32), ("grain_blocks", ctypes.c_int32), ("sigma", ctypes.c_float * 3),
+                ("correlation", ctypes.c_float), ("blotches", ctypes.c_float), ("luma", ctypes.c_float),
+                ("chroma", ctypes.c_float), ("coarse_chroma", ctypes.c_float), ("texture_guard", ctypes.c_float),
                 ("structure", ctypes.c_float)]
 
 

@@ -64,7 +64,7 @@ class RowSteps {
   simd::Arena arena_;
   NoiseStage noise_;
   SharpenStage sharpen_;
-  filters::StripRing<3> records_;
+  filters::DetailRing<3> records_;
 };
 
 // Seven chains of additions and seven of multiplications: enough to keep all units busy.

@@ -100,14 +100,14 @@ def print_teams(times, vectors, is_cpu, title):
         table(["call", "plain", *vectors], rows)
 
 
-def print_profile_share(kernels, calls_cpu, pixels, best):
-    """The profile is the part of a call that one thread does alone."""
-    per_pixel = kernels["kernel/profile"][best] / pixels[f"kernel/profile/{best}"]
+def print_measuring_share(kernels, calls_cpu, pixels, best):
+    """Measuring comes before the first tile; the team shares it."""
+    per_pixel = kernels["kernel/measuring"][best] / pixels[f"kernel/measuring/{best}"]
     for group, times in calls_cpu.items():
         threads = int(settings(group)[4])
         if len(times) > 2 and threads > 1:
             share = per_pixel * pixels[f"{group}/{best}"] / (times[best] / threads)
-            print(f"The profile takes {100 * share:.1f} % of the call: {describe(group, True)}.\n")
+            print(f"Measuring takes {100 * share:.1f} % of the call: {describe(group, True)}.\n")
 
 
 def print_row_steps(rows, operations, vectors):
@@ -164,8 +164,8 @@ def main():
         print_calls(calls, pixels, vectors)
         print_teams(wall, vectors, False, "wall time, which other work on the machine lengthens")
         print_teams(cpu, vectors, True, "what the CPU time of both allows when every thread has a core to itself")
-    if calls and "kernel/profile" in kernels:
-        print_profile_share(kernels, by_target(cpu, "call/"), pixels, vectors[-1])
+    if calls and "kernel/measuring" in kernels:
+        print_measuring_share(kernels, by_target(cpu, "call/"), pixels, vectors[-1])
 
 
 if __name__ == "__main__":

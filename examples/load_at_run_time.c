@@ -1,5 +1,5 @@
 /* The library as an option: loaded with dlopen when it is there. Its name may be given by VESKARONR_LIBRARY.
- * Once loaded it stays, since the threads of its OpenMP runtime live on: dlclose is allowed and unmaps nothing. */
+ * Once loaded it stays, since its threads live on, asleep: dlclose is allowed and unmaps nothing. */
 #include <VeskaroNRLib.h>
 #include <dlfcn.h>
 #include <stdio.h>

@@ -41,7 +41,7 @@
 /** @{ */
 /** Version of this header; within one major version the binary interface only grows. */
 #define VESKARONR_VERSION_MAJOR 1
-#define VESKARONR_VERSION_MINOR 0
+#define VESKARONR_VERSION_MINOR 1
 #define VESKARONR_VERSION_PATCH 0
 /** @} */
 
@@ -222,9 +222,9 @@ typedef struct nr_data {
  * @param rang level, 0 (finest) to 3; another value is taken as 0
  * @param wImage,hImage size of the level
  * @param startCoord rectangle to filter, at least two pixels inside the level, only read
- * @param spp floats from pixel to pixel, at least 3: pixel (x, y) starts at float (y * wImage + x) * spp of every buffer
- *     with its three channels or results. What follows them is left alone, but for workDest, a copy of inImg at first.
- *     With fewer nothing is done and the result is #NR_ERROR_ARGUMENT
+ * @param spp floats from pixel to pixel, at least 3: pixel (x, y) starts at float (y * wImage + x) * spp of every
+ * buffer with its three channels or results. What follows them is left alone, but for workDest, a copy of inImg at
+ * first. With fewer nothing is done and the result is #NR_ERROR_ARGUMENT
  * @param nbProc worker threads; below 2: the calling thread; above 32: 32. The result does not depend on it.
  * @param doDespeckle has no effect
  * @param workDiff,workDest,workTemp wImage * hImage * spp floats each. On return workTemp holds Y, B - Y, R - Y of the

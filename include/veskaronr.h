@@ -1,10 +1,10 @@
 /** @file
  * VeskaroNRLib's second interface: measure the noise, choose the settings, filter any piece of a picture.
  *
- * The filters are those of denoise2 (VeskaroNRLib.h), and so are the bytes. What is added: nothing process-wide, so that
- * any number of calls run at once with different settings; every setting free; a picture in pieces, exactly as if it had
- * been filtered whole; pictures as hosts hold them (8 and 16 bits, floats, any order of channels, planar, bottom-up);
- * progress, cancelling, and the host's own threads.
+ * The filters are those of denoise2 (VeskaroNRLib.h), and so are the bytes. What is added: nothing process-wide, so
+ * that any number of calls run at once with different settings; every setting free; a picture in pieces, exactly as if
+ * it had been filtered whole; pictures as hosts hold them (8 and 16 bits, floats, any order of channels, planar,
+ * bottom-up); progress, cancelling, and the host's own threads.
  *
  *     vnr_picture in = vnr_interleaved(VNR_UINT8, width, height, 3, samples, 3 * width);
  *     vnr_picture out = vnr_interleaved(VNR_UINT8, width, height, 3, result, 3 * width);
@@ -22,11 +22,11 @@
  *
  *   - Results: VNR_OK, or a negative vnr_result that says what is wrong; nothing has been written then unless the
  *     comment says so. Nothing is printed, no exception leaves, the process is never ended.
- *   - Structs that a host fills begin with struct_size, which the host sets to sizeof the struct. They may grow in later
- *     versions: a shorter one from an older header is taken, with defaults for what it lacks, a longer one is refused.
- *     Zero is the default of every other field that has one.
- *   - Ownership: buffers and structs belong to the host and are not kept after a call, but for callbacks and flags while
- *     the call runs. Measurements and plans belong to the library until the host ends them.
+ *   - Structs that a host fills begin with struct_size, which the host sets to sizeof the struct. They may grow in
+ * later versions: a shorter one from an older header is taken, with defaults for what it lacks, a longer one is
+ * refused. Zero is the default of every other field that has one.
+ *   - Ownership: buffers and structs belong to the host and are not kept after a call, but for callbacks and flags
+ * while the call runs. Measurements and plans belong to the library until the host ends them.
  *   - Threads: functions may be called from any thread, and from many at once. One measurement is for one thread at a
  *     time (give every thread its own and merge them); a plan never changes and serves all threads.
  *   - Environment: computed in the default floating-point environment; the caller's is given back.
@@ -47,10 +47,11 @@ extern "C" {
 /** Results. Negative: something is wrong, or the call was cancelled. */
 enum vnr_result {
   VNR_OK = 0,
-  VNR_ERROR_NULL = -1,      /**< a pointer that must not be null is */
-  VNR_ERROR_STRUCT = -2,    /**< a struct_size of no version, or of a later one */
-  VNR_ERROR_FORMAT = -3,    /**< a sample type, number of channels, white or encoding that is none, or two that must agree */
-  VNR_ERROR_SIZE = -4,      /**< a width or height below 1 or above VNR_MOST_PIXELS */
+  VNR_ERROR_NULL = -1,   /**< a pointer that must not be null is */
+  VNR_ERROR_STRUCT = -2, /**< a struct_size of no version, or of a later one */
+  VNR_ERROR_FORMAT =
+      -3,              /**< a sample type, number of channels, white or encoding that is none, or two that must agree */
+  VNR_ERROR_SIZE = -4, /**< a width or height below 1 or above VNR_MOST_PIXELS */
   VNR_ERROR_STRIDE = -5,    /**< pixels or rows that would lie upon each other, or beyond the address space */
   VNR_ERROR_RECTANGLE = -6, /**< empty, outside the picture, or input that does not hold what has to be read */
   VNR_ERROR_OVERLAP = -7,   /**< output samples share bytes with input samples */
@@ -71,12 +72,14 @@ VESKARONR_API int vnr_version(void);
 /** @defgroup pictures Pictures as hosts have them
  * @{ */
 
+/** What a sample is. */
 enum vnr_type {
   VNR_UINT8 = 1,
   VNR_UINT16 = 2, /**< native byte order, any alignment */
   VNR_FLOAT32 = 3 /**< native byte order, any alignment */
 };
 
+/** How values relate to light. */
 enum vnr_encoding {
   VNR_DISPLAY = 0, /**< values as they are displayed (sRGB and the like); filtered as they are */
   VNR_LINEAR = 1   /**< floats proportional to light; filtered as square roots, which evens out their noise */
@@ -84,30 +87,35 @@ enum vnr_encoding {
 
 #define VNR_MOST_PIXELS 0x3fffffff /**< along one side */
 
-/** Samples in memory: a picture, or a piece of one. Sample (x, y) of channel c, both counted from the piece's first pixel,
- * lies at the byte address channel[c] + y * row_stride + x * pixel_stride. So interleaved and planar pictures, any order
- * of channels, bytes between (alpha, padding), mirrored and bottom-up pictures (negative strides) and windows of bigger
- * ones are all described. Bytes of an output that are no sample of it are never written.
+/** Samples in memory: a picture, or a piece of one. Sample (x, y) of channel c, both counted from the piece's first
+ * pixel, lies at the byte address channel[c] + y * row_stride + x * pixel_stride. So interleaved and planar pictures,
+ * any order of channels, bytes between (alpha, padding), mirrored and bottom-up pictures (negative strides) and windows
+ * of bigger ones are all described. Bytes of an output that are no sample of it are never written.
  *
- * Inside, samples are on the 8-bit working scale: integers times 256 / (white + 1), floats times 255 / white; linear ones
- * sign(v) * sqrt(|v| / s) * 255 with the scale s of the settings. */
+ * Inside, samples are on the 8-bit working scale: integers times 256 / (white + 1), floats times 255 / white; linear
+ * ones sign(v) * sqrt(|v| / s) * 255 with the scale s of the settings. */
 typedef struct vnr_picture {
-  size_t struct_size;
-  int32_t type;           /**< vnr_type */
-  int32_t channels;       /**< 3: red, green, blue; 1: grey, filtered as three equal channels, of which green comes out */
-  int32_t encoding;       /**< vnr_encoding; VNR_LINEAR for floats only */
-  float white;            /**< largest value; 0: 255, 65535, or 1.0. Integers: 2^n - 1 (1023 for 10 bits in 16), and
-                               samples above it count as it; floats: any positive number; not used when linear */
-  int32_t x, y;           /**< place of the first pixel in the whole picture; 0, 0 for a whole one */
-  int32_t width, height;  /**< in pixels, of this piece */
-  void* channel[3];       /**< first samples of red, green and blue; grey: channel[0]. Only read in an input */
+  size_t struct_size; /**< sizeof(vnr_picture) */
+  int32_t type;       /**< vnr_type */
+  int32_t channels;   /**< 3: red, green, blue; 1: grey, filtered as three equal channels, of which green comes out */
+  int32_t encoding;   /**< vnr_encoding; VNR_LINEAR for floats only */
+  float white;        /**< largest value; 0: 255, 65535, or 1.0. Integers: 2^n - 1 (1023 for 10 bits in 16), and
+                           samples above it count as it; floats: any positive number; not used when linear */
+  int32_t x;          /**< column of the first pixel in the whole picture; 0 for a whole one */
+  int32_t y;          /**< its row */
+  int32_t width;      /**< of this piece, in pixels */
+  int32_t height;     /**< likewise */
+  void* channel[3];   /**< first samples of red, green and blue; grey: channel[0]. Only read in an input */
   ptrdiff_t pixel_stride; /**< bytes from a pixel to the one to its right; may be negative */
   ptrdiff_t row_stride;   /**< bytes from a row to the one below; may be negative */
 } vnr_picture;
 
+/** A part of a picture. */
 typedef struct vnr_rectangle {
-  int32_t x0, x1; /**< first and end column */
-  int32_t y0, y1; /**< first and end row */
+  int32_t x0; /**< first column */
+  int32_t x1; /**< end column */
+  int32_t y0; /**< first row */
+  int32_t y1; /**< end row */
 } vnr_rectangle;
 
 /** A whole picture of pixels without gaps between them.
@@ -155,11 +163,11 @@ static inline vnr_picture vnr_piece(vnr_picture p, vnr_rectangle r) {
 
 /** How a call runs; a null pointer to one takes the defaults. */
 typedef struct vnr_control {
-  size_t struct_size;
+  size_t struct_size; /**< sizeof(vnr_control) */
   int32_t threads; /**< at most this many, the caller included; 0: one a processor that the process may use. The bytes
                         are the same whatever it is. */
-  /** Runs job(argument, 0) to job(argument, count - 1), each once, on threads of the host's choosing, and returns 0 when
-   * all have returned. Null: the library's own threads, which sleep between calls. count is at most threads. */
+  /** Runs job(argument, 0) to job(argument, count - 1), each once, on threads of the host's choosing, and returns 0
+   * when all have returned. Null: the library's own threads, which sleep between calls. count is at most threads. */
   int (*run)(void* host, int32_t count, void (*job)(void* argument, int32_t index), void* argument);
   /** Told after every tile, by one thread at a time, how many of all tiles are done; a result other than 0 cancels. May
    * be null. Must not call back into a call that is running. */
@@ -172,22 +180,24 @@ typedef struct vnr_control {
 
 /** @defgroup noise Measuring the noise
  *
- * The noise profile of denoise2: the smoothest blocks of 32 x 32 pixels, among the darker and among the brighter half of
- * all, tell how much neighbouring pixels differ. It looks at working values cut off to whole numbers from 0 to 255. The
- * picture may come in pieces, in any order and of any size, overlapping or not: the result is the same. Blocks that lie
- * across pieces are put together from their parts.
+ * The noise profile of denoise2: the smoothest blocks of 32 x 32 pixels, among the darker and among the brighter half
+ * of all, tell how much neighbouring pixels differ. It looks at working values cut off to whole numbers from 0 to 255.
+ * The picture may come in pieces, in any order and of any size, overlapping or not: the result is the same. Blocks that
+ * lie across pieces are put together from their parts.
  *
- * Linear pictures have a scale, s, which is measured with the noise: the level below which 99 % of the blocks' means lie.
- * Their blocks are measured as square roots, without cutting off.
+ * Linear pictures have a scale, s, which is measured with the noise: the level below which 99 % of the blocks' means
+ * lie. Their blocks are measured as square roots, without cutting off.
  *
  * A second measurement goes along with it, for vnr_settings_best: the Haar transform of blocks of 16 x 16 pixels, in
- * luminance and chroma at three scales. The smoothest blocks, few of whose pixels are clipped, tell how strong the noise
- * is and whether it is white or smoothed, of luminance or colour. It looks at samples with all their bits. Of a big
- * picture it takes an even sample of at most 3072 blocks, the same however the picture is cut.
+ * luminance and chroma at three scales. The smoothest blocks, few of whose pixels are clipped, tell how strong the
+ * noise is and whether it is white or smoothed, of luminance or colour. It looks at samples with all their bits. Of a
+ * big picture it takes an even sample of at most 3072 blocks, the same however the picture is cut.
  * @{ */
 
+/** What is known of a picture's blocks so far. */
 typedef struct vnr_measurement vnr_measurement;
 
+/** Whether the noise is known, or why not. */
 enum vnr_reason {
   VNR_MEASURED = 0,
   VNR_NO_USABLE_BLOCK = 1, /**< below 32 x 32 pixels, or every block nearly black, nearly white, or flat */
@@ -198,14 +208,14 @@ enum vnr_reason {
 enum vnr_grain {
   VNR_GRAIN_UNKNOWN = 0,  /**< below 16 x 16 pixels, or no block seen: no noise is assumed */
   VNR_GRAIN_MEASURED = 1, /**< from smooth blocks */
-  VNR_GRAIN_TEXTURED = 2  /**< no smooth block: the smoothest of those that are hardly clipped read much more than the
-                               smoothest of those that are up to a quarter, or half, clipped (3/4 and 0.55 of it, or
-                               less), so they are texture. The milder reading was taken */
+  VNR_GRAIN_TEXTURED = 2  /**< no smooth block among those that are hardly clipped: the smoothest of them read much more
+                               than the smoothest of darker ones that are up to a quarter, or half, clipped, and more
+                               luminance than chroma, as texture does. The milder reading, of the dark ones, was taken */
 };
 
 /** What was measured. */
 typedef struct vnr_noise {
-  size_t struct_size;
+  size_t struct_size;    /**< sizeof(vnr_noise) */
   int32_t reason;        /**< vnr_reason; but for VNR_MEASURED the level is unknown and settings are the defaults */
   int32_t encoding;      /**< of the picture */
   float level;           /**< noise level that denoise2 works with at strength 1, >= 15; 0 when not measured */
@@ -215,6 +225,7 @@ typedef struct vnr_noise {
   int64_t blocks_seen;   /**< of these, added so far; when fewer than all, the result is that of the seen ones */
   int64_t blocks_usable; /**< of these, neither nearly black, nearly white, nor flat */
   int32_t grain;         /**< vnr_grain; what follows is of the second measurement, 0 when that is unknown */
+  int32_t grain_blocks;  /**< blocks of 16 x 16 pixels that were seen */
   float sigma[3];        /**< standard deviation of the noise in red, green and blue at mid grey, on the working scale;
                               white noise reads what it is within 5 % */
   float correlation;     /**< 0: white, every pixel has its own noise; 1: smoothed, as demosaicing and JPEG leave it */
@@ -228,6 +239,7 @@ typedef struct vnr_noise {
                               is to lose */
 } vnr_noise;
 
+/** What a block was good for. */
 enum vnr_role {
   VNR_BLOCK_UNUSABLE = 0,
   VNR_BLOCK_USABLE = 1,
@@ -237,20 +249,24 @@ enum vnr_role {
 
 /** One block as it was measured. */
 typedef struct vnr_block {
-  int32_t column, row; /**< in blocks */
-  int32_t brightness;  /**< mean of its samples on the working scale, 0 to 255 */
-  int32_t role;        /**< vnr_role */
-  float deviation;     /**< mean difference of neighbours, evened out over brightness */
+  int32_t column;     /**< counted in blocks */
+  int32_t row;        /**< likewise */
+  int32_t brightness; /**< mean of its samples on the working scale, 0 to 255 */
+  int32_t role;       /**< vnr_role */
+  float deviation;    /**< mean difference of neighbours, evened out over brightness */
 } vnr_block;
 
 /** Measures a whole picture in one call.
  *
+ * @param picture the picture, only read
+ * @param control null, or how to run; progress is not told
  * @param noise receives the result; struct_size set by the host
  * @return VNR_OK also when nothing could be measured: noise->reason tells. */
 VESKARONR_API int vnr_measure(const vnr_picture* picture, const vnr_control* control, vnr_noise* noise);
 
-/** Begins a measurement of a picture of this size, to be ended with vnr_measure_end. It takes 12 bytes a block, and 112
- * for each of those of 16 x 16 pixels. */
+/** Begins a measurement of a picture of this size, to be ended with vnr_measure_end. It takes 12 bytes a block, 112 for
+ * each of those of 16 x 16 pixels, and 12 kB for every block that lies across pieces until it is whole: cuts at
+ * multiples of 32 are the cheapest. */
 VESKARONR_API int vnr_measure_begin(int32_t width, int32_t height, vnr_measurement** measurement);
 
 /** Adds a piece. A pixel may be given more than once. All pieces have one encoding. After VNR_ERROR_SAMPLES,
@@ -265,14 +281,18 @@ VESKARONR_API int vnr_measure_finish(const vnr_measurement* measurement, vnr_noi
 
 /** The blocks seen so far, row by row, with their roles.
  *
- * @param blocks receives the first capacity of them; null with capacity 0
+ * @param measurement what has been added
+ * @param blocks receives the first of them; may be null with capacity 0
+ * @param capacity how many it has room for
  * @param count receives how many there are */
 VESKARONR_API int vnr_measure_blocks(const vnr_measurement* measurement, vnr_block* blocks, size_t capacity,
                                      size_t* count);
 
 /** Writes a measurement as plain bytes, for another process on a machine of the same byte order.
  *
- * @param bytes receives them when capacity suffices; null with capacity 0
+ * @param measurement what has been added
+ * @param bytes receives them; may be null with capacity 0
+ * @param capacity how many it has room for
  * @param size receives how many there are
  * @return VNR_OK; VNR_ERROR_SIZE when capacity is not 0 and does not suffice. */
 VESKARONR_API int vnr_measure_save(const vnr_measurement* measurement, void* bytes, size_t capacity, size_t* size);
@@ -288,6 +308,7 @@ VESKARONR_API void vnr_measure_end(vnr_measurement* measurement);
 /** @defgroup settings Settings
  * @{ */
 
+/** How results become samples. */
 enum vnr_rounding {
   VNR_ROUND_AUTO = 0,     /**< integers VNR_ROUND_TRUNCATE, floats VNR_ROUND_NONE */
   VNR_ROUND_TRUNCATE = 1, /**< as denoise2: cut off to whole samples before the final blend and after it; floats: to
@@ -300,7 +321,7 @@ enum vnr_rounding {
 
 /** All that decides what the filters do. */
 typedef struct vnr_settings {
-  size_t struct_size;
+  size_t struct_size;           /**< sizeof(vnr_settings) */
   float params[NR_PARAM_COUNT]; /**< by nr_param of VeskaroNRLib.h, every entry in force as it stands: NR_NOISE_LEVEL is
                                      the noise level, never a strength, and nothing is measured or overwritten */
   float recon_threshold;        /**< colour distance up to which two pixels count as equal between levels; 10 */
@@ -333,6 +354,7 @@ VESKARONR_API int vnr_settings_best(const vnr_noise* noise, float strength, vnr_
  * that it touches, so every piece has the bytes of the whole.
  * @{ */
 
+/** How a picture is cut and what the filters are told. */
 typedef struct vnr_plan vnr_plan;
 
 /** Plans a picture of this size, to be ended with vnr_plan_end. The settings are copied. */
@@ -341,6 +363,8 @@ VESKARONR_API int vnr_plan_begin(int32_t width, int32_t height, const vnr_settin
 /** What a wanted rectangle takes and what the tiles that it touches yield. Pieces cut as write is (or the picture's own
  * strips of tile rows) filter no tile twice.
  *
+ * @param plan the plan
+ * @param wanted what shall be written, inside the picture
  * @param read receives what the input has to hold: up to 32 pixels beyond those tiles
  * @param write receives what may be written with that input; it contains wanted. May be null. */
 VESKARONR_API int vnr_plan_cover(const vnr_plan* plan, const vnr_rectangle* wanted, vnr_rectangle* read,
@@ -348,6 +372,7 @@ VESKARONR_API int vnr_plan_cover(const vnr_plan* plan, const vnr_rectangle* want
 
 /** Filters what the output piece covers.
  *
+ * @param plan the plan
  * @param in holds at least what vnr_plan_cover tells for the output's rectangle
  * @param out receives its rectangle's pixels; type, channels, encoding and white as in. Must not share samples with in
  * @param control null, or how to run */
@@ -359,6 +384,9 @@ VESKARONR_API void vnr_plan_end(vnr_plan* plan);
 
 /** Filters a whole picture in one call.
  *
+ * @param in the picture, only read
+ * @param out receives the result; of the same size, type, channels, encoding and white. Must not share samples with in
+ * @param control null, or how to run; progress is told of the filtering
  * @param settings null: what is measured, at strength 1, as vnr_settings_classic gives it */
 VESKARONR_API int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_settings* settings,
                               const vnr_control* control);

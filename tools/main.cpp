@@ -5,6 +5,7 @@
 #include <vips/vips8>
 
 #include "base/failure.h"
+#include "base/interruption.h"
 #include "command/command_line.h"
 #include "command/denoise.h"
 #include "command/profile.h"
@@ -41,6 +42,8 @@ int main(int argc, char** argv) try {
 } catch (const tool::command::UsageError& error) {
   fmt::print(stderr, "veskaro-nr: {} (see veskaro-nr --help)\n", error.text);
   return kUsage;
+} catch (const tool::Interrupted&) {
+  tool::endInterrupted();
 } catch (const std::exception& unexpected) {
   fmt::print(stderr, "veskaro-nr: {}\n", unexpected.what());
   return kSomeFailed;

@@ -1,182 +1,230 @@
-"""Tests of the Python module against the library that VESKARONR_LIBRARY names."""
+"""The module against the library that VESKARONR_LIBRARY names: every kind of array, byte for byte."""
 
-import ctypes
+import dataclasses
 import os
 import pathlib
+import pickle
 import subprocess
 import sys
-import threading
-import time
 import unittest
+import warnings
+from concurrent.futures import ThreadPoolExecutor
+from ctypes import c_float
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
 
 import numpy as np
 
 import veskaronr
-from veskaronr import Params
+from veskaronr import Box, Measurement, Noise, Params, Plan, Settings, denoise, measure
 
 
 def scene(height, width, dtype=np.uint8, noise=12.0, seed=1):
     """A gradient with a bright disc and Gaussian noise, RGB."""
     rng = np.random.default_rng(seed)
     y, x = np.mgrid[0:height, 0:width]
-    base = 60 + 80 * x / width + 40 * y / height + 40 * ((x - width / 2) ** 2 + (y - height / 2) ** 2 < (height / 4) ** 2)
+    base = (
+        60 + 80 * x / width + 40 * y / height + 40 * ((x - width / 2) ** 2 + (y - height / 2) ** 2 < (height / 4) ** 2)
+    )
     picture = base[:, :, None] * [1.0, 0.9, 0.7] + rng.normal(0, noise, (height, width, 3))
-    scale = 1 if dtype == np.uint8 else 256
-    return (np.clip(picture, 0, 255) * scale).astype(dtype)
+    return (np.clip(picture, 0, 255) * (256 if dtype == np.uint16 else 1)).astype(dtype)
 
 
-def direct(image, strength=1.0, threads=2, params=None, tile=256):
-    """The C function on a contiguous copy, for comparison."""
-    source = np.ascontiguousarray(image)
+def direct(image, strength=1.0, params=None):
+    """denoise2 on a contiguous copy, with the vector it leaves behind."""
+    source = np.ascontiguousarray(image, image.dtype.newbyteorder("="))
     result = np.empty_like(source)
     vector = (params or Params()).to_vector()
     vector[0] = strength
     height, width = image.shape[:2]
     code = veskaronr.c_library().denoise2(
-        width, height, 3, 3 * width, 8 * image.itemsize, tile, threads, vector, None, source.ctypes.data, result.ctypes.data
+        width, height, 3, 3 * width, 8 * image.itemsize, 256, 2, vector, None, source.ctypes.data, result.ctypes.data
     )
     assert code == 1
-    return result, Params.from_vector(vector)
+    return result, Params(*vector)
 
 
-class Photographs(unittest.TestCase):
-    def test_equals_the_library_and_reduces_noise(self):
+def params_of(settings):
+    return Params(*list(settings.to_vector()))
+
+
+class Arrays(unittest.TestCase):
+    def test_every_layout_has_the_bytes_of_denoise2(self):
         for dtype in (np.uint8, np.uint16):
-            image = scene(150, 200, dtype)
-            kept = image.copy()
-            result, used = veskaronr.denoise(image, 0.8, threads=2, return_params=True)
-            expected, vector = direct(image, 0.8)
-            np.testing.assert_array_equal(result, expected)
-            self.assertEqual(used, vector)
-            np.testing.assert_array_equal(image, kept)
-            flat = (slice(105, 145), slice(60, 75), 1)
-            self.assertLess(result[flat].std(), 0.7 * image[flat].std())
+            big = scene(200, 320, dtype)
+            fixed = big.copy()
+            fixed.flags.writeable = False
+            odd = np.frombuffer(b"x" + big.tobytes(), np.uint8)[1:].view(dtype).reshape(big.shape)
+            rows = np.broadcast_to(big[50:51], big.shape)
+            views = [fixed, big[20:180, 31:290], big[::2], big[5:6], big[:, 7:8], big[::-1, ::-1], odd, rows,
+                     big.transpose(1, 0, 2), big[:, :, ::-1], big.astype(big.dtype.newbyteorder())]  # fmt: skip
+            for view in views:
+                with self.subTest(dtype=dtype, strides=view.strides, shape=view.shape), warnings.catch_warnings():
+                    warnings.simplefilter("ignore")
+                    wanted, vector = direct(view)
+                    kept = view.copy()
+                    self.assertEqual(veskaronr._arrays.is_direct(view), view.dtype.isnative and 0 not in view.strides)
+                    result, info = denoise(view, return_info=True)
+                    np.testing.assert_array_equal(result, wanted)
+                    self.assertEqual(params_of(info.settings), vector)
+                    self.assertTrue(result.flags.c_contiguous and result.dtype.isnative)
+                    np.testing.assert_array_equal(denoise(view[:, :, ::-1], channel_order="bgr")[:, :, ::-1], wanted)
+                    np.testing.assert_array_equal(
+                        denoise(view.transpose(2, 0, 1), channel_axis=0), wanted.transpose(2, 0, 1)
+                    )
+                    around = np.full((view.shape[0], 2, view.shape[1], 5), 77, view.dtype)
+                    out = around[::-1, 1, :, 3:0:-1]
+                    self.assertIs(denoise(view, out=out, threads=1), out)
+                    np.testing.assert_array_equal(out, wanted)
+                    out[...] = 77
+                    self.assertTrue((around == 77).all())
+                    np.testing.assert_array_equal(view, kept)
 
-    def test_views_give_the_bytes_of_their_copies(self):
-        big = scene(200, 320, np.uint16)
-        contiguous = np.ascontiguousarray
-        views = {
-            "rectangle": big[20:180, 30:290],
-            "every second row": big[::2],
-            "one row": big[5:6],
-            "one column": big[:, 7:8],
-            "mirrored": big[:, ::-1],
-            "upside down": big[::-1],
-            "transposed": big.transpose(1, 0, 2),
-            "blue first": big[:, :, ::-1],
-            "foreign byte order": big.astype(">u2"),
-            "planar memory": contiguous(big.transpose(2, 0, 1)).transpose(1, 2, 0),
-            "odd address": np.frombuffer(b"x" + big.tobytes(), np.uint8)[1:].view(np.uint16).reshape(big.shape),
-        }
-        for name, view in views.items():
-            with self.subTest(name):
-                native = contiguous(view).astype(np.uint16)
-                np.testing.assert_array_equal(veskaronr.denoise(view, threads=2), direct(native)[0])
+    def test_grey_alpha_batches_and_what_becomes_arrays(self):
+        colour = scene(100, 120)
+        wanted = direct(colour)[0]
+        grey = colour[:, :, 0]
+        green = direct(np.repeat(grey[:, :, None], 3, 2))[0][:, :, 1]
+        np.testing.assert_array_equal(denoise(grey), green)
+        np.testing.assert_array_equal(denoise(grey[..., None]), green[..., None])
+        np.testing.assert_array_equal(denoise(grey.tolist()), green)
+        alpha = np.arange(12000).reshape(100, 120, 1).astype(np.uint8)
+        rgba = denoise(np.dstack([colour, alpha]))
+        np.testing.assert_array_equal(rgba, np.dstack([wanted, alpha]))
+        batch = np.stack([colour, colour[::-1], np.zeros_like(colour)])
+        with self.assertWarnsRegex(UserWarning, "1 of 3 pictures") as caught:
+            results, info = denoise(batch, return_info=True)
+        self.assertEqual((len(caught.warnings), caught.filename), (1, __file__))
+        self.assertEqual([one.measured for one in info.batch], [True, True, False])
+        np.testing.assert_array_equal(results, [direct(picture)[0] for picture in batch])
 
-    def test_rows_apart_are_read_in_place(self):
-        big = scene(120, 4000)
-        view = big[:, 100:300]
-        self.assertEqual(veskaronr._denoise._row_stride(view), 12000)
-        out = big[:, 400:600]
-        around = big.copy()
-        result = veskaronr.denoise(view, threads=2, out=out)
-        self.assertIs(result, out)
-        np.testing.assert_array_equal(out, direct(around[:, 100:300])[0])
-        around[:, 400:600] = out
-        np.testing.assert_array_equal(big, around)
+        class Lazy:
+            __array_interface__ = colour.__array_interface__
 
-    def test_out_decides_the_layout(self):
-        image = scene(100, 130)
-        expected = direct(image)[0]
-        for out in (np.empty((100, 400, 3), np.uint8)[:, :130], np.empty((3, 100, 130), np.uint8).transpose(1, 2, 0)):
-            np.testing.assert_array_equal(veskaronr.denoise(image, threads=2, out=out), expected)
-            np.testing.assert_array_equal(out, expected)
+        np.testing.assert_array_equal(denoise(Lazy()), wanted)
 
-    def test_grey_and_alpha(self):
-        grey = scene(100, 120)[:, :, 0]
-        result = veskaronr.denoise(grey, threads=2)
-        np.testing.assert_array_equal(result, direct(np.repeat(grey[:, :, None], 3, 2))[0][:, :, 1])
-        rgba = np.dstack([scene(100, 120), np.arange(12000, dtype=np.uint16).astype(np.uint8).reshape(100, 120)])
-        result = veskaronr.denoise(rgba, threads=2)
-        np.testing.assert_array_equal(result[:, :, :3], direct(rgba[:, :, :3])[0])
-        np.testing.assert_array_equal(result[:, :, 3], rgba[:, :, 3])
+    def test_floats_and_ranges(self):
+        eight = scene(150, 200)
+        truncate = dataclasses.replace(measure(eight).settings(), rounding="truncate")
+        wanted = direct(eight)[0]
+        for dtype in ("f4", "f8", ">f4"):
+            result = denoise(eight.astype(dtype), settings=truncate, data_range=255)
+            self.assertEqual(result.dtype, np.dtype(dtype).newbyteorder("="))
+            np.testing.assert_array_equal(result, wanted)
+            scaled = denoise(eight.astype(dtype) / 255)
+            self.assertLess(np.abs(scaled * 255 - wanted - 0.5).max(), 2.5)
+        ten = scene(150, 200, np.uint16) >> 6
+        with self.assertWarnsRegex(UserWarning, "data_range"):
+            denoise(ten)
+        noise = measure(ten, data_range=1023)
+        self.assertEqual(noise, measure(ten << 6))
+        np.testing.assert_allclose(denoise(ten, data_range=1023), direct(ten << 6)[0] >> 6, atol=2)
+        light = (eight / 255.0) ** 2
+        noise = measure(light * 1000, linear=True)
+        self.assertTrue(noise.measured and noise.linear and 100 < noise.linear_scale < 1000)
+        result = denoise(light * 1000, linear=True)
+        self.assertLess(result[105:145, 60:75, 1].std(), 0.7 * (light * 1000)[105:145, 60:75, 1].std())
 
-    def test_parameters(self):
-        vector = (ctypes.c_float * 21)()
-        veskaronr.c_library().nr_def(vector)
-        self.assertEqual(list(vector), list(Params().to_vector()))
-        image = scene(100, 120)
-        own = Params(luma_keep=0.0, sharpening=0.0)
-        before = Params(**vars(own))
-        result, used = veskaronr.denoise(image, params=own, threads=2, return_params=True)
-        np.testing.assert_array_equal(result, direct(image, params=own)[0])
-        self.assertFalse(np.array_equal(result, veskaronr.denoise(image, threads=2)))
-        self.assertEqual(own, before)
-        self.assertEqual((used.luma_keep, used.sharpening), (0.0, 0.0))
-
-    def test_profile_is_what_denoise_uses(self):
-        for image in (scene(150, 200), scene(150, 200, np.uint16), scene(150, 400)[:, 100:300]):
-            measured = veskaronr.profile(image, 1.2)
-            used = veskaronr.denoise(image, 1.2, threads=2, return_params=True)[1]
-            self.assertEqual(
-                (measured.noise_level, measured.chroma_keep, measured.highlight_start, measured.highlight_width),
-                (used.noise_level, used.chroma_keep, used.highlight_start, used.highlight_width),
-            )
-        quiet, loud = (veskaronr.profile(scene(150, 200, noise=n)).noise_level for n in (8, 20))
-        self.assertLess(quiet, loud)
-        with self.assertRaises(veskaronr.ArgumentError) as caught:
-            veskaronr.profile(scene(20, 20))
-        self.assertEqual(caught.exception.code, -2)
-        self.assertIn("too small", str(caught.exception))
-
-    def test_refusals(self):
-        image = scene(64, 64)
+    def test_refusals_are_clear(self):
+        image, nan = scene(64, 64), np.full((64, 64), np.nan, np.float32)
         fixed = image.copy()
         fixed.flags.writeable = False
-        for error, call in [
-            (TypeError, lambda: veskaronr.denoise([[1, 2], [3, 4]])),
-            (TypeError, lambda: veskaronr.denoise(image.astype(np.float32))),
-            (TypeError, lambda: veskaronr.denoise(image.astype(np.int8))),
-            (ValueError, lambda: veskaronr.denoise(image[:, :, :2])),
-            (ValueError, lambda: veskaronr.denoise(image[:0])),
-            (ValueError, lambda: veskaronr.denoise(image, strength=3.0)),
-            (ValueError, lambda: veskaronr.denoise(image, out=image)),
-            (ValueError, lambda: veskaronr.denoise(image, out=fixed)),
-            (ValueError, lambda: veskaronr.denoise(image, out=image[1:])),
-            (veskaronr.ArgumentError, lambda: veskaronr.denoise(image, threads=0)),
-            (veskaronr.ArgumentError, lambda: veskaronr.denoise(image, tile=20)),
-        ]:
-            with self.subTest(error):
-                self.assertRaises(error, call)
+        pictures = [
+            None, [["a", "b"]], [[300, 2], [3, 4]], image.astype(np.int8), image > 100, image.astype(complex), nan,
+            image[:, :, :2], image[:0], image[0, 0], np.ma.masked_less(image, 50), np.full((64, 64), 1e300),
+        ]  # fmt: skip
+        options = {
+            "strength": [3.0, float("nan"), "1", None], "preset": ["none"], "channel_order": ["gbr"], "linear": [True],
+            "channel_axis": [1, 5, 0.5], "data_range": [1000, 65535, "1"], "out": [image, fixed, image[1:], []],
+            "threads": [0, 1 << 40, 1.5], "cancel": [True], "progress": [3],
+            "settings": [{}, Settings(tile=20), Settings(tile=1 << 40), Settings(rounding="none"),
+                         Settings(rounding="up"), Settings(luma_keep=float("nan")), Settings(luma_keep="1")],
+        }  # fmt: skip
+        plan = Plan(image.shape, image.dtype, Settings())
+        whole = (0, 64, 0, 64)
+        calls = [
+            *(lambda p=p: denoise(p) for p in pictures),
+            *(lambda n=n, v=v: denoise(image, **{n: v}) for n, values in options.items() for v in values),
+            lambda: denoise(image, 1.2, settings=Settings()), lambda: denoise(image / 255, data_range=1e-60),
+            lambda: Plan((0, 5), "u1", Settings()), lambda: Plan((64, 64), "i4", Settings()),
+            lambda: Plan((64, 1 << 40), "u1", Settings()), lambda: Plan((64, 64), "u1", Params()),
+            lambda: measure(image[None]),
+            lambda: plan.cover((0, 65, 0, 1)), lambda: plan.cover((5, 5, 0, 1)), lambda: plan.cover((0, 1.5, 0, 1)),
+            lambda: plan.filter(image, whole, (0, 64, 0, 1 << 33)), lambda: plan.filter(image[1:], whole, (0, 9, 0, 9)),
+            lambda: plan.filter(image[32:], (0, 64, 32, 64), (0, 64, 0, 32)),
+            lambda: Measurement((64, 64)).add(image, 1, 0), lambda: Measurement((64, 64)).add(image, 1 << 40, 0),
+            lambda: Measurement.from_bytes(b"nothing"), lambda: Measurement((64, 64)).merge(Measurement((64, 65))),
+        ]  # fmt: skip
+        for call in calls:
+            with self.assertRaises((TypeError, ValueError)), warnings.catch_warnings():
+                warnings.simplefilter("ignore")
+                call()
 
-    def test_threads_take_turns_and_others_run(self):
-        image = scene(1000, 1300)
-        jobs = [0.5, 0.8, 1.2, 1.5]
-        expected = [veskaronr.denoise(image, s, threads=2) for s in jobs]
-        results = [None] * len(jobs)
-        ticks = 0
 
-        def work(k):
-            results[k] = veskaronr.denoise(image, jobs[k], threads=2)
+class Steps(unittest.TestCase):
+    def test_noise_and_settings(self):
+        vector = (c_float * 21)()
+        veskaronr.c_library().nr_def(vector)
+        self.assertEqual(list(vector), list(Params().to_vector()))
+        self.assertEqual(params_of(Noise().settings()), Params(*vector))
+        image = scene(150, 200)
+        for strength in (0.5, 1.0, 1.37):
+            self.assertEqual(params_of(measure(image).settings(strength)), direct(image, strength)[1])
+        self.assertLess(measure(scene(150, 200, noise=8)).level, measure(image).level)
+        flat = veskaronr.profile(np.full((64, 64), 90, np.uint8))
+        self.assertFalse(flat.measured)
+        self.assertIn("usable", flat.reason)
+        own = Params(luma_keep=0.0, sharpening=0.0)
+        result, info = denoise(image, 0.8, settings=own, return_params=True)
+        np.testing.assert_array_equal(result, direct(image, 0.8, own)[0])
+        self.assertEqual((own, info.settings.luma_keep), (Params(luma_keep=0.0, sharpening=0.0), 0.0))
+        np.testing.assert_array_equal(denoise(image, settings=info.settings), result)
 
-        workers = [threading.Thread(target=work, args=(k,)) for k in range(len(jobs))]
-        for worker in workers:
-            worker.start()
-        while any(worker.is_alive() for worker in workers):
-            time.sleep(0.001)
-            ticks += 1
-        for result, wanted in zip(results, expected):
-            np.testing.assert_array_equal(result, wanted)
-        # A call that held the interpreter would let this thread run only between the four calls.
-        self.assertGreater(ticks, 3 * len(jobs))
+    def test_pieces_have_the_bytes_of_the_whole(self):
+        rng = np.random.default_rng(5)
+        for image, options in (
+            (scene(700, 610), {}),
+            (scene(610, 700, np.float64).transpose(2, 0, 1) / 255, {"channel_axis": 0}),
+        ):
+            image = np.concatenate([image, image[..., :1]], -1) if not options else image
+            settings = measure(image, **options).settings()
+            wanted = np.moveaxis(denoise(image, settings=settings, **options), options.get("channel_axis", -1), -1)
+            plan = pickle.loads(pickle.dumps(Plan(image.shape, image.dtype, settings, **options)))
+
+            def piece(box):
+                read, write = plan.cover(box)
+                cut = (slice(None), *read.slices) if options else read.slices
+                for target in (Box(*box), write):
+                    got = np.moveaxis(plan.filter(image[cut], read, target), options.get("channel_axis", -1), -1)
+                    np.testing.assert_array_equal(got, wanted[target.slices])
+
+            height, width, _ = wanted.shape
+            ends = [
+                (*sorted(rng.choice(width + 1, 2, False)), *sorted(rng.choice(height + 1, 2, False))) for _ in range(8)
+            ]
+            with ThreadPoolExecutor(2) as pool:
+                list(pool.map(piece, ends))
+
+    def test_measuring_in_pieces(self):
+        image = scene(210, 340)
+        whole = Measurement(image.shape)
+        for y in range(0, 210, 37):
+            part = Measurement(image.shape[:2])
+            for x in range(0, 340, 90):
+                part.add(image[y : y + 37, x : x + 90], x, y)
+            part = pickle.loads(pickle.dumps(part))
+            whole.merge(part)
+            whole.merge(whole)
+        self.assertEqual(whole.finish(), measure(image))
+        state = bytearray(whole.to_bytes())
+        state[3] ^= 0x55
+        self.assertRaises(veskaronr.ArgumentError, Measurement.from_bytes, state)
+        self.assertRaises(ValueError, Measurement.from_bytes, bytes(state[:-1]))
 
 
 class Radiance(unittest.TestCase):
     def picture(self, height=64, width=96):
-        rng = np.random.default_rng(3)
-        image = rng.integers(100, 256, (height, width, 4), dtype=np.uint8)
+        image = np.random.default_rng(3).integers(100, 256, (height, width, 4), dtype=np.uint8)
         image[:, :, 3] = 126 + (np.arange(width) // 8)[None, :]
         return image
 
@@ -195,9 +243,12 @@ class Radiance(unittest.TestCase):
             in_place = veskaronr.denoise_rgbe(planar, strength, planar=True, overwrite=True)
             np.testing.assert_array_equal(in_place, again)
             self.assertEqual(np.array_equal(planar, before), strength < 100)
-            view = np.zeros((70, 100, 4), np.uint8)[3:67, 2:98]
-            view[...] = image
-            np.testing.assert_array_equal(veskaronr.denoise_rgbe(view, strength), result)
+            out = np.zeros((2, 64, 192, 4), np.uint8)[:, :, ::2]
+            told = []
+            batch = veskaronr.denoise_rgbe([image, image[::-1]], strength, out=out, progress=lambda *n: told.append(n))
+            self.assertIs(batch, out)
+            np.testing.assert_array_equal(out[0], result)
+            self.assertEqual(told, [(1, 2), (2, 2)])
 
     def test_refusals(self):
         self.assertRaises(veskaronr.StatisticsError, veskaronr.denoise_rgbe, np.zeros((40, 40, 4), np.uint8))

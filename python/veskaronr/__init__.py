@@ -1,26 +1,27 @@
 """Image noise reduction on numpy arrays, through the shared library VeskaroNRLib.
 
     import veskaronr
-    clean = veskaronr.denoise(photograph)              # uint8 or uint16, (h, w), (h, w, 3) or (h, w, 4)
+    clean = veskaronr.denoise(photograph)              # uint8, uint16 or float, grey, RGB or RGBA
+    clean = veskaronr.denoise(opencv_picture, channel_order="bgr")
+    noise = veskaronr.measure(photograph)              # how noisy is it?
     clean = veskaronr.denoise_rgbe(radiance_picture)   # uint8, (h, w, 4): three mantissas and an exponent
 
 Nothing is compiled: the module loads the library with ctypes, works on the arrays' own memory and lets other
 Python threads run meanwhile. The library is looked for in the file that the environment variable
-VESKARONR_LIBRARY names, then beside the installation this module belongs to, then where the system looks.
+VESKARONR_LIBRARY names, then beside the module and the installation it belongs to, then where the system looks.
 """
 
 from importlib.metadata import PackageNotFoundError, version
 
-from ._denoise import denoise, profile
-from ._library import (
-    ArgumentError,
-    Error,
-    LibraryMemoryError,
-    StatisticsError,
-    c_library,
-)
-from ._params import PARAM_COUNT, Params, Profile
+from ._denoise import Info, denoise
+from ._errors import ArgumentError, Cancelled, Error, LibraryMemoryError, StatisticsError
+from ._library import PARAM_COUNT, c_library
+from ._measure import Measurement, Noise, measure
+from ._plan import Box, Plan
 from ._rgbe import denoise_rgbe
+from ._settings import Params, Settings
+
+profile = measure
 
 try:
     __version__ = version(__name__)
@@ -29,14 +30,21 @@ except PackageNotFoundError:  # used from the source tree
 
 __all__ = [
     "ArgumentError",
+    "Box",
+    "Cancelled",
     "Error",
+    "Info",
     "LibraryMemoryError",
+    "Measurement",
+    "Noise",
     "PARAM_COUNT",
     "Params",
-    "Profile",
+    "Plan",
+    "Settings",
     "StatisticsError",
+    "c_library",
     "denoise",
     "denoise_rgbe",
-    "c_library",
+    "measure",
     "profile",
 ]

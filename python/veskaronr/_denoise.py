@@ -1,213 +1,203 @@
-"""denoise and profile: 8- and 16-bit pictures."""
+"""denoise: pictures of 8 bits, 16 bits and floats."""
 
 from __future__ import annotations
 
-import os
-import threading
-from typing import Any, Literal, TypeVar, Union, overload
+import warnings
+from ctypes import byref
+from dataclasses import dataclass
+from typing import Any, Literal, Optional, Union, overload
 
-import numpy as np
 from numpy.typing import NDArray
 
-from ._library import c_library, check
-from ._params import PARAM_COUNT, Params, Profile
+from ._arrays import Format, ImageLike, fill, result_array
+from ._library import CPicture, c_library
+from ._measure import ChannelOrder, Noise, measure_picture
+from ._run import Progress, Runner, SupportsIsSet
+from ._settings import DEFAULT_PRESET, Params, Preset, Settings, check_preset, check_strength, with_params
 
-Sample = TypeVar("Sample", np.uint8, np.uint16)
-Image = Union[NDArray[np.uint8], NDArray[np.uint16]]
-
-_NO_PROFILE = {
-    -2: "no block of 32 x 32 pixels is usable: the picture is too small, black, white or flat",
-    -3: "the picture's blocks cannot be split into shadows and highlights",
-}
-
-# The tuning variables that denoise2 works with belong to the process: one call at a time.
-_one_at_a_time = threading.Lock()
+_GIVEN = Noise(reason="settings were given, so nothing was measured")
 
 
-def _renew_lock() -> None:
-    global _one_at_a_time
-    _one_at_a_time = threading.Lock()  # another thread of the parent may have held it at the fork
+@dataclass(frozen=True)
+class Info:
+    """What `denoise` found and used.
+
+    Of a batch, ``batch`` holds one of these a picture; ``noise`` and ``settings`` are those of the first.
+
+    Examples
+    --------
+    >>> import numpy as np, veskaronr
+    >>> noisy = np.random.default_rng(1).normal(np.linspace(60, 180, 256), 12, (256, 256)).astype(np.uint8)
+    >>> clean, info = veskaronr.denoise(noisy, return_info=True)
+    >>> info.measured, info.settings == info.noise.settings()
+    (True, True)
+    """
+
+    noise: Noise  #: what was measured
+    settings: Settings  #: what was used
+    batch: tuple[Info, ...] = ()  #: one a picture of a batch
+
+    @property
+    def measured(self) -> bool:
+        """Whether the noise was measured, in every picture of a batch."""
+        return all(one.measured for one in self.batch) if self.batch else self.noise.measured
 
 
-os.register_at_fork(after_in_child=_renew_lock)
-
-
-def _checked(image: Any) -> Image:
-    if not isinstance(image, np.ndarray):
-        raise TypeError(f"a numpy array is wanted, not {type(image).__name__}")
-    if image.dtype.kind != "u" or image.dtype.itemsize > 2:
-        raise TypeError(f"samples must be uint8 or uint16, not {image.dtype}")
-    if image.ndim not in (2, 3) or image.ndim == 3 and image.shape[2] not in (3, 4):
-        raise ValueError(f"the shape must be (h, w), (h, w, 3) or (h, w, 4), not {image.shape}")
-    if image.size == 0:
-        raise ValueError(f"the picture has no pixels: shape {image.shape}")
-    return image if image.dtype.isnative else image.astype(image.dtype.newbyteorder("="))
-
-
-def _row_stride(image: Image) -> int | None:
-    """Samples from row to row if the library can read the (h, w, 3) array in place, else None."""
-    height, width = image.shape[:2]
-    size = image.itemsize
-    packed = (width == 1 or image.strides[1] == 3 * size) and image.strides[2] == size
-    if not packed:
-        return None
-    if height == 1:
-        return 3 * width
-    stride, rest = divmod(image.strides[0], size)
-    return stride if rest == 0 and 3 * width <= stride and stride * height < 2**31 else None
-
-
-def _rows(height: int, width: int, stride: int, dtype: np.dtype[Any]) -> Any:
-    """A new (h, w, 3) array whose rows are `stride` samples apart."""
-    if stride == 3 * width:
-        return np.empty((height, width, 3), dtype)
-    memory = np.empty(height * stride, dtype)
-    return np.lib.stride_tricks.as_strided(
-        memory, (height, width, 3), (stride * memory.itemsize, 3 * memory.itemsize, memory.itemsize)
-    )
-
-
-def _run(image: Image, out: Image, stride: int, strength: float, threads: int, params: Params, tile: int) -> Params:
-    vector = params.to_vector()
-    vector[0] = strength
-    height, width = image.shape[:2]
-    with _one_at_a_time:
-        result = c_library().denoise2(
-            width, height, 3, stride, 8 * image.itemsize, tile, threads, vector, None, image.ctypes.data, out.ctypes.data
-        )
-    check("denoise2", result)
-    return Params.from_vector(vector)
-
-
-def _strength(strength: float) -> float:
-    if not 0.5 <= strength <= 1.5:
-        raise ValueError(f"the strength is a factor from 0.5 to 1.5, not {strength}")
-    return float(strength)
-
-
+# fmt: off
 @overload
 def denoise(
-    image: NDArray[Sample],
-    strength: float = ...,
-    threads: int | None = ...,
-    params: Params | None = ...,
-    *,
-    out: NDArray[Sample] | None = ...,
-    tile: int = ...,
+    image: ImageLike, strength: float = ..., *, preset: Preset = ..., settings: Optional[Params] = ...,
+    data_range: Optional[float] = ..., channel_axis: Optional[int] = ..., channel_order: ChannelOrder = ...,
+    linear: bool = ..., progress: Optional[Progress] = ..., cancel: Optional[SupportsIsSet] = ...,
+    threads: Optional[int] = ..., out: Optional[NDArray[Any]] = ..., return_info: Literal[False] = ...,
     return_params: Literal[False] = ...,
-) -> NDArray[Sample]: ...
+) -> NDArray[Any]: ...
 
 
 @overload
 def denoise(
-    image: NDArray[Sample],
-    strength: float = ...,
-    threads: int | None = ...,
-    params: Params | None = ...,
-    *,
-    out: NDArray[Sample] | None = ...,
-    tile: int = ...,
+    image: ImageLike, strength: float = ..., *, preset: Preset = ..., settings: Optional[Params] = ...,
+    data_range: Optional[float] = ..., channel_axis: Optional[int] = ..., channel_order: ChannelOrder = ...,
+    linear: bool = ..., progress: Optional[Progress] = ..., cancel: Optional[SupportsIsSet] = ...,
+    threads: Optional[int] = ..., out: Optional[NDArray[Any]] = ..., return_info: Literal[True],
+    return_params: bool = ...,
+) -> tuple[NDArray[Any], Info]: ...
+
+
+@overload
+def denoise(
+    image: ImageLike, strength: float = ..., *, preset: Preset = ..., settings: Optional[Params] = ...,
+    data_range: Optional[float] = ..., channel_axis: Optional[int] = ..., channel_order: ChannelOrder = ...,
+    linear: bool = ..., progress: Optional[Progress] = ..., cancel: Optional[SupportsIsSet] = ...,
+    threads: Optional[int] = ..., out: Optional[NDArray[Any]] = ..., return_info: bool = ...,
     return_params: Literal[True],
-) -> tuple[NDArray[Sample], Params]: ...
+) -> tuple[NDArray[Any], Info]: ...
+# fmt: on
 
 
 def denoise(
-    image: Any,
+    image: ImageLike,
     strength: float = 1.0,
-    threads: int | None = None,
-    params: Params | None = None,
     *,
-    out: Any = None,
-    tile: int = 256,
+    preset: Preset = DEFAULT_PRESET,
+    settings: Optional[Params] = None,
+    data_range: Optional[float] = None,
+    channel_axis: Optional[int] = None,
+    channel_order: ChannelOrder = "rgb",
+    linear: bool = False,
+    progress: Optional[Progress] = None,
+    cancel: Optional[SupportsIsSet] = None,
+    threads: Optional[int] = None,
+    out: Optional[NDArray[Any]] = None,
+    return_info: bool = False,
     return_params: bool = False,
-) -> Any:
-    """A denoised copy of a picture.
+) -> Union[NDArray[Any], tuple[NDArray[Any], Info]]:
+    """A denoised copy of a picture, whose channels are red, green, blue; OpenCV's need ``channel_order="bgr"``.
 
-    image          uint8 or uint16 samples of shape (h, w) grey, (h, w, 3) RGB or (h, w, 4) RGB and alpha, which is
-                   kept. An RGB array whose pixels are packed is read in place, whatever the distance of its rows;
-                   another one is copied first.
-    strength       factor on the measured noise, 0.5 to 1.5
-    threads        number of threads; None: one per processor that this process may use. 2 and more give the same
-                   bytes; 1 may cut different tiles and so give a slightly different picture.
-    params         settings; left as they are
-    out            array of the picture's shape and type for the result; must not overlap the picture
-    tile           nominal tile edge, at least 56
-    return_params  return (result, Params), the latter with what was measured and used
+    Parameters
+    ----------
+    image : array_like
+        Samples of type uint8, uint16, float32 or float64 (filtered in single precision), of shape (h, w) or
+        (h, w, 1) grey, (h, w, 3) colour, (h, w, 4) colour and alpha, which is kept, or (n, h, w, c), a batch of
+        pictures, each measured and filtered on its own. Arrays are read in place, whatever their strides; those of
+        float64 or foreign byte order are copied first. Lists of integers count as 8-bit samples.
+    strength : float
+        Factor on the measured noise, 0.5 to 1.5.
+    preset : str
+        How to get from the noise to the settings, as in `Noise.settings`.
+    settings : Settings or Params, optional
+        What to filter with instead: `Settings` as they stand, without measuring; of `Params`, what is not measured.
+    data_range : float, optional
+        Largest value of the samples: 1023 for 10 bits in uint16. Default: the type's largest, 1.0 for floats.
+        Integers above it count as it; floats may lie outside 0 to ``data_range``, and keep doing so.
+    channel_axis : int, optional
+        Axis of the channels; None: the last of three or more. 0 for planar pictures.
+    channel_order : {"rgb", "bgr"}
+        Order of the colour channels.
+    linear : bool
+        The samples are floats proportional to light, as in high-dynamic-range pictures, of any scale.
+    progress : callable or tqdm bar, optional
+        Called in this thread with the number of finished tiles and that of all, ``progress(done, total)``; of an
+        object with ``update``, as tqdm's bars have it, that. What it raises ends the call.
+    cancel : threading.Event, optional
+        Ends the call with `Cancelled` once it is set.
+    threads : int, optional
+        At most so many threads; default: one a processor that this process may use. The bytes are always the same.
+    out : ndarray, optional
+        Receives the result: an array of the picture's shape and type that shares no memory with it.
+    return_info, return_params : bool
+        Return ``(result, Info)``.
 
-    Raises ValueError or TypeError for what cannot be right and Error for what the library refuses. May be called from
-    any thread; calls wait for each other, since the library runs one at a time.
+    Returns
+    -------
+    ndarray
+        The picture's shape and type, in native byte order; contiguous, unless it is ``out``.
+    Info
+        What was measured and used, if ``return_info`` (or its other name, ``return_params``) is true.
+
+    Raises
+    ------
+    TypeError, ValueError
+        If an argument cannot be right, a sample is infinite or not a number, or the library refuses the settings.
+    MemoryError
+        If memory is exhausted.
+    Cancelled
+        If ``cancel`` was set; what is in ``out`` then is unspecified, as after Ctrl-C.
+
+    Warns
+    -----
+    UserWarning
+        If the noise could not be measured, once a call; default settings are used then.
+
+    Notes
+    -----
+    May be called from any number of threads at once; other Python threads run meanwhile. Ctrl-C ends a call.
+
+    Examples
+    --------
+    >>> import numpy as np, veskaronr
+    >>> noisy = np.random.default_rng(1).normal(np.linspace(60, 180, 256), 12, (256, 256)).astype(np.uint8)
+    >>> clean = veskaronr.denoise(noisy, strength=1.2)
+    >>> clean.shape, clean.dtype, bool(clean.std(axis=0).mean() < noisy.std(axis=0).mean() / 2)
+    ((256, 256), dtype('uint8'), True)
     """
-    image = _checked(image)
-    if out is not None:
-        _check_out(image, out)
-    if threads is None:
-        threads = len(os.sched_getaffinity(0))
-    settings = (_strength(strength), int(threads), params or Params(), int(tile))
-
-    if image.ndim == 3 and image.shape[2] == 3:
-        result, used = _denoise_rgb(image, out, *settings)
-    else:
-        result = np.empty_like(image) if out is None else out
-        rgb = np.repeat(image[:, :, np.newaxis], 3, axis=2) if image.ndim == 2 else image[:, :, :3]
-        clean, used = _denoise_rgb(np.ascontiguousarray(rgb), None, *settings)
-        if image.ndim == 2:
-            result[...] = clean[:, :, 1]
-        else:
-            result[:, :, :3] = clean
-            result[:, :, 3] = image[:, :, 3]
-    return (result, used) if return_params else result
-
-
-def _check_out(image: Image, out: Any) -> None:
-    if not isinstance(out, np.ndarray) or out.dtype != image.dtype or out.shape != image.shape:
-        raise ValueError(f"out must be a {image.dtype} array of shape {image.shape}")
-    if not out.flags.writeable:
-        raise ValueError("out is read-only")
-    if np.shares_memory(image, out):
-        raise ValueError("out overlaps the picture")
+    form = Format(data_range, channel_axis, channel_order, linear)
+    strength = check_strength(strength)
+    check_preset(preset)
+    if settings is not None and not isinstance(settings, Params):
+        raise TypeError(f"settings must be Settings or Params, not {type(settings).__name__}")
+    if isinstance(settings, Settings) and strength != 1:
+        raise ValueError("Settings hold their strength already; noise.settings(strength) makes them")
+    array = form.array(image)
+    pictures = form.pictures(array)
+    result = result_array(out, array.shape, array)
+    filtering, measuring, infos = Runner(threads, progress, cancel, len(pictures)), Runner(threads, None, cancel), []
+    for view, target in zip(pictures, form.pictures(result)):
+        given = form.picture(view)
+        infos.append(_info(given, strength, preset, settings, measuring))
+        fill(target, view, lambda into: _filter(given, form.picture(into), infos[-1].settings, filtering))
+    _warn_unmeasured(infos)
+    if not (return_info or return_params):
+        return result
+    return result, infos[0] if array.ndim < 4 else Info(infos[0].noise, infos[0].settings, tuple(infos))
 
 
-def _denoise_rgb(
-    image: Image, out: Any, strength: float, threads: int, params: Params, tile: int
-) -> tuple[Any, Params]:
-    height, width = image.shape[:2]
-    if out is None:
-        stride = _row_stride(image)
-        if stride is None:
-            image, stride = np.ascontiguousarray(image), 3 * width
-        result = _rows(height, width, stride, image.dtype)
-        return result, _run(image, result, stride, strength, threads, params, tile)
-    # Both pictures must have rows of the same distance; the result decides.
-    stride = _row_stride(out)
-    target = out if stride is not None else np.empty(out.shape, out.dtype)
-    stride = stride or 3 * width
-    if _row_stride(image) != stride:
-        copy = _rows(height, width, stride, image.dtype)
-        copy[...] = image
-        image = copy
-    used = _run(image, target, stride, strength, threads, params, tile)
-    if target is not out:
-        out[...] = target
-    return out, used
+def _info(picture: CPicture, strength: float, preset: Preset, settings: Optional[Params], runner: Runner) -> Info:
+    if isinstance(settings, Settings):
+        return Info(_GIVEN, settings)
+    noise = measure_picture(picture, runner)
+    measured = noise.settings(strength, preset)
+    return Info(noise, measured if settings is None else with_params(measured, settings, noise))
 
 
-def profile(image: Any, strength: float = 1.0) -> Profile:
-    """The measured noise of a picture, as denoise would find it, without denoising.
+def _warn_unmeasured(infos: list[Info]) -> None:
+    without = [info.noise for info in infos if not info.noise.measured and info.noise is not _GIVEN]
+    if without:
+        which = "" if len(infos) == 1 else f" in {len(without)} of {len(infos)} pictures"
+        why = f"({without[0].reason}), so default settings are used; is data_range right?"
+        warnings.warn(f"the noise could not be measured{which} {why}", UserWarning, stacklevel=3)
 
-    Raises ArgumentError or StatisticsError for a picture that cannot be profiled; denoise uses the defaults then.
-    """
-    image = _checked(image)
-    if image.ndim == 2:
-        image = np.repeat(image[:, :, np.newaxis], 3, axis=2)
-    eight = image[:, :, :3] if image.dtype == np.uint8 else (image[:, :, :3] >> 8).astype(np.uint8)
-    stride = _row_stride(eight)
-    if stride is None:
-        eight, stride = np.ascontiguousarray(eight), 3 * image.shape[1]
-    height, width = eight.shape[:2]
-    vector = Params().to_vector()
-    vector[0] = _strength(strength)
-    scratch = np.empty(48 * (width // 32) * (height // 32) + 4 * 320, np.uint8)
-    result = c_library().auto_profile(width, height, stride, vector, scratch.ctypes.data, eight.ctypes.data)
-    check("auto_profile", result, _NO_PROFILE)
-    assert len(vector) == PARAM_COUNT
-    return Profile(vector[0], vector[7], vector[17], vector[18])
+
+def _filter(given: CPicture, made: CPicture, settings: Settings, runner: Runner) -> None:
+    struct, function = settings._as_struct(), c_library().vnr_denoise
+    runner("vnr_denoise", given, lambda c: function(byref(given), byref(made), byref(struct), byref(c)))

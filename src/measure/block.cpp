@@ -5,46 +5,74 @@
 #include <initializer_list>
 #include <limits>
 
+#include "pixels/level.h"
+
 namespace veskaro::measure {
 namespace {
 
-constexpr int kChannels = 3;
+using pixels::kChannels;
+
 constexpr int kGridStep = 8;
 constexpr float kBaseSum = 288.0f;  // makes up for comparisons skipped because a sample was clipped
 
-// Working values of integers, cut off: the high-order bits of those of 8 bits and more.
+// Where the samples of one block lie, counted from its first pixel.
+class BlockSamples {
+ public:
+  BlockSamples(const pixels::PictureView& picture, int x, int y)
+      : first_{picture.at(0, x, y), picture.at(1, x, y), picture.at(2, x, y)},
+        pixelStride_(picture.pixelStride),
+        rowStride_(picture.rowStride) {}
+
+  const unsigned char* at(int channel, int dx, int dy) const {
+    return first_[channel] + dy * rowStride_ + dx * pixelStride_;
+  }
+  std::ptrdiff_t pixelStride() const { return pixelStride_; }
+  std::ptrdiff_t rowStride() const { return rowStride_; }
+
+ private:
+  const unsigned char* first_[kChannels];
+  std::ptrdiff_t pixelStride_, rowStride_;
+};
+
+// Working values of integers, cut off: the factor is a power of two, so shifting does it.
 template <typename Sample>
 class IntegerReader {
  public:
-  IntegerReader(const pixels::PictureView& picture, const pixels::SampleScale& scale)
-      : picture_(picture), white_(static_cast<int>(scale.white)), factor_(scale.toWorking) {}
-
-  int operator()(int channel, int x, int y) {
-    const int v = pixels::loadSample<Sample>(picture_.at(channel, x, y));
-    return static_cast<int>(static_cast<float>(v < white_ ? v : white_) * factor_);
+  IntegerReader(const BlockSamples& samples, const pixels::SampleScale& scale)
+      : samples_(samples), white_(static_cast<int>(scale.white)) {
+    while ((white_ + 1) >> right_ > 256) ++right_;
+    while ((white_ + 1) << left_ < 256) ++left_;
   }
+
+  const BlockSamples& samples() const { return samples_; }
+  int value(const unsigned char* at) const {
+    const int v = pixels::loadSample<Sample>(at);
+    return (v < white_ ? v : white_) << left_ >> right_;
+  }
+  int operator()(int channel, int dx, int dy) const { return value(samples_.at(channel, dx, dy)); }
   bool sawOnlyNumbers() const { return true; }
 
  private:
-  const pixels::PictureView& picture_;
+  const BlockSamples samples_;
   int white_;
-  float factor_;
+  int left_ = 0, right_ = 0;
 };
 
 class FloatReader {
  public:
-  FloatReader(const pixels::PictureView& picture, const pixels::SampleScale& scale)
-      : picture_(picture), scale_(scale) {}
+  FloatReader(const BlockSamples& samples, const pixels::SampleScale& scale) : samples_(samples), scale_(scale) {}
 
-  int operator()(int channel, int x, int y) {
-    const float v = pixels::loadSample<float>(picture_.at(channel, x, y));
-    if (!std::isfinite(v)) sawOnlyNumbers_ = false;
-    return static_cast<int>(pixels::truncated(pixels::toWorking(v, scale_), 255.0f));
+  const BlockSamples& samples() const { return samples_; }
+  int value(const unsigned char* at) {
+    const float v = pixels::toWorking(pixels::loadSample<float>(at), scale_);
+    sawOnlyNumbers_ = sawOnlyNumbers_ && std::isfinite(v);
+    return static_cast<int>(pixels::truncated(v, 255.0f));
   }
+  int operator()(int channel, int dx, int dy) { return value(samples_.at(channel, dx, dy)); }
   bool sawOnlyNumbers() const { return sawOnlyNumbers_; }
 
  private:
-  const pixels::PictureView& picture_;
+  const BlockSamples samples_;
   const pixels::SampleScale& scale_;
   bool sawOnlyNumbers_ = true;
 };
@@ -76,11 +104,11 @@ struct GridSums {
 };
 
 template <class Reader>
-bool sumGrid(Reader read, int x, int y, GridSums* grid) {
+bool sumGrid(Reader read, GridSums* grid) {
   for (int dy = 0; dy < kBlockSize; dy += kGridStep) {
     for (int dx = 0; dx < kBlockSize; dx += kGridStep) {
       for (int k = 0; k < kChannels; ++k) {
-        grid->add(k, read(k, x + dx, y + dy), read(k, x + dx + 1, y + dy), read(k, x + dx, y + dy + 1));
+        grid->add(k, read(k, dx, dy), read(k, dx + 1, dy), read(k, dx, dy + 1));
       }
     }
   }
@@ -92,13 +120,12 @@ struct LineSums {
   float deviation = 0.0f;
   std::int64_t clipped = 0;
 
+  // Without a branch: adding 0 leaves the sum as it is.
   void add(int a, int b) {
-    const auto isMeasurable = [](int value) { return value > 1 && value < 254; };
-    if (isMeasurable(a) && isMeasurable(b)) {
-      deviation += static_cast<float>(std::abs(a - b));
-    } else {
-      ++clipped;
-    }
+    const auto isMeasurable = [](int value) { return static_cast<unsigned>(value - 2) < 252u; };
+    const int counts = isMeasurable(a) & isMeasurable(b);
+    deviation += static_cast<float>(std::abs(a - b) * counts);
+    clipped += 1 - counts;
   }
 
   float scaled(int blockSize) const {
@@ -110,19 +137,31 @@ struct LineSums {
   }
 };
 
+// The pairs across three lines, at first and first + 1 of each: next is the way from a sample to the other of its pair.
 template <class Reader>
-bool sumLines(Reader read, int x, int y, int blockSize, LineSums* sums) {
+void addPairs(Reader& read, const unsigned char* const (&first)[3], std::ptrdiff_t offset, std::ptrdiff_t next,
+              LineSums* sums) {
+  for (const unsigned char* const line : first) sums->add(read.value(line + offset), read.value(line + offset + next));
+}
+
+template <class Reader>
+bool sumLines(Reader read, int blockSize, LineSums* total) {
   const int lines[3] = {blockSize / 4 - 1, blockSize / 2 - 1, static_cast<int>(std::int64_t{3} * blockSize / 4) - 1};
+  const BlockSamples& s = read.samples();
+  LineSums sums;
   for (int across = 0; across < blockSize; ++across) {
     for (int k = 0; k < kChannels; ++k) {
-      for (const int line : lines) sums->add(read(k, x + line, y + across), read(k, x + line + 1, y + across));
+      const unsigned char* const columns[3] = {s.at(k, lines[0], 0), s.at(k, lines[1], 0), s.at(k, lines[2], 0)};
+      addPairs(read, columns, across * s.rowStride(), s.pixelStride(), &sums);
     }
   }
   for (int across = 0; across < blockSize; ++across) {
     for (int k = 0; k < kChannels; ++k) {
-      for (const int line : lines) sums->add(read(k, x + across, y + line), read(k, x + across, y + line + 1));
+      const unsigned char* const rows[3] = {s.at(k, 0, lines[0]), s.at(k, 0, lines[1]), s.at(k, 0, lines[2])};
+      addPairs(read, rows, across * s.pixelStride(), s.rowStride(), &sums);
     }
   }
+  *total = sums;
   return read.sawOnlyNumbers();
 }
 
@@ -141,16 +180,18 @@ struct RootSums {
   }
 };
 
-// Calls visit with the reader of the picture's samples.
+// Calls visit with the reader of the block at (x, y).
 template <class Visit>
-bool withReader(const pixels::PictureView& picture, const pixels::SampleScale& scale, const Visit& visit) {
+bool withReader(const pixels::PictureView& picture, const pixels::SampleScale& scale, int x, int y,
+                const Visit& visit) {
+  const BlockSamples samples(picture, x, y);
   switch (picture.type) {
     case pixels::SampleType::kUint8:
-      return visit(IntegerReader<std::uint8_t>(picture, scale));
+      return visit(IntegerReader<std::uint8_t>(samples, scale));
     case pixels::SampleType::kUint16:
-      return visit(IntegerReader<std::uint16_t>(picture, scale));
+      return visit(IntegerReader<std::uint16_t>(samples, scale));
     default:
-      return visit(FloatReader(picture, scale));
+      return visit(FloatReader(samples, scale));
   }
 }
 
@@ -161,10 +202,19 @@ double brightnessDivisor(int average) {
 
 }  // namespace
 
+void prefetchBlock(const pixels::PictureView& piece, int x, int y) {
+  const pixels::Region part = pixels::intersection(piece.region, {x, x + kBlockSize, y, y + kBlockSize});
+  for (int row = part.y0; row < part.y1; ++row) {
+    for (const int column : {part.x0, (part.x0 + part.x1) / 2, part.x1 - 1}) {
+      __builtin_prefetch(piece.at(1, column, row));
+    }
+  }
+}
+
 bool measureSparsely(const pixels::PictureView& picture, const pixels::SampleScale& scale, int x, int y,
                      SparseMeasurement* measured) {
   GridSums grid;
-  const bool onlyNumbers = withReader(picture, scale, [&](const auto& reader) { return sumGrid(reader, x, y, &grid); });
+  const bool onlyNumbers = withReader(picture, scale, x, y, [&](const auto& reader) { return sumGrid(reader, &grid); });
   const float perPair = 1.0f / (kBaseSum - static_cast<float>(grid.clipped));
   int deviation = 0;
   for (const int d : grid.deviation) deviation += static_cast<int>(static_cast<float>(d) * kBaseSum * perPair);
@@ -177,7 +227,7 @@ bool measureDensely(const pixels::PictureView& picture, const pixels::SampleScal
                     float* deviation) {
   LineSums sums;
   const bool onlyNumbers =
-      withReader(picture, scale, [&](const auto& reader) { return sumLines(reader, x, y, blockSize, &sums); });
+      withReader(picture, scale, x, y, [&](const auto& reader) { return sumLines(reader, blockSize, &sums); });
   *deviation = sums.scaled(blockSize);
   return onlyNumbers;
 }

@@ -18,6 +18,10 @@ inline std::int64_t blocksAlong(int pixels) {
   return pixels > 0 ? pixels / kBlockSize : 0;
 }
 
+// Asks for the lines of memory that the block at (x, y), or what the piece holds of it, lies in: its rows are too far
+// apart for the processor to foresee the next one.
+void prefetchBlock(const pixels::PictureView& piece, int x, int y);
+
 // What the sparse grid shows. Average 0 stands for a block without any difference too: neither says a thing about
 // noise.
 struct SparseMeasurement {

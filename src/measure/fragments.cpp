@@ -17,20 +17,31 @@ float fragmentValue(const unsigned char* at, const pixels::SampleScale& scale) {
   return scale.encoding == pixels::Encoding::kLinear ? v : pixels::toWorking(v, scale);
 }
 
+// One channel of one row. False when a sample is not a number.
+template <typename Sample>
+bool fillRow(const unsigned char* from, std::ptrdiff_t stride, int pixels, const pixels::SampleScale& scale,
+             float* to) {
+  bool onlyNumbers = true;
+  for (int x = 0; x < pixels; ++x, from += stride) {
+    to[x] = fragmentValue<Sample>(from, scale);
+    onlyNumbers = onlyNumbers && (sizeof(Sample) < sizeof(float) || std::isfinite(to[x]));
+  }
+  return onlyNumbers;
+}
+
 template <typename Sample, int kSize>
 bool fillFrom(FragmentOf<kSize>* fragment, int xBlock, int yBlock, const pixels::PictureView& piece,
               const pixels::SampleScale& scale) {
   const pixels::Region r = pixels::intersection(piece.region, {xBlock, xBlock + kSize, yBlock, yBlock + kSize});
+  const int column = r.x0 - xBlock, count = r.x1 - r.x0;
+  const std::uint32_t filled = 0xffffffffu >> (32 - count) << column;
   bool onlyNumbers = true;
   for (int y = r.y0; y < r.y1; ++y) {
-    for (int x = r.x0; x < r.x1; ++x) {
-      for (int k = 0; k < 3; ++k) {
-        const float value = fragmentValue<Sample>(piece.at(k, x, y), scale);
-        if (!std::isfinite(value)) onlyNumbers = false;
-        fragment->values[k][y - yBlock][x - xBlock] = value;
-      }
-      fragment->filled[y - yBlock] |= 1u << (x - xBlock);
+    for (int k = 0; k < 3; ++k) {
+      float* const to = fragment->values[k][y - yBlock] + column;
+      onlyNumbers &= fillRow<Sample>(piece.at(k, r.x0, y), piece.pixelStride, count, scale, to);
     }
+    fragment->filled[y - yBlock] |= filled;
   }
   return onlyNumbers;
 }

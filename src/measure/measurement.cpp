@@ -97,12 +97,15 @@ void Measurement::rank(std::int64_t block) {
 Result Measurement::addToFragments(const pixels::PictureView& piece, const pixels::SampleScale& scale,
                                    const pixels::Region& whole) {
   Result result = Result::kDone;
+  std::int64_t fetched = -1;
   forEachBlock(blocksTouched(piece.region, table_), table_, [&](std::int64_t block) {
     const int column = static_cast<int>(block % table_.columns()), row = static_cast<int>(block / table_.columns());
     if (whole.contains({column, column + 1, row, row + 1}) || table_[block].isSeen()) return;
-    if (result == Result::kDone) result = addToFragment(piece, scale, block);
+    prefetchBlock(piece, table_.xOf(block), table_.yOf(block));
+    if (fetched >= 0 && result == Result::kDone) result = addToFragment(piece, scale, fetched);
+    fetched = block;
   });
-  return result;
+  return fetched >= 0 && result == Result::kDone ? addToFragment(piece, scale, fetched) : result;
 }
 
 Result Measurement::addToFragment(const pixels::PictureView& piece, const pixels::SampleScale& scale,
@@ -125,7 +128,7 @@ Result Measurement::complete(Fragment* fragment) {
   const pixels::SampleScale scale = fragmentScale(encoding_);
   measureBlock(view, scale, block);
   BlockRecord& record = table_[block];
-  if (encoding_ == pixels::Encoding::kDisplay && isUsable(record.average)) {
+  if (wantsDense(block)) {
     measureDensely(view, scale, x, y, kBlockSize, &record.dense);
     record.flags |= BlockRecord::kIsDense;
   }
@@ -160,11 +163,15 @@ Result Measurement::measureAgain(const pixels::PictureView& piece, const pixels:
   forEachBlock(blocks, table_, [this](std::int64_t block) { rank(block); });
   smoothest_.settle();
   return resultOf(platform::forEachItem(control, blocks.isEmpty() ? 0 : blocks.y1 - blocks.y0, [&](std::int64_t row) {
+    std::int64_t fetched = -1;
     for (std::int64_t column = blocks.x0; column < blocks.x1; ++column) {
       const std::int64_t block = (blocks.y0 + row) * table_.columns() + column;
-      if (wantsDense(block) && !measureDense(block)) return false;
+      if (!wantsDense(block)) continue;
+      prefetchBlock(piece, table_.xOf(block), table_.yOf(block));
+      if (fetched >= 0 && !measureDense(fetched)) return false;
+      fetched = block;
     }
-    return true;
+    return fetched < 0 || measureDense(fetched);
   }));
 }
 

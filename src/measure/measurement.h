@@ -29,10 +29,16 @@ struct Noise {
   NoiseByScale byScale;
 };
 
+// What is measured: denoise2 asks for its own profile alone.
+enum class Scope { kProfile, kAll };
+
 class Measurement {
  public:
-  Measurement(int width, int height)
-      : width_(width), height_(height), table_(width, height), haarBlocks_(width, height) {}
+  Measurement(int width, int height, Scope scope)
+      : width_(width),
+        height_(height),
+        table_(width, height),
+        haarBlocks_(scope == Scope::kAll ? width : 0, scope == Scope::kAll ? height : 0) {}
 
   explicit operator bool() const { return static_cast<bool>(table_) && static_cast<bool>(haarBlocks_); }
   int width() const { return width_; }

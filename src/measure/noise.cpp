@@ -15,7 +15,8 @@ void finish(Noise* noise) {
                                            : Reason::kNoContrast;
 }
 
-// The root mean square root below which 99 % of the blocks lie; 1 where all is black.
+// The mean square root below which 99 % of the blocks lie; 1 where all is black, or too dark or bright for its square,
+// the linear scale, to be a float of full precision.
 float whiteRoot(const BlockTable& table, float* roots) {
   std::size_t count = 0;
   for (std::int64_t block = 0; block < table.count(); ++block) {
@@ -24,7 +25,7 @@ float whiteRoot(const BlockTable& table, float* roots) {
   if (count == 0) return 1.0f;
   float* const at = roots + (count - 1) * 99 / 100;
   std::nth_element(roots, at, roots + count);
-  return *at > 0.0f ? *at : 1.0f;
+  return *at > 0.0f && std::isnormal(*at * *at) ? *at : 1.0f;
 }
 
 }  // namespace

@@ -15,15 +15,30 @@ float SmoothestBlocks::Lowest::bound() const {
   return count < kMostOfHalf ? std::numeric_limits<float>::infinity() : values[count - 1];
 }
 
+// The lowest of both, which are ascending.
+void SmoothestBlocks::Lowest::add(const Lowest& other) {
+  const Lowest own = *this;
+  count = 0;
+  for (int i = 0, k = 0; count < kMostOfHalf && (i < own.count || k < other.count);) {
+    const bool isOwn = k == other.count || (i < own.count && own.values[i] <= other.values[k]);
+    values[count++] = isOwn ? own.values[i++] : other.values[k++];
+  }
+}
+
+SmoothestBlocks::SmoothestBlocks() {
+  settle();
+}
+
 void SmoothestBlocks::settle() {
-  const auto accumulate = [this](Lowest* all, int average) {
-    const Lowest& own = of_[average];
-    for (int k = 0; k < own.count; ++k) all->add(own.values[k]);
-    return all->bound();
-  };
   Lowest darker, brighter;
-  for (int a = 0; a < kAverages; ++a) upTo_[a] = accumulate(&darker, a);
-  for (int a = kAverages - 1; a >= 0; --a) from_[a] = accumulate(&brighter, a);
+  for (int a = 0; a < kAverages; ++a) {
+    darker.add(of_[a]);
+    upTo_[a] = darker.bound();
+  }
+  for (int a = kAverages - 1; a >= 0; --a) {
+    brighter.add(of_[a]);
+    from_[a] = brighter.bound();
+  }
 }
 
 }  // namespace veskaro::measure

@@ -11,6 +11,8 @@ namespace veskaro::measure {
 // candidate likewise among those from a on. Both bounds only fall as blocks come.
 class SmoothestBlocks {
  public:
+  SmoothestBlocks();
+
   void add(int average, float deviation) { of_[average].add(deviation); }
 
   // Brings the bounds up to date with what has been added.
@@ -28,6 +30,7 @@ class SmoothestBlocks {
     float values[kMostOfHalf];
 
     void add(float deviation);
+    void add(const Lowest& other);
     float bound() const;
   };
 

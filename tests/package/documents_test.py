@@ -32,7 +32,7 @@ class Documents(unittest.TestCase):
 
     def test_what_the_readme_shows_works(self):
         text = (SOURCE / "README.md").read_text()
-        blocks = dict(re.findall(r"^```(c|python)\n(.*?)^```", text, re.S | re.M))
+        blocks = {kind: "".join(re.findall(rf"^```{kind}\n(.*?)^```", text, re.S | re.M)) for kind in ("c", "python")}
         with tempfile.TemporaryDirectory() as folder:
             folder = pathlib.Path(folder)
             (folder / "shown.c").write_text(blocks["c"])

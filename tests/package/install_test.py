@@ -52,7 +52,7 @@ class Installed(unittest.TestCase):
             "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_C_FLAGS=-Wall -Wextra -Werror", "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")  # fmt: skip
         run("cmake", "--build", build, "--parallel", "2")
         said = run("ctest", "--test-dir", build, "--output-on-failure", "--no-tests=error")
-        self.assertIn("100% tests passed, 0 tests failed out of 7", said)
+        self.assertIn("100% tests passed, 0 tests failed out of 12", said)
 
     def test_version_is_checked(self):
         for wanted, found in (("1", True), (VERSION, True), ("2", False), ("0.9", False), ("1.99", False)):
@@ -109,6 +109,22 @@ class Installed(unittest.TestCase):
         version, path = said.strip().split(" ", 1)
         self.assertEqual(version, VERSION)
         self.assertEqual(pathlib.Path(path).resolve(), (self.lib / "VeskaroNRLib.so.1").resolve())
+
+    def test_wheel(self):
+        # Nothing of the source tree is written to; the library is the one under test.
+        sources, wheels, room = self.top / "sources/python", self.top / "wheels", self.top / "room"
+        shutil.copytree(SOURCE / "python", sources, ignore=shutil.ignore_patterns("build"))
+        shutil.copytree(SOURCE / "include", self.top / "sources/include")
+        pip = ("/usr/bin/python3", "-m", "pip", "-q", "--disable-pip-version-check")
+        environment = {**os.environ, "VESKARONR_LIBRARY": str(self.lib / "VeskaroNRLib.so.1")}
+        run(*pip, "wheel", "--no-build-isolation", "--no-deps", "--no-index", "-w", wheels, sources, env=environment)
+        (wheel,) = wheels.iterdir()
+        self.assertRegex(wheel.name, rf"^veskaronr-{VERSION}-py3-none-linux_\w+\.whl$")
+        run("/usr/bin/python3", "-m", "venv", "--system-site-packages", room)
+        run(room / "bin/pip", "-q", "install", "--no-index", wheel)
+        code = "import veskaronr; print(veskaronr.c_library()._name); veskaronr.denoise([[1, 2], [3, 4]])"
+        environment = {k: v for k, v in os.environ.items() if k not in ("VESKARONR_LIBRARY", "PYTHONPATH")}
+        self.assertIn(str(room), run(room / "bin/python", "-W", "ignore", "-c", code, env=environment, cwd=self.top))
 
     def test_companion_finds_its_library(self):
         tool = self.prefix / "bin/veskaro-nr"

@@ -107,7 +107,7 @@ class DenoiseOptions {
     add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
     app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
     add("--threads", settings.threads, "Threads [one a processor]", "1..", group)->check(CLI::Range(1, 1024));
-    add("--tile", settings.tile, "Edge of a tile in pixels [256]", "48..", group)->check(CLI::Range(48, 1 << 15));
+    add("--tile", settings.tile, "Edge of a tile in pixels [256]", "56..", group)->check(CLI::Range(56, 1 << 15));
   }
 
   void addShow() {
@@ -155,7 +155,6 @@ class DenoiseOptions {
     if (denoise_.naming.format == pictures::Format::kOpenExr) {
       throw UsageError{"OpenEXR is read, not written; results are Radiance (--format hdr)"};
     }
-    checkTile();
   }
 
   void checkOne() const {
@@ -174,14 +173,6 @@ class DenoiseOptions {
     if (suffix.find('/') != std::string::npos) throw UsageError{"--suffix is a part of a name and holds no /"};
     if (suffix.empty() && !naming.outputDir && !naming.output && !naming.force) {
       throw UsageError{"an empty --suffix would replace the inputs; if that is meant, add --force"};
-    }
-  }
-
-  void checkTile() const {
-    const bool alone = denoise_.settings.threads == 1;
-    const int smallest = alone ? 48 : 56;
-    if (denoise_.settings.tile < smallest) {
-      throw UsageError{fmt::format("--tile is at least {}{}", smallest, alone ? "" : " (48 with --threads 1)")};
     }
   }
 

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <vips/vips8>
 
+#include "base/interruption.h"
 #include "base/timer.h"
 #include "command/denoise_file.h"
 #include "find/jobs.h"
@@ -46,12 +47,12 @@ Totals denoiseAll(const std::vector<find::Job>& jobs, const Denoise& command) {
   Taken taken;
   Totals totals;
   for (const find::Job& job : jobs) {
-    progress.begin(job.found.name);
-    const run::FileResult file = denoiseFile(job, command, taken);
+    progress.begin(job.found.name, job.found.size);
+    const run::FileResult file = denoiseFile(job, command, taken, [&](double share) { progress.advance(share); });
     progress.clear();
     say(file, command);
     const double megapixels = file.outcome() != nullptr ? file.outcome()->decoded.layout.megapixels() : 0;
-    progress.done(job.found.size, megapixels);
+    progress.done(megapixels);
     totals.megapixels += megapixels;
     ++(file.outcome() != nullptr ? totals.done : totals.failed);
   }
@@ -67,7 +68,7 @@ bool wantsTotals(const std::vector<find::Job>& jobs, const Denoise& command) {
 
 int execute(const Denoise& command) {
   vips_concurrency_set(command.settings.threads);
-  pictures::removeUnfinishedFileOnSignals();
+  watchForSignals();
   const std::vector<find::Job> jobs = find::planJobs(command.inputs, command.naming);
   const Timer timer;
   const Totals totals = denoiseAll(jobs, command);

@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 
+#include "base/interruption.h"
 #include "base/timer.h"
 #include "pictures/file_io.h"
 #include "pictures/hdr.h"
@@ -44,17 +45,27 @@ std::optional<std::string> noteOn(const pictures::HdrPicture& picture) {
   return "OpenEXR goes through RGBE: 8 bits of mantissa, no alpha";
 }
 
-Through photoThrough(const Bytes& file, Format from, Format to, const Denoise& command) {
+run::DenoisedPhoto denoised(const pictures::Photo& photo, const run::Settings& settings, const Progress& progress) {
+  const Cancellable cancellable;
+  run::DenoisedPhoto denoised = run::denoisePhoto(photo, settings, {progress, cancellable.flag()});
+  cancellable.check();
+  return denoised;
+}
+
+// Neither the file nor the picture before stays in memory longer than it is needed.
+Through photoThrough(Bytes file, Format from, Format to, const Denoise& command, const Progress& progress) {
   Timer timer;
-  const pictures::Photo photo = pictures::decodePhoto(file, from);
+  pictures::Photo photo = pictures::decodePhoto(file, from);
+  file = Bytes();
   const run::Decoded decoded{photo.layout(), noteOn(photo), timer.lap()};
   pictures::requireFits(photo, to);
-  run::DenoisedPhoto denoised = run::denoisePhoto(photo, command.settings);
+  run::DenoisedPhoto after = denoised(photo, command.settings, progress);
   std::optional<tell::DisplayPair> display;
-  if (wantsDisplay(command)) display = tell::displayPair(photo, denoised.rgb);
+  if (wantsDisplay(command)) display = tell::displayPair(photo, after.samples);
+  photo.decoded = {};
   timer.lap();
-  Bytes encoded = pictures::encodePhoto(photo, denoised.rgb, to, command.save);
-  return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
+  Bytes encoded = pictures::encodePhoto(photo, std::move(after.samples), to, command.save);
+  return {decoded, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
 Through hdrThrough(const Bytes& file, Format from, const Denoise& command) {
@@ -69,8 +80,8 @@ Through hdrThrough(const Bytes& file, Format from, const Denoise& command) {
   return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Through goThrough(const Bytes& file, Format from, Format to, const Denoise& command) {
-  if (!isHdr(from)) return photoThrough(file, from, to, command);
+Through goThrough(Bytes file, Format from, Format to, const Denoise& command, const Progress& progress) {
+  if (!isHdr(from)) return photoThrough(std::move(file), from, to, command, progress);
   if (to == Format::kRadiance) return hdrThrough(file, from, command);
   throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
 }
@@ -97,16 +108,17 @@ void show(const run::FileResult& result, const tell::DisplayPair& display, const
   if (command.report) tell::writeReport(*command.report, result, display, command.settings, force);
 }
 
-void denoise(const find::Job& job, const Denoise& command, Taken& taken, run::FileResult& result) {
+void denoise(const find::Job& job, const Denoise& command, Taken& taken, const Progress& progress,
+             run::FileResult& result) {
   if (job.found.problem) throw Failure(*job.found.problem);
   const Timer total;
-  const Bytes file = pictures::readWhole(result.input);
+  Bytes file = pictures::readWhole(result.input);
   const double reading = total.seconds();
   const Format from = requireFormat(file);
   result.output = find::outputFor(result.input, job.place, command.naming, from);
   const Format to = find::outputFormat(result.output, command.naming, from);
   requireWritable(result.input, result.output, command, taken);
-  const Through through = goThrough(file, from, to, command);
+  const Through through = goThrough(std::move(file), from, to, command, progress);
   const Timer writing;
   pictures::writeWhole(result.output, through.encoded, command.naming.force);
   taken.insert(result.output);
@@ -124,10 +136,10 @@ Failure withName(const std::string& message, const run::FileResult& result) {
 
 }  // namespace
 
-run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken) {
+run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken, const Progress& progress) {
   run::FileResult result{job.found.name, "", Failure("")};
   try {
-    denoise(job, command, taken, result);
+    denoise(job, command, taken, progress, result);
   } catch (const std::bad_alloc&) {
     result.end = withName("memory exhausted", result);
   } catch (const std::exception& failure) {

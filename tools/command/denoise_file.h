@@ -1,6 +1,7 @@
 // One file from name to name: read, decode, denoise, encode, write, show.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 
@@ -13,7 +14,10 @@ namespace tool::command {
 // The results of this run so far, by their full names: no two inputs may have the same.
 using Taken = std::set<std::string>;
 
-// Never throws for what is wrong with one file; the result holds it.
-run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken);
+// Told the share of the file that is done.
+using Progress = std::function<void(double share)>;
+
+// Never throws for what is wrong with one file; the result holds it. Throws Interrupted.
+run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken, const Progress& progress);
 
 }  // namespace tool::command

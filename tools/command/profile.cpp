@@ -36,13 +36,13 @@ struct Measured {
   // Pictures without a level come first.
   double level() const {
     const auto* profile = std::get_if<NoiseProfile>(&noise);
-    return profile != nullptr && profile->measured() ? profile->noiseLevel : -1;
+    return profile != nullptr && profile->measured() ? profile->noise.level : -1;
   }
 };
 
 Measured measurePhoto(const std::string& name, const Bytes& file, Format format) {
   const pictures::Photo photo = pictures::decodePhoto(file, format);
-  return {name, photo.layout(), run::measureNoise(photo, run::vectorOf(run::defaultParameters(), kNominalStrength))};
+  return {name, photo.layout(), run::measureNoise(photo, nullptr)};
 }
 
 Measured measureHdr(const std::string& name, const Bytes& file, Format format) {
@@ -75,24 +75,24 @@ std::string rowOf(const Measured& m, const HdrStatistics& statistics) {
          fmt::format("  (log luminance: median {:.2f}, 99 % {:.2f})", statistics[3], statistics[4]);
 }
 
-std::string rowOf(const Measured& m, const NoiseProfile& noise) {
-  const std::string blocks = fmt::format("{}", noise.blocks.size());
-  if (!noise.measured()) return rowOf(m, "-", "-", blocks) + fmt::format("  ({})", noise.whyDefaults());
-  return rowOf(m, fmt::format("{:.1f}", noise.noiseLevel), fmt::format("{:.2f}", noise.statistic), blocks);
+std::string rowOf(const Measured& m, const NoiseProfile& profile) {
+  const std::string blocks = fmt::format("{}", profile.blocks.size());
+  if (!profile.measured()) return rowOf(m, "-", "-", blocks) + fmt::format("  ({})", profile.whyDefaults());
+  return rowOf(m, fmt::format("{:.1f}", profile.noise.level), fmt::format("{:.2f}", profile.noise.statistic), blocks);
 }
 
 void add(const HdrStatistics& statistics, Json& json) {
   json["statistics"] = tell::describe(statistics);
 }
 
-void add(const NoiseProfile& noise, Json& json) {
-  json["noise_measured"] = noise.measured();
-  json["blocks_usable"] = noise.blocks.size();
-  if (noise.measured()) {
-    json["noise_level"] = noise.noiseLevel;
-    json["noise_statistic"] = noise.statistic;
+void add(const NoiseProfile& profile, Json& json) {
+  json["noise_measured"] = profile.measured();
+  json["blocks_usable"] = profile.blocks.size();
+  if (profile.measured()) {
+    json["noise_level"] = profile.noise.level;
+    json["noise_statistic"] = profile.noise.statistic;
   } else {
-    json["reason"] = noise.whyDefaults();
+    json["reason"] = profile.whyDefaults();
   }
 }
 

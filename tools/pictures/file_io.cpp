@@ -7,47 +7,19 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include "base/failure.h"
+#include "base/interruption.h"
 #include "pictures/memory_limit.h"
 
 namespace tool::pictures {
 namespace {
 
 constexpr std::size_t kLeastRead = 1 << 16, kLargeInput = std::size_t{1} << 30;
-
-// The name of the file being written, for the signal handler; empty when there is none. Written while the signals
-// that read it are blocked.
-char unfinished[4096];
-
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
-
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (int signal : kEndingSignals) sigaddset(&set, signal);
-    pthread_sigmask(SIG_BLOCK, &set, &before_);
-  }
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
- private:
-  sigset_t before_;
-};
-
-void onSignal(int signal) {
-  if (unfinished[0] != '\0') unlink(unfinished);
-  std::signal(signal, SIG_DFL);
-  raise(signal);
-}
 
 std::string reason() {
   return std::strerror(errno);
@@ -71,11 +43,11 @@ class UnfinishedFile {
   explicit UnfinishedFile(const std::string& path) : path_(path) {
     const std::size_t slash = path.rfind('/');
     name_ = (slash == std::string::npos ? "" : path.substr(0, slash + 1)) + ".veskaro-nr-XXXXXX";
-    if (name_.size() >= sizeof unfinished) throw Failure("cannot write " + path + ": the name is too long");
+    if (name_.size() >= PATH_MAX) throw Failure("cannot write " + path + ": the name is too long");
     const SignalsBlocked blocked;
     fd_ = mkstemp(name_.data());
     if (fd_ < 0) throw Failure("cannot write " + path + ": " + reason());
-    std::strcpy(unfinished, name_.c_str());
+    noteUnfinished(name_);
   }
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
@@ -83,7 +55,7 @@ class UnfinishedFile {
     if (fd_ >= 0) close(fd_);
     const SignalsBlocked blocked;
     if (!committed_) unlink(name_.c_str());
-    unfinished[0] = '\0';
+    noteUnfinished("");
   }
 
   int fd() const { return fd_; }
@@ -196,12 +168,6 @@ void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t 
   UnfinishedFile file(realpath(path.c_str(), target) != nullptr ? target : path);
   writeFully(file.fd(), bytes, size, path);
   file.commit(overwrite);
-}
-
-void removeUnfinishedFileOnSignals() {
-  struct sigaction action {};
-  action.sa_handler = onSignal;
-  for (int signal : kEndingSignals) sigaction(signal, &action, nullptr);
 }
 
 }  // namespace tool::pictures

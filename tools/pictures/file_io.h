@@ -16,13 +16,11 @@ inline bool isStandardStream(const std::string& path) {
 Bytes readWhole(const std::string& path);
 
 // Writes bytes to a new file in path's folder and renames it to path; "-" writes to standard output. An existing
-// file is replaced only when overwrite is set. Throws Failure, and leaves nothing behind then.
+// file is replaced only when overwrite is set. Throws Failure, and leaves nothing behind then, nor when a signal ends
+// the process.
 void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t size, bool overwrite);
 inline void writeWhole(const std::string& path, const Bytes& bytes, bool overwrite) {
   writeWhole(path, bytes.data(), bytes.size(), overwrite);
 }
-
-// From here on a signal that ends the process first removes the file that writeWhole is working on.
-void removeUnfinishedFileOnSignals();
 
 }  // namespace tool::pictures

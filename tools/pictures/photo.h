@@ -2,48 +2,54 @@
 #pragma once
 
 #include <memory>
-#include <vips/vips8>
+#include <string>
 
 #include "pictures/bytes.h"
 #include "pictures/formats.h"
 #include "pictures/layout.h"
+#include "pictures/libvips.h"
 #include "pictures/metadata/metadata.h"
 #include "pictures/save_options.h"
 
 namespace tool::pictures {
 
+// How the file that was read had it, where the result is to have it too.
+struct Coding {
+  VipsInterpretation interpretation = VIPS_INTERPRETATION_sRGB;
+  double xResolution = 1, yResolution = 1;  // in pixels a millimetre
+  std::string resolutionUnit;               // empty: none
+  int orientation = 1;                      // as EXIF counts
+  bool isInterlaced = false, hasHalvedChroma = false, isLossyWebp = false;
+};
+
 struct Photo {
   int width = 0;
   int height = 0;
   int bits = 8;        // per sample, 8 or 16
-  bool grey = false;   // one colour channel in the file
+  bool grey = false;   // one colour channel
   int extraBands = 0;  // channels after the colour: alpha and the like
   Format format = Format::kPng;
-  int pages = 1;        // in the file; the first is the one that is read
-  Bytes rgb;            // width * height * 3 samples, native byte order; a grey picture three times the same
-  Bytes extra;          // width * height * extraBands samples
-  vips::VImage header;  // the picture as it was opened: interpretation, resolution, how it was coded
-  bool lossyWebp = false;
+  int pages = 1;          // in the file; the first is the one that is read
+  DecodedPixels decoded;  // width * height * bands() samples, native byte order
+  Coding coding;
   std::shared_ptr<const Metadata> metadata;
 
   std::size_t pixels() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
-  std::size_t sampleBytes() const { return static_cast<std::size_t>(bits / 8); }
   int colourBands() const { return grey ? 1 : 3; }
-  // Bytes of a pixel in the file: of its colour, and of what follows it.
-  std::size_t colourBytes() const { return static_cast<std::size_t>(colourBands()) * sampleBytes(); }
-  std::size_t extraBytes() const { return static_cast<std::size_t>(extraBands) * sampleBytes(); }
-  Layout layout() const {
-    return {width, height, bits, grey ? Colour::kGrey : Colour::kRgb, colourBands() + extraBands};
-  }
+  int bands() const { return colourBands() + extraBands; }
+  const std::uint8_t* samples() const { return decoded.samples.get(); }
+  Layout layout() const { return {width, height, bits, grey ? Colour::kGrey : Colour::kRgb, bands()}; }
 };
 
-// Throws Failure for a file that is damaged, too large, or of a kind that denoise2 has no meaning for.
+// Throws Failure for a file that is damaged, too large, or of a kind that cannot be denoised as a photograph. Nothing
+// in the photograph refers to the file's bytes.
 Photo decodePhoto(const Bytes& file, Format format);
 
 // Throws Failure when the format cannot hold the photograph as it is.
 void requireFits(const Photo& photo, Format format);
 
-// The photograph with these colour samples (laid out as Photo::rgb) in place of its own, as a file of the format.
-Bytes encodePhoto(const Photo& photo, const Bytes& rgb, Format format, const SaveOptions& options);
+// The photograph with these samples in place of its own, which need not be there any more, as a file of the format.
+// Takes the samples so as to let them go as soon as they are coded.
+Bytes encodePhoto(const Photo& photo, Bytes samples, Format format, const SaveOptions& options);
 
 }  // namespace tool::pictures

@@ -1,8 +1,5 @@
 #include <fmt/format.h>
 
-#include <climits>
-#include <cstring>
-
 #include "base/failure.h"
 #include "pictures/blob.h"
 #include "pictures/libvips.h"
@@ -64,57 +61,54 @@ bool isGrey(const VImage& image) {
   }
 }
 
+int numberIn(const VImage& image, const char* field, int otherwise) {
+  return image.get_typeof(field) != 0 ? image.get_int(field) : otherwise;
+}
+
+std::string textIn(const VImage& image, const char* field) {
+  return image.get_typeof(field) == VIPS_TYPE_REF_STRING ? image.get_string(field) : "";
+}
+
+Coding codingOf(const VImage& image) {
+  Coding coding;
+  coding.interpretation = image.interpretation();
+  coding.xResolution = image.xres();
+  coding.yResolution = image.yres();
+  coding.resolutionUnit = textIn(image, VIPS_META_RESOLUTION_UNIT);
+  coding.orientation = numberIn(image, VIPS_META_ORIENTATION, 1);
+  coding.isInterlaced = image.get_typeof("interlaced") != 0;
+  coding.hasHalvedChroma = textIn(image, "jpeg-chroma-subsample") == "4:2:0";
+  return coding;
+}
+
 // All of a photograph but its samples.
-Photo open(const Bytes& file, Format format) {
+Photo describe(const VImage& image, const Bytes& file, Format format) {
   Photo photo;
   photo.format = format;
-  photo.header = load(file, format);
-  photo.width = photo.header.width();
-  photo.height = photo.header.height();
-  photo.bits = bitsOf(photo.header);
-  photo.grey = isGrey(photo.header);
-  photo.extraBands = photo.header.bands() - photo.colourBands();
-  photo.metadata = std::make_shared<Metadata>(readMetadata(file, format, photo.header));
-  photo.lossyWebp = format == Format::kWebp && webpIsLossy(file);
-  photo.pages = photo.header.get_typeof("n-pages") != 0 ? photo.header.get_int("n-pages") : 1;
+  photo.width = image.width();
+  photo.height = image.height();
+  photo.bits = bitsOf(image);
+  photo.grey = isGrey(image);
+  photo.extraBands = image.bands() - photo.colourBands();
+  photo.pages = numberIn(image, "n-pages", 1);
+  photo.coding = codingOf(image);
+  photo.coding.isLossyWebp = format == Format::kWebp && webpIsLossy(file);
+  photo.metadata = std::make_shared<Metadata>(readMetadata(file, format, image));
   return photo;
 }
 
-void requireUsableSize(const Photo& photo) {
-  // denoise2 counts the samples of a picture in an int.
-  if (photo.pixels() > INT_MAX / 3) {
-    throw Failure(fmt::format("{} x {} pixels are too many (at most {} megapixels)", photo.width, photo.height,
-                              INT_MAX / 3000000));
-  }
-  // Decoded, split, denoised and encoded copies; the tiles come on top but are small.
-  requireMemory(photo.pixels() * (3 * 3 * photo.sampleBytes() + 2 * photo.extraBytes()));
-}
-
-// Splits pixels of colour bands and extra bands into the two buffers.
-void split(const std::uint8_t* pixels, Photo& photo) {
-  const std::size_t sample = photo.sampleBytes(), colour = photo.colourBytes(), more = photo.extraBytes();
-  photo.rgb.resize(photo.pixels() * 3 * sample);
-  photo.extra.resize(photo.pixels() * more);
-  std::uint8_t* to = photo.rgb.data();
-  for (std::size_t i = 0; i < photo.pixels(); ++i, pixels += colour + more, to += 3 * sample) {
-    for (std::size_t channel = 0; channel < 3; ++channel) {
-      std::memcpy(to + channel * sample, pixels + (photo.grey ? 0 : channel * sample), sample);
-    }
-    if (more > 0) std::memcpy(photo.extra.data() + i * more, pixels + colour, more);
-  }
+// The samples as they are and as they will be; what coding and tiles take is less than the file that is let go.
+void requireMemoryFor(const Photo& photo) {
+  requireMemory(2 * photo.pixels() * static_cast<std::size_t>(photo.bands() * photo.bits / 8));
 }
 
 }  // namespace
 
 Photo decodePhoto(const Bytes& file, Format format) try {
-  Photo photo = open(file, format);
-  requireUsableSize(photo);
-  const DecodedPixels pixels = readPixels(photo.header);
-  if (!photo.grey && photo.extraBands == 0) {
-    photo.rgb.assign(pixels.samples.get(), pixels.samples.get() + pixels.bytes);
-  } else {
-    split(pixels.samples.get(), photo);
-  }
+  const VImage image = load(file, format);
+  Photo photo = describe(image, file, format);
+  requireMemoryFor(photo);
+  photo.decoded = readPixels(image);
   return photo;
 } catch (const vips::VError& error) {
   throw Failure(vipsReason(error));

@@ -15,44 +15,40 @@ using pictures::Photo;
 
 constexpr double kNextToNothing = 0.1;  // mean difference; truncation alone makes nearly as much
 
-template <typename Sample>
-const Sample* samples(const Bytes& bytes) {
-  return reinterpret_cast<const Sample*>(bytes.data());
-}
-
-// Calls visit(largest difference, sum of differences) with differences on the 8-bit scale.
+// Calls visit(largest difference, sum of differences) for the colour of each pixel.
 template <typename Sample, typename Visit>
-void forEachPixel(std::size_t pixels, const Bytes& before, const Bytes& after, double scale, Visit visit) {
-  const Sample* a = samples<Sample>(before);
-  const Sample* b = samples<Sample>(after);
-  for (std::size_t i = 0; i < pixels; ++i) {
+void forEachPixel(const Photo& photo, const std::uint8_t* before, const std::uint8_t* after, Visit visit) {
+  const std::ptrdiff_t bands = photo.bands(), colours = photo.colourBands();
+  const Sample* a = reinterpret_cast<const Sample*>(before);
+  const Sample* b = reinterpret_cast<const Sample*>(after);
+  for (std::size_t i = 0; i < photo.pixels(); ++i, a += bands, b += bands) {
     int most = 0, sum = 0;
-    for (std::size_t channel = 0; channel < 3; ++channel) {
-      const int difference = std::abs(static_cast<int>(a[3 * i + channel]) - static_cast<int>(b[3 * i + channel]));
+    for (std::ptrdiff_t channel = 0; channel < colours; ++channel) {
+      const int difference = std::abs(static_cast<int>(a[channel]) - static_cast<int>(b[channel]));
       most = std::max(most, difference);
       sum += difference;
     }
-    visit(most * scale, sum * scale);
+    visit(most, sum);
   }
 }
 
 template <typename Visit>
 void forEachPixel(const Photo& photo, const Bytes& after, Visit visit) {
   if (photo.bits == 16) {
-    forEachPixel<std::uint16_t>(photo.pixels(), photo.rgb, after, 1.0 / 256, visit);
+    forEachPixel<std::uint16_t>(photo, photo.samples(), after.data(), visit);
   } else {
-    forEachPixel<std::uint8_t>(photo.pixels(), photo.rgb, after, 1.0, visit);
+    forEachPixel<std::uint8_t>(photo, photo.samples(), after.data(), visit);
   }
 }
 
 // Share of pixels whose luminance is at or above a level on the 8-bit scale.
 double shareBrighterThan(const Photo& photo, double level) {
   std::size_t count = 0;
-  const std::size_t step = photo.sampleBytes();
-  for (std::size_t i = 0; i < photo.pixels(); ++i) {
-    // The high byte is enough here.
-    const std::uint8_t* p = photo.rgb.data() + 3 * step * i + (step - 1);
-    if (0.299 * p[0] + 0.587 * p[step] + 0.114 * p[2 * step] >= level) ++count;
+  const int sample = photo.bits / 8, green = photo.grey ? 0 : sample, blue = 2 * green;
+  // The high byte is enough here.
+  const std::uint8_t* p = photo.samples() + (sample - 1);
+  for (std::size_t i = 0; i < photo.pixels(); ++i, p += photo.bands() * sample) {
+    if (0.299 * p[0] + 0.587 * p[green] + 0.114 * p[blue] >= level) ++count;
   }
   return static_cast<double>(count) / static_cast<double>(photo.pixels());
 }
@@ -83,16 +79,16 @@ Difference differenceAt(const Bytes& before, const Bytes& after, std::size_t at,
 }  // namespace
 
 Change changeOf(const Photo& photo, const Bytes& after) {
-  Change change;
   std::size_t changed = 0;
-  forEachPixel(photo, after, [&](double most, double sum) {
+  double total = 0;
+  int largest = 0;
+  forEachPixel(photo, after, [&](int most, int sum) {
     changed += most > 0 ? 1 : 0;
-    change.mean += sum;
-    change.largest = std::max(change.largest, most);
+    total += sum;
+    largest = std::max(largest, most);
   });
-  change.share = static_cast<double>(changed) / static_cast<double>(photo.pixels());
-  change.mean /= 3.0 * static_cast<double>(photo.pixels());
-  return change;
+  const double pixels = static_cast<double>(photo.pixels()), scale = photo.bits == 16 ? 1.0 / 256 : 1.0;
+  return {static_cast<double>(changed) / pixels, total * scale / (photo.colourBands() * pixels), largest * scale};
 }
 
 Change changeOf(const HdrPicture& picture, const Bytes& after) {

@@ -1,37 +1,133 @@
 #include "run/denoise_photo.h"
 
-#include <fmt/format.h>
+#include <algorithm>
+#include <cstring>
+#include <memory>
 
-#include "base/failure.h"
 #include "base/timer.h"
+#include "run/library.h"
 
 namespace tool::run {
 namespace {
 
-// Params come back with what was measured, or the defaults.
-void denoise(const pictures::Photo& photo, const Settings& settings, Params& params, pictures::Bytes& rgb) {
-  // The library reads the picture only.
-  const int code = denoise2(photo.width, photo.height, 3, 3 * photo.width, photo.bits, settings.tile, settings.threads,
-                            params.data(), nullptr, const_cast<unsigned char*>(photo.rgb.data()), rgb.data());
-  if (code == NR_ERROR_MEMORY) throw Failure("memory exhausted");
-  if (code < 0) throw Failure(fmt::format("the library refused the picture (code {})", code));
+using pictures::Bytes;
+using pictures::Photo;
+
+struct EndPlan {
+  void operator()(vnr_plan* plan) const { vnr_plan_end(plan); }
+};
+using Plan = std::unique_ptr<vnr_plan, EndPlan>;
+
+Plan beginPlan(const Photo& photo, const vnr_settings& settings) {
+  vnr_plan* plan = nullptr;
+  requireDone(vnr_plan_begin(photo.width, photo.height, &settings, &plan));
+  return Plan(plan);
+}
+
+// Tells the share of the strip at hand as one of the whole picture.
+struct StripProgress {
+  const Watch& watch;
+  double begin = 0, share = 1;  // of the picture: before the strip, and of the strip
+
+  static int tell(void* host, std::int64_t done, std::int64_t total) {
+    const auto& p = *static_cast<const StripProgress*>(host);
+    if (p.watch.progress) p.watch.progress(p.begin + p.share * static_cast<double>(done) / static_cast<double>(total));
+    return 0;
+  }
+};
+
+vnr_control controlOf(const Settings& settings, StripProgress& progress) {
+  vnr_control control{};
+  control.struct_size = sizeof control;
+  control.threads = settings.threads;
+  control.progress = StripProgress::tell;
+  control.cancel = progress.watch.cancel;
+  control.host = &progress;
+  return control;
+}
+
+void filterColour(const Photo& photo, const vnr_plan* plan, const vnr_control& control, Bytes& samples) {
+  const vnr_picture in = pictureOf(photo, photo.samples()), out = pictureOf(photo, samples.data());
+  requireDone(vnr_plan_filter(plan, &in, &out, &control));
+}
+
+// Grey as three channels, of which red is kept: it is Y + Cr with Cr all but 0, which rounds least. The other two are
+// no more than a strip at a time.
+class GreyFilter {
+ public:
+  GreyFilter(const Photo& photo, const vnr_plan* plan, Bytes& samples)
+      : photo_(photo), plan_(plan), in_(pictureOf(photo, photo.samples())), out_(pictureOf(photo, samples.data())) {
+    in_.channels = 3;
+    in_.channel[1] = in_.channel[2] = in_.channel[0];
+  }
+
+  void filter(const vnr_control& control, StripProgress& progress) {
+    const double height = photo_.height;
+    for (vnr_rectangle strip = stripFrom(0); strip.y0 < strip.y1; strip = stripFrom(strip.y1)) {
+      progress.begin = strip.y0 / height;
+      progress.share = (strip.y1 - strip.y0) / height;
+      filterStrip(strip, control);
+    }
+  }
+
+ private:
+  static constexpr int kRows = 1024;
+
+  // Of whole rows of tiles; empty below the picture.
+  vnr_rectangle stripFrom(int y) const {
+    vnr_rectangle wanted = {0, photo_.width, y, std::min(y + kRows, photo_.height)}, read, write = wanted;
+    if (y < photo_.height) requireDone(vnr_plan_cover(plan_, &wanted, &read, &write));
+    return write;
+  }
+
+  void filterStrip(const vnr_rectangle& strip, const vnr_control& control) {
+    const std::size_t rows = static_cast<std::size_t>(strip.y1 - strip.y0),
+                      width = static_cast<std::size_t>(photo_.width);
+    const std::size_t sample = static_cast<std::size_t>(photo_.bits / 8), plane = rows * width * sample;
+    strip_.resize(3 * plane);
+    vnr_picture out = vnr_interleaved(in_.type, photo_.width, strip.y1 - strip.y0, 1, strip_.data(), photo_.width);
+    out.channels = 3;
+    out.y = strip.y0;
+    for (std::size_t c = 0; c < 3; ++c) out.channel[c] = strip_.data() + c * plane;
+    requireDone(vnr_plan_filter(plan_, &in_, &out, &control));
+    const vnr_picture kept = vnr_piece(out_, strip);
+    auto* to = static_cast<std::uint8_t*>(kept.channel[0]);
+    for (std::size_t i = 0; i < rows * width; ++i, to += kept.pixel_stride)
+      std::memcpy(to, &strip_[i * sample], sample);
+  }
+
+  const Photo& photo_;
+  const vnr_plan* plan_;
+  vnr_picture in_, out_;
+  Bytes strip_;
+};
+
+Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_control& control, StripProgress& progress) {
+  const Plan plan = beginPlan(photo, settings);
+  Bytes samples(photo.samples(), photo.samples() + photo.decoded.bytes);
+  if (photo.grey) {
+    GreyFilter(photo, plan.get(), samples).filter(control, progress);
+  } else {
+    filterColour(photo, plan.get(), control, samples);
+  }
+  return samples;
 }
 
 }  // namespace
 
-DenoisedPhoto denoisePhoto(const pictures::Photo& photo, const Settings& settings) {
+DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const Watch& watch) {
+  StripProgress progress{watch};
+  const vnr_control control = controlOf(settings, progress);
   const Parameters asked = settings.parameters();
-  Params params = vectorOf(asked, settings.effectiveStrength());
-  applyTuning(asked);
-  NoiseProfile noise = measureNoise(photo, params);
-  pictures::Bytes rgb(photo.rgb.size());
+  NoiseProfile noise = measureNoise(photo, &control);
+  const vnr_settings own = librarySettings(asked, noise.noise, settings.effectiveStrength(), settings.tile);
   const Timer timer;
-  denoise(photo, settings, params, rgb);
+  Bytes samples = filtered(photo, own, control, progress);
   const double denoising = timer.seconds(), measuring = noise.seconds;
-  const Parameters used = usedParameters(asked, params, noise.measured());
-  const Change change = changeOf(photo, rgb);
+  const Parameters used = usedParameters(asked, own, noise.measured());
+  const Change change = changeOf(photo, samples);
   const std::optional<std::string> why = whyUnchanged(photo, used, noise, change);
-  return {std::move(rgb), {PhotoWork{std::move(noise), used}, measuring, denoising, change, why}};
+  return {std::move(samples), {PhotoWork{std::move(noise), used}, measuring, denoising, change, why}};
 }
 
 }  // namespace tool::run

@@ -13,8 +13,8 @@
 namespace tool::run {
 
 struct PhotoWork {
-  NoiseProfile noise;     // of a measurement of its own, for what denoise2 does not hand out
-  Parameters parameters;  // as denoise2 used them
+  NoiseProfile noise;
+  Parameters parameters;  // as they were used
 };
 
 struct HdrWork {
@@ -27,8 +27,8 @@ using Work = std::variant<PhotoWork, HdrWork>;
 
 struct Done {
   Work work;
-  double measureSeconds;  // of the tool's own measurement
-  double seconds;         // of denoising, the library's measurement included
+  double measureSeconds;  // of measuring alone; an HDR picture is measured once more while it is denoised
+  double seconds;         // of denoising
   Change change;
   std::optional<std::string> whyUnchanged;
 };

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "run/library.h"
+
 namespace tool::run {
 namespace {
 
@@ -63,8 +65,8 @@ const char* nameOf(Origin origin) {
 }
 
 Parameters defaultParameters() {
-  Params vector;
-  nr_def(vector.data());
+  float vector[NR_PARAM_COUNT];
+  nr_def(vector);
   Parameters parameters;
   for (std::size_t i = 0; i < kParameterCount; ++i) {
     const float byDefault = i == kReconThreshold ? kReconThresholdDefault
@@ -92,24 +94,25 @@ std::string settableNames() {
   return names;
 }
 
-Params vectorOf(const Parameters& parameters, int strength) {
-  Params vector;
-  nr_def(vector.data());
-  for (std::size_t i = 0; i < NR_RESERVED; ++i) vector[i] = parameters[i].value;
-  vector[NR_NOISE_LEVEL] = static_cast<float>(strength) / 100.0f;
-  return vector;
+vnr_settings librarySettings(const Parameters& asked, const vnr_noise& noise, int strength, int tile) {
+  vnr_settings settings{};
+  settings.struct_size = sizeof settings;
+  requireDone(vnr_settings_classic(&noise, static_cast<float>(strength) / 100.0f, &settings));
+  for (std::size_t i = 0; i < NR_RESERVED && noise.reason == VNR_MEASURED; ++i) {
+    if (!asked[i].isMeasured) settings.params[i] = asked[i].value;
+  }
+  settings.recon_threshold = asked[kReconThreshold].value;
+  settings.recon_rolloff = asked[kReconRolloff].value;
+  settings.tile = tile;
+  return settings;
 }
 
-void applyTuning(const Parameters& parameters) {
-  reconSimilarityThreshold = parameters[kReconThreshold].value;
-  reconSimilarityRolloff = parameters[kReconRolloff].value;
-}
-
-Parameters usedParameters(const Parameters& asked, const Params& used, bool measured) {
+Parameters usedParameters(const Parameters& asked, const vnr_settings& settings, bool measured) {
   Parameters parameters = asked;
   for (std::size_t i = 0; i < NR_RESERVED; ++i) {
     Parameter& parameter = parameters[i];
-    parameter.set(used[i], !measured ? Origin::kDefault : parameter.isMeasured ? Origin::kMeasured : parameter.origin);
+    const Origin origin = !measured ? Origin::kDefault : parameter.isMeasured ? Origin::kMeasured : parameter.origin;
+    parameter.set(settings.params[i], origin);
   }
   return parameters;
 }

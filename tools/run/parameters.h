@@ -1,7 +1,7 @@
-// The parameters of denoise2 that the user can see: the value of each, and where it comes from.
+// The parameters of denoising that the user can see: the value of each, and where it comes from.
 #pragma once
 
-#include <VeskaroNRLib.h>
+#include <veskaronr.h>
 
 #include <array>
 #include <optional>
@@ -9,10 +9,8 @@
 
 namespace tool::run {
 
-using Params = std::array<float, NR_PARAM_COUNT>;
-
-// The entries of the parameter vector (all but the last, which nothing reads) come first, by their index; two tuning
-// variables that the library never writes follow.
+// The entries of the parameter vector (all but the last, which nothing reads) come first, by their index; those of
+// reconstruction follow.
 enum : std::size_t { kReconThreshold = NR_RESERVED, kReconRolloff, kParameterCount };
 
 enum class Origin { kDefault, kPreset, kSet, kMeasured };
@@ -23,7 +21,7 @@ const char* nameOf(Origin origin);
 struct Parameter {
   const char* name;
   const char* meaning;
-  bool isMeasured;  // by denoise2, in every picture; a host cannot set it
+  bool isMeasured;  // in every picture; the user cannot set it
   float byDefault;
   float value;
   Origin origin;
@@ -44,14 +42,11 @@ std::optional<std::size_t> indexOfParameter(std::string name);
 // The names that can be set, in a row.
 std::string settableNames();
 
-// The vector to hand to denoise2 at a strength in percent.
-Params vectorOf(const Parameters& parameters, int strength);
+// What the library works with, at a strength in percent and with tiles of this edge. Without a measurement its own
+// defaults hold for all of the vector, as in denoise2.
+vnr_settings librarySettings(const Parameters& asked, const vnr_noise& noise, int strength, int tile);
 
-// Gives the library's two tuning variables their values.
-void applyTuning(const Parameters& parameters);
-
-// The parameters that denoise2 worked with, by the vector that came back from it. Without a measurement it falls back
-// to its own defaults for all of the vector.
-Parameters usedParameters(const Parameters& asked, const Params& used, bool measured);
+// The parameters as they are in these settings.
+Parameters usedParameters(const Parameters& asked, const vnr_settings& settings, bool measured);
 
 }  // namespace tool::run

@@ -9,7 +9,7 @@
 
 namespace tool::run {
 
-// A parameter that a host may set before denoise2, and its value.
+// A parameter that the user may set, and its value.
 struct Setting {
   std::size_t parameter;
   float value;

@@ -28,7 +28,7 @@ void addWork(const run::PhotoWork& work, const run::Settings& settings, Json& js
   json["noise_measured"] = work.noise.measured();
   json["defaults_used"] = !work.noise.measured();
   if (!work.noise.measured()) json["defaults_reason"] = work.noise.whyDefaults();
-  if (work.noise.measured()) json["noise_statistic"] = rounded(work.noise.statistic);
+  if (work.noise.measured()) json["noise_statistic"] = rounded(work.noise.noise.statistic);
   json["blocks_usable"] = work.noise.blocks.size();
   json["strength"] = settings.effectiveStrength();
   json["preset"] = settings.preset;

@@ -12,11 +12,14 @@ using pictures::HdrPicture;
 using pictures::Photo;
 using vips::VImage;
 
-VImage asImage(const Photo& photo, const Bytes& rgb) {
-  const VipsBandFormat type = photo.bits == 16 ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR;
-  const VipsInterpretation meaning = photo.bits == 16 ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
-  return VImage::new_from_memory(const_cast<std::uint8_t*>(rgb.data()), rgb.size(), photo.width, photo.height, 3, type)
-      .copy(VImage::option()->set("interpretation", meaning));
+VImage asImage(const Photo& photo, const std::uint8_t* samples) {
+  const bool isDeep = photo.bits == 16;
+  const VImage image =
+      VImage::new_from_memory(const_cast<std::uint8_t*>(samples), photo.decoded.bytes, photo.width, photo.height,
+                              photo.bands(), isDeep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
+          .extract_band(0, VImage::option()->set("n", photo.colourBands()));
+  return (photo.grey ? image.bandjoin({image, image}) : image)
+      .copy(VImage::option()->set("interpretation", isDeep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }
 
 // The picture in sRGB by its colour profile; nothing when the profile is none.
@@ -39,17 +42,16 @@ VImage eightBits(const Photo& photo, const VImage& image) {
   return photo.bits == 16 ? (image >> 8).cast(VIPS_FORMAT_UCHAR) : image;
 }
 
-VImage upright(const VImage& image, const VImage& header) {
-  if (header.get_typeof(VIPS_META_ORIENTATION) == 0) return image;
+VImage upright(const VImage& image, int orientation) {
   VImage turned = image.copy();
-  turned.set(VIPS_META_ORIENTATION, header.get_int(VIPS_META_ORIENTATION));
+  turned.set(VIPS_META_ORIENTATION, orientation);
   return turned.autorot();
 }
 
-VImage display(const Photo& photo, const Bytes& rgb) {
+VImage display(const Photo& photo, const std::uint8_t* samples) {
   const VImage image =
-      eightBits(photo, asImage(photo, rgb)).copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-  return upright(image, photo.header).copy_memory();
+      eightBits(photo, asImage(photo, samples)).copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+  return upright(image, photo.coding.orientation).copy_memory();
 }
 
 VImage linear(const HdrPicture& picture, const Bytes& planar) {
@@ -78,7 +80,7 @@ VImage toned(const VImage& picture, double exposure) {
 }  // namespace
 
 DisplayPair displayPair(const Photo& photo, const Bytes& after) {
-  return {display(photo, photo.rgb), display(photo, after)};
+  return {display(photo, photo.samples()), display(photo, after.data())};
 }
 
 DisplayPair displayPair(const HdrPicture& picture, const Bytes& after) {

@@ -29,19 +29,19 @@ std::string summaryOf(const HdrWork& work, const Settings&) {
 }
 
 std::string summaryOf(const PhotoWork& work, const Settings& settings) {
-  const std::string noise = work.noise.measured() ? fmt::format("noise level {:.1f}", work.noise.noiseLevel)
-                                                  : fmt::format("noise not measurable, default level {:.1f}",
-                                                                work.parameters[NR_NOISE_LEVEL].value);
+  const std::string noise =
+      fmt::format(work.noise.measured() ? "noise level {:.1f}" : "noise not measurable, default level {:.1f}",
+                  work.parameters[NR_NOISE_LEVEL].value);
   return fmt::format("{}, {} thread{}", noise, settings.threads, settings.threads == 1 ? "" : "s");
 }
 
-std::string noiseLine(const run::NoiseProfile& noise) {
-  if (!noise.measured()) {
+std::string noiseLine(const run::NoiseProfile& profile) {
+  if (!profile.measured()) {
     return fmt::format("  the library's defaults were used, presets and --set had no effect: {}\n",
-                       noise.whyDefaults());
+                       profile.whyDefaults());
   }
-  return fmt::format("  noise: {:.2f} a neighbour pair over the smoothest of {} usable blocks\n", noise.statistic,
-                     noise.blocks.size());
+  return fmt::format("  noise: {:.2f} a neighbour pair over the smoothest of {} usable blocks\n",
+                     profile.noise.statistic, profile.blocks.size());
 }
 
 std::string parameterLine(const run::Parameter& parameter) {

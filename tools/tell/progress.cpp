@@ -7,10 +7,14 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/interruption.h"
+#include "pictures/file_io.h"
 #include "tell/printable.h"
 
 namespace tool::tell {
 namespace {
+
+constexpr int kCells = 24;
 
 std::size_t terminalWidth() {
   winsize size{};
@@ -30,43 +34,75 @@ std::string lastPart(const std::string& path) {
 }  // namespace
 
 Progress::Progress(std::size_t files, std::uintmax_t bytes, bool wanted)
-    : shown_(wanted && files > 1 && isatty(STDERR_FILENO) != 0),
-      files_(files),
-      bytes_(std::max<std::uintmax_t>(bytes, 1)) {}
+    : shown_(wanted && isatty(STDERR_FILENO) != 0), files_(files), bytes_(std::max<std::uintmax_t>(bytes, 1)) {}
 
 Progress::~Progress() {
   clear();
 }
 
-void Progress::begin(const std::string& name) {
-  name_ = printable(lastPart(name));
-  draw();
+void Progress::begin(const std::string& name, std::uintmax_t bytes) {
+  name_ = printable(pictures::isStandardStream(name) ? "standard input" : lastPart(name));
+  // Of one picture the share itself is shown, so its bytes must not be 0 as those of a stream are.
+  bytesHere_ = isOne() ? bytes_ : bytes;
+  share_ = 0;
+  note();
+  // One picture may be done before anybody looks.
+  if (!isOne()) draw();
 }
 
-void Progress::done(std::uintmax_t bytes, double megapixels) {
+void Progress::advance(double share) {
+  // What is left is the writing.
+  share_ = 0.99 * share;
+  note();
+  drawInTime();
+}
+
+void Progress::done(double megapixels) {
   ++filesDone_;
-  bytesDone_ += bytes;
+  bytesDone_ += bytesHere_;
+  bytesHere_ = 0;
   megapixels_ += megapixels;
 }
 
 void Progress::clear() {
-  if (shown_) fmt::print(stderr, "\r\033[K");
+  if (isDrawn_) fmt::print(stderr, "\r\033[K");
+  isDrawn_ = false;
 }
 
-void Progress::draw() const {
-  if (!shown_) return;
-  const double share = static_cast<double>(bytesDone_) / static_cast<double>(bytes_);
-  constexpr int kCells = 24;
+void Progress::note() const {
+  noteHowFar(isOne() ? fmt::format("{} % of {}", static_cast<int>(100 * share_), name_)
+                     : fmt::format("{} of {} pictures", filesDone_, files_),
+             isDrawn_);
+}
+
+void Progress::drawInTime() {
+  constexpr double kSeconds = 0.2;
+  if (sinceDrawn_.seconds() < kSeconds) return;
+  sinceDrawn_.lap();
+  draw();
+}
+
+std::string Progress::figures() const {
+  const double share =
+      (static_cast<double>(bytesDone_) + share_ * static_cast<double>(bytesHere_)) / static_cast<double>(bytes_);
   std::string bar;
   for (int i = 0; i < kCells; ++i) bar += i < share * kCells ? "█" : "░";
   // Bytes of the files foretell the time well enough once the first files are done.
   const std::string rest = share > 0 ? clock(timer_.seconds() * (1 - share) / share) : "--:--";
-  const std::string figures = fmt::format(" {}/{}  {:.1f} MP  ETA {}  ", filesDone_, files_, megapixels_, rest);
-  const std::size_t width = terminalWidth(), used = kCells + figures.size() + 1;
+  return isOne() ? fmt::format("{} {:.0f} %  ETA {}  ", bar, 100 * share, rest)
+                 : fmt::format("{} {}/{}  {:.1f} MP  ETA {}  ", bar, filesDone_, files_, megapixels_, rest);
+}
+
+void Progress::draw() {
+  if (!shown_) return;
+  isDrawn_ = true;
+  const std::string before = figures();
+  // A cell of the bar takes three bytes.
+  const std::size_t width = terminalWidth(), used = before.size() - std::size_t{2} * kCells + 1;
   std::string name = width > used ? name_.substr(0, width - used) : "";
   // Never the first bytes of a character without its last.
   while (name.size() < name_.size() && !name.empty() && (name_[name.size()] & 0xc0) == 0x80) name.pop_back();
-  fmt::print(stderr, "\r\033[K{}{}{}", bar, figures, name);
+  fmt::print(stderr, "\r\033[K{}{}", before, name);
   std::fflush(stderr);
 }
 

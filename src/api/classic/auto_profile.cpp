@@ -32,7 +32,7 @@ struct BlockList {
 };
 
 // The arrays that a host finds in its scratch afterwards, without gaps, floats first.
-struct Scratch {
+struct HostScratch {
   BlockList all, kept, shadows, highlights;
   float* combinedDeviation;
   int* combinedAverage;
@@ -40,7 +40,7 @@ struct Scratch {
 
   static std::size_t bytes(std::int64_t blocks) { return 48 * static_cast<std::size_t>(blocks) + 1280; }
 
-  Scratch(void* memory, std::int64_t blocks) {
+  HostScratch(void* memory, std::int64_t blocks) {
     constexpr std::int64_t kBothHalves = 2 * measure::kMostOfHalf;
     auto* nextFloat = static_cast<float*>(memory);
     const auto floats = [&nextFloat](std::int64_t n) { return (nextFloat += n) - n; };
@@ -68,7 +68,7 @@ int positionOf(const measure::BlockTable& table, std::int64_t block, int rowStri
   return static_cast<int>(std::int64_t{3} * table.xOf(block) + std::int64_t{table.yOf(block)} * rowStride);
 }
 
-void listBlocks(const measure::BlockTable& table, int rowStride, Scratch* s) {
+void listBlocks(const measure::BlockTable& table, int rowStride, HostScratch* s) {
   for (std::int64_t block = 0; block < table.count(); ++block) {
     const measure::BlockRecord& r = table[block];
     const float deviation = measure::evenedOut(r.sparse, r.average);
@@ -78,7 +78,7 @@ void listBlocks(const measure::BlockTable& table, int rowStride, Scratch* s) {
   }
 }
 
-void listHalves(int median, Scratch* s) {
+void listHalves(int median, HostScratch* s) {
   for (std::int64_t i = 0; i < s->kept.count; ++i) {
     BlockList& half = s->kept.average[i] < median ? s->shadows : s->highlights;
     half.append(s->kept.deviation[i], s->kept.average[i], s->kept.position[i]);
@@ -86,7 +86,7 @@ void listHalves(int median, Scratch* s) {
 }
 
 // The candidates to the front of their half, with what they were measured again to be.
-void listCandidates(const measure::BlockTable& table, const Noise& noise, int rowStride, Scratch* s) {
+void listCandidates(const measure::BlockTable& table, const Noise& noise, int rowStride, HostScratch* s) {
   const measure::Candidates& c = noise.candidates;
   int combined = 0;
   for (int k = 0; k < c.count(); ++k) {
@@ -103,14 +103,14 @@ void listCandidates(const measure::BlockTable& table, const Noise& noise, int ro
 }
 
 int profile(const pixels::PictureView& picture, int rowStride, float* params, void* scratch) {
-  measure::Measurement measurement(picture.region.x1, picture.region.y1);
+  measure::Measurement measurement(picture.region.x1, picture.region.y1, measure::Scope::kProfile);
   if (!measurement) return NR_ERROR_MEMORY;
   const pixels::SampleScale scale = pixels::integerScale(255.0f, pixels::Rounding::kTruncate);
   Noise noise;
   if (measurement.add(picture, scale, {}) != measure::Result::kDone || !measurement.noise(&noise)) {
     return NR_ERROR_MEMORY;
   }
-  Scratch s(scratch, measurement.table().count());
+  HostScratch s(scratch, measurement.table().count());
   listBlocks(measurement.table(), rowStride, &s);
   if (noise.usable == 0) return NR_ERROR_ARGUMENT;
   listHalves(noise.candidates.median, &s);
@@ -138,7 +138,7 @@ int auto_profile(int wImage, int hImage, int rowStride, float* nrParams, unsigne
     return api::profile(picture, rowStride, nrParams, work);
   }
   // Floats cannot lie where the host's scratch begins: work beside it and hand the arrays over.
-  const std::size_t size = api::Scratch::bytes(blocks);
+  const std::size_t size = api::HostScratch::bytes(blocks);
   platform::HeapArray<unsigned char> aligned(size, platform::Fill::kNothing);
   if (!aligned) return NR_ERROR_MEMORY;
   std::memcpy(aligned.data(), work, size);

@@ -44,7 +44,7 @@ pixels::SampleScale scaleOf(int bits) {
 // Measures the noise, or falls back to the defaults times the host's strength, and puts the tuning in force.
 params::TileSettings setUp(const pixels::PictureView& in, const pixels::SampleScale& scale,
                            const platform::Control& control, float* vector) {
-  measure::Measurement measurement(in.region.x1, in.region.y1);
+  measure::Measurement measurement(in.region.x1, in.region.y1, measure::Scope::kProfile);
   measure::Noise noise;
   const bool isKnown = measurement && measurement.add(in, scale, control) == measure::Result::kDone &&
                        measurement.noise(&noise) && noise.reason == measure::Reason::kMeasured;

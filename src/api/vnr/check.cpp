@@ -19,7 +19,7 @@ bool takeWhite(const vnr_picture& p, float* white) {
   return static_cast<float>(levels - 1) == *white && (levels & (levels - 1)) == 0;
 }
 
-int checkFormat(const vnr_picture& p, Picture* picture) {
+int checkFormat(const vnr_picture& p, CheckedPicture* picture) {
   if (p.type != VNR_UINT8 && p.type != VNR_UINT16 && p.type != VNR_FLOAT32) return VNR_ERROR_FORMAT;
   if (p.channels != 1 && p.channels != 3) return VNR_ERROR_FORMAT;
   if (p.encoding != VNR_DISPLAY && (p.encoding != VNR_LINEAR || p.type != VNR_FLOAT32)) return VNR_ERROR_FORMAT;
@@ -52,7 +52,7 @@ Lattice latticeOf(const pixels::PictureView& view, int channel) {
                  view.region.x1 - view.region.x0, view.region.y1 - view.region.y0, pixels::sampleBytes(view.type));
 }
 
-int channelsOf(const Picture& picture) {
+int channelsOf(const CheckedPicture& picture) {
   return picture.view.isGrey ? 1 : 3;
 }
 
@@ -63,7 +63,7 @@ int checkSize(std::int32_t width, std::int32_t height) {
   return isRight(width) && isRight(height) ? VNR_OK : VNR_ERROR_SIZE;
 }
 
-int checkPicture(const vnr_picture* given, Picture* picture) {
+int checkPicture(const vnr_picture* given, CheckedPicture* picture) {
   vnr_picture p;
   const int taken = takeStruct(given, &p);
   if (taken != VNR_OK) return taken;
@@ -81,7 +81,7 @@ int checkPicture(const vnr_picture* given, Picture* picture) {
   return VNR_OK;
 }
 
-pixels::SampleScale sampleScale(const Picture& p, float linearScale, pixels::Rounding rounding) {
+pixels::SampleScale sampleScale(const CheckedPicture& p, float linearScale, pixels::Rounding rounding) {
   return p.view.type == pixels::SampleType::kFloat32 ? pixels::floatScale(p.white, p.encoding, linearScale, rounding)
                                                      : pixels::integerScale(p.white, rounding);
 }
@@ -97,7 +97,7 @@ int checkControl(const vnr_control* given, platform::Control* control) {
   return VNR_OK;
 }
 
-int checkOverlap(const Picture& in, const Picture& out) {
+int checkOverlap(const CheckedPicture& in, const CheckedPicture& out) {
   for (int c = 0; c < channelsOf(out); ++c) {
     const Lattice written = latticeOf(out.view, c);
     for (int k = 0; k < channelsOf(in); ++k) {

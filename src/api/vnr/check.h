@@ -46,27 +46,27 @@ int giveStruct(const Struct& own, Struct* given) {
 }
 
 // A picture as the stages see it, with white and encoding; the rounding and linear scale of its samples come later.
-struct Picture {
+struct CheckedPicture {
   pixels::PictureView view;
   float white;
   pixels::Encoding encoding;
 
-  bool isAlike(const Picture& other) const {
+  bool isAlike(const CheckedPicture& other) const {
     return view.type == other.view.type && view.isGrey == other.view.isGrey && white == other.white &&
            encoding == other.encoding;
   }
 };
 
-int checkPicture(const vnr_picture* given, Picture* picture);
+int checkPicture(const vnr_picture* given, CheckedPicture* picture);
 
-pixels::SampleScale sampleScale(const Picture& picture, float linearScale, pixels::Rounding rounding);
+pixels::SampleScale sampleScale(const CheckedPicture& picture, float linearScale, pixels::Rounding rounding);
 
 int checkControl(const vnr_control* given, platform::Control* control);
 
 int checkSize(std::int32_t width, std::int32_t height);
 
 // VNR_ERROR_OVERLAP when output samples share bytes with input samples or with each other.
-int checkOverlap(const Picture& in, const Picture& out);
+int checkOverlap(const CheckedPicture& in, const CheckedPicture& out);
 
 int resultOf(platform::LoopResult loop);
 

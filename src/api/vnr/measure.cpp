@@ -10,7 +10,7 @@
 #include "platform/fp_environment.h"
 
 struct vnr_measurement {
-  vnr_measurement(int width, int height) : measurement(width, height) {}
+  vnr_measurement(int width, int height) : measurement(width, height, veskaro::measure::Scope::kAll) {}
   veskaro::measure::Measurement measurement;
 };
 
@@ -47,7 +47,7 @@ int codeOf(measure::Result result) {
 }
 
 // Measuring reads integers cut off, and floats as they are: rounding and linear scale have no say.
-int add(Measurement* m, const Picture& piece, platform::Control control) {
+int add(Measurement* m, const CheckedPicture& piece, platform::Control control) {
   const pixels::Region whole = {0, m->width(), 0, m->height()};
   if (!whole.contains(piece.view.region)) return VNR_ERROR_RECTANGLE;
   control.progress = nullptr;
@@ -91,10 +91,10 @@ vnr_block describe(const Measurement& m, const measure::Noise& noise, std::int64
 
 }  // namespace
 
-int measureWhole(const Picture& picture, const platform::Control& control, vnr_noise* noise) {
+int measureWhole(const CheckedPicture& picture, const platform::Control& control, vnr_noise* noise) {
   const pixels::Region& r = picture.view.region;
   if (r.x0 != 0 || r.y0 != 0) return VNR_ERROR_RECTANGLE;
-  Measurement m(r.x1, r.y1);
+  Measurement m(r.x1, r.y1, measure::Scope::kAll);
   if (!m) return VNR_ERROR_MEMORY;
   const int added = add(&m, picture, control);
   return added == VNR_OK ? finish(m, noise) : added;
@@ -105,7 +105,7 @@ int measureWhole(const Picture& picture, const platform::Control& control, vnr_n
 using namespace veskaro;
 
 int vnr_measure(const vnr_picture* picture, const vnr_control* control, vnr_noise* noise) {
-  api::Picture own;
+  api::CheckedPicture own;
   platform::Control how;
   int result = api::checkPicture(picture, &own);
   if (result == VNR_OK) result = api::checkControl(control, &how);
@@ -127,7 +127,7 @@ int vnr_measure_begin(int32_t width, int32_t height, vnr_measurement** measureme
 
 int vnr_measure_add(vnr_measurement* measurement, const vnr_picture* piece, const vnr_control* control) {
   if (measurement == nullptr) return VNR_ERROR_NULL;
-  api::Picture own;
+  api::CheckedPicture own;
   platform::Control how;
   int result = api::checkPicture(piece, &own);
   if (result == VNR_OK) result = api::checkControl(control, &how);

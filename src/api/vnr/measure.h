@@ -6,7 +6,7 @@
 namespace veskaro::api {
 
 // Measures a whole picture. noise has the size of a version.
-int measureWhole(const Picture& picture, const platform::Control& control, vnr_noise* noise);
+int measureWhole(const CheckedPicture& picture, const platform::Control& control, vnr_noise* noise);
 
 }  // namespace veskaro::api
 

@@ -41,7 +41,7 @@ int roundingOf(int rounding, pixels::SampleType type, pixels::Rounding* own) {
 }
 
 // Whether the input holds what the output's tiles read.
-int checkRectangles(const tiled::Plan& plan, const Picture& in, const Picture& out) {
+int checkRectangles(const tiled::Plan& plan, const CheckedPicture& in, const CheckedPicture& out) {
   if (!plan.picture().contains(out.view.region) || !plan.picture().contains(in.view.region)) {
     return VNR_ERROR_RECTANGLE;
   }
@@ -49,14 +49,14 @@ int checkRectangles(const tiled::Plan& plan, const Picture& in, const Picture& o
   return in.view.region.contains(read) ? VNR_OK : VNR_ERROR_RECTANGLE;
 }
 
-int checkPair(const vnr_picture* in, const vnr_picture* out, Picture* ownIn, Picture* ownOut) {
+int checkPair(const vnr_picture* in, const vnr_picture* out, CheckedPicture* ownIn, CheckedPicture* ownOut) {
   int result = checkPicture(in, ownIn);
   if (result == VNR_OK) result = checkPicture(out, ownOut);
   if (result != VNR_OK) return result;
   return ownIn->isAlike(*ownOut) ? checkOverlap(*ownIn, *ownOut) : VNR_ERROR_FORMAT;
 }
 
-int filter(const vnr_plan& p, const Picture& in, const Picture& out, const platform::Control& control) {
+int filter(const vnr_plan& p, const CheckedPicture& in, const CheckedPicture& out, const platform::Control& control) {
   pixels::Rounding rounding;
   const int rounds = roundingOf(p.rounding, in.view.type, &rounding);
   if (rounds != VNR_OK) return rounds;
@@ -99,7 +99,7 @@ int vnr_plan_cover(const vnr_plan* plan, const vnr_rectangle* wanted, vnr_rectan
 
 int vnr_plan_filter(const vnr_plan* plan, const vnr_picture* in, const vnr_picture* out, const vnr_control* control) {
   if (plan == nullptr) return VNR_ERROR_NULL;
-  api::Picture ownIn, ownOut;
+  api::CheckedPicture ownIn, ownOut;
   platform::Control how;
   int result = api::checkPair(in, out, &ownIn, &ownOut);
   if (result == VNR_OK) result = api::checkControl(control, &how);
@@ -115,7 +115,7 @@ void vnr_plan_end(vnr_plan* plan) {
 
 int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_settings* settings,
                 const vnr_control* control) {
-  api::Picture ownIn, ownOut;
+  api::CheckedPicture ownIn, ownOut;
   platform::Control how;
   vnr_settings own;
   int result = api::checkPair(in, out, &ownIn, &ownOut);

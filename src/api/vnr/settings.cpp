@@ -32,6 +32,7 @@ void takeByScale(const measure::NoiseByScale& from, vnr_noise* noise) {
   noise->grain = from.grain == measure::Grain::kUnknown    ? VNR_GRAIN_UNKNOWN
                  : from.grain == measure::Grain::kMeasured ? VNR_GRAIN_MEASURED
                                                            : VNR_GRAIN_TEXTURED;
+  noise->grain_blocks = from.blocks;
   for (int k = 0; k < 3; ++k) noise->sigma[k] = from.sigma[k];
   noise->correlation = from.correlation;
   noise->blotches = from.blotches;
@@ -51,6 +52,10 @@ vnr_settings usualSettings(float linearScale, int rounding) {
   s.tile = kUsualTile;
   s.rounding = rounding;
   return s;
+}
+
+float scaleOf(const vnr_noise* noise) {
+  return noise != nullptr && noise->linear_scale > 0.0f ? noise->linear_scale : 1.0f;
 }
 
 // Square roots have the same noise at every brightness.
@@ -86,7 +91,7 @@ vnr_noise noiseOf(const measure::Measurement& m, const measure::Noise& noise) {
 }
 
 vnr_settings classicSettings(const vnr_noise* noise, float strength) {
-  vnr_settings s = usualSettings(noise != nullptr ? noise->linear_scale : 1.0f, VNR_ROUND_AUTO);
+  vnr_settings s = usualSettings(scaleOf(noise), VNR_ROUND_AUTO);
   if (noise != nullptr && noise->reason == VNR_MEASURED) {
     params::setDefaults(s.params);
     params::setMeasured(params::withStrength(noise->level, strength), s.params);
@@ -98,7 +103,7 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
 }
 
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
-  vnr_settings s = usualSettings(noise.linear_scale, VNR_ROUND_FINEST);
+  vnr_settings s = usualSettings(scaleOf(&noise), VNR_ROUND_FINEST);
   params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches,
                    noise.encoding == VNR_LINEAR},
                   strength, s.params);

@@ -111,7 +111,7 @@ class ChromaStage {
 
  private:
   template <bool kFade>
-  void runStrip(const Strip& strip) const {
+  void runStrip(const DetailStrip& strip) const {
     const auto makeRow = [&](int y) { makeRatios(strip, y); };
     const StripLevels<3, decltype(makeRow)> planes(scratch_.ratios, height(), strip, makeRow);
     planes.forEachRow([&](int y) {
@@ -122,7 +122,7 @@ class ChromaStage {
     });
   }
 
-  void makeRatios(const Strip& strip, int y) const {
+  void makeRatios(const DetailStrip& strip, int y) const {
     const ConstRgbeRow row = job_.in.row(y);
     const ConstRgbeRow next = job_.in.row(std::min(y + 1, height() - 1));
     const simd::Rows to = {
@@ -150,7 +150,7 @@ class ChromaStage {
 
   // smoothedRatio(x): that of the vector of pixels x columns into the strip.
   template <bool kFade, class SmoothedRatio>
-  HWY_INLINE void writeRow(const Strip& strip, int y, const SmoothedRatio& smoothedRatio) const {
+  HWY_INLINE void writeRow(const DetailStrip& strip, int y, const SmoothedRatio& smoothedRatio) const {
     const ConstRgbeRow in = job_.in.row(y);
     const RgbeRow out = job_.isInPlace ? rowInPlace() : job_.out.row(y);
     forEachVector(strip.xStart, strip.xEnd, [&](int i) VESKARO_INLINE_LAMBDA {
@@ -177,8 +177,8 @@ class ChromaStage {
   RgbeRow rowInPlace() const { return Picture{{job_.in.size.width, 1}, scratch_.rowInPlace}.row(0); }
 
   // The last columns of a strip wait in the spare picture, for the next strip still reads those of the input.
-  void putRow(const Strip& strip, int y) const {
-    const int waiting = strip.xEnd == job_.in.size.width ? strip.xEnd : strip.xEnd - kStripMargin;
+  void putRow(const DetailStrip& strip, int y) const {
+    const int waiting = strip.xEnd == job_.in.size.width ? strip.xEnd : strip.xEnd - kDetailMargin;
     copyColumns(rowInPlace(), job_.out.row(y), strip.xStart, waiting);
     copyColumns(rowInPlace(), job_.spare.row(y), waiting, strip.xEnd);
   }
@@ -186,7 +186,7 @@ class ChromaStage {
   void putWaitingColumns() const {
     for (int n = 0; n + 1 < plan_.count(); ++n) {
       const int end = plan_.strip(n).xEnd;
-      for (int y = 0; y < height(); ++y) copyColumns(job_.spare.row(y), job_.out.row(y), end - kStripMargin, end);
+      for (int y = 0; y < height(); ++y) copyColumns(job_.spare.row(y), job_.out.row(y), end - kDetailMargin, end);
     }
   }
 

@@ -137,7 +137,7 @@ HWY_INLINE V addUp(const DetailRows& rows, int x, const Shrink& shrink) {
 template <int kPlanes, class MakeRow>
 class StripLevels {
  public:
-  StripLevels(const DetailRings* rings, int height, const Strip& strip, const MakeRow& makeRow)
+  StripLevels(const DetailRings* rings, int height, const DetailStrip& strip, const MakeRow& makeRow)
       : rings_(rings), height_(height), strip_(strip), makeRow_(makeRow) {}
 
   // Calls useRow(y) for every row in turn; rowsAt(plane, y) then gives what is there.
@@ -181,7 +181,7 @@ class StripLevels {
   int endToMake(int firstOfBatch, int ahead) const { return std::min(firstOfBatch + kBatchRows + ahead, height_); }
 
   template <int kLevel>
-  void makeSmooth(int firstOfBatch, const StripRing& finer, const StripRing& smooth) const {
+  void makeSmooth(int firstOfBatch, const DetailRing& finer, const DetailRing& smooth) const {
     constexpr int kSpacing = levelSpacing(kLevel), kAhead = rowsAhead(kLevel);
     const int first = firstToMake(firstOfBatch, kAhead), rows = endToMake(firstOfBatch, kAhead) - first;
     const float* from[2 * kBatchRows + 2 * kSpacing];
@@ -202,7 +202,7 @@ class StripLevels {
 
   const DetailRings* rings_;
   const int height_;
-  const Strip strip_;
+  const DetailStrip strip_;
   const MakeRow& makeRow_;
 };
 

@@ -8,14 +8,14 @@
 namespace veskaro::hdr {
 
 // Columns beside a strip that its pixels reach (1 + 2 + 4 + 8 + 16 = 31), in whole vectors.
-constexpr int kStripMargin = 32;
+constexpr int kDetailMargin = 32;
 
 // Pictures narrower than this go through the plain form.
 constexpr int kNarrowest = 32;
 
 // A strip of columns: its rows hold [rowStart, rowEnd), from which [xStart, xEnd) come out right. At an edge of the
 // picture there is no margin: the rows are mirrored there.
-struct Strip {
+struct DetailStrip {
   int rowStart, rowEnd;
   int xStart, xEnd;
   bool atLeftEdge, atRightEdge;
@@ -30,10 +30,10 @@ class StripPlan {
 
   int width() const { return width_; }
   int count() const { return count_; }
-  Strip strip(int n) const {
+  DetailStrip strip(int n) const {
     const int start = boundary(n), end = boundary(n + 1);
-    const int rowStart = n == 0 ? 0 : start - kStripMargin;
-    const int rowEnd = n + 1 == count_ ? width_ : end + kStripMargin < width_ ? end + kStripMargin : width_;
+    const int rowStart = n == 0 ? 0 : start - kDetailMargin;
+    const int rowEnd = n + 1 == count_ ? width_ : end + kDetailMargin < width_ ? end + kDetailMargin : width_;
     return {rowStart, rowEnd, start, end, n == 0, rowEnd == width_};
   }
   int widestRow() const {
@@ -64,10 +64,10 @@ constexpr int kBaseRowsAhead = kBatchRows - 1;
 
 // The last rows of one plane of a strip. Beside a row there is room for the taps of the coarsest level and a partial
 // vector.
-class StripRing {
+class DetailRing {
  public:
-  StripRing() = default;
-  StripRing(simd::Arena* arena, int columns)
+  DetailRing() = default;
+  DetailRing(simd::Arena* arena, int columns)
       : rows_(arena, simd::Pitch::staggered(columns + 2 * simd::kMaxLanes), kGap) {}
 
   float* at(int y) const { return rows_.at(y).plane(0); }
@@ -82,11 +82,11 @@ class StripRing {
 struct DetailRings {
   DetailRings() = default;
   DetailRings(simd::Arena* arena, int columns, int keptLevels) : base(arena, columns) {
-    for (int level = 0; level < keptLevels; ++level) smooth[level] = StripRing(arena, columns);
+    for (int level = 0; level < keptLevels; ++level) smooth[level] = DetailRing(arena, columns);
   }
 
-  StripRing base;
-  StripRing smooth[kDetailLevels];
+  DetailRing base;
+  DetailRing smooth[kDetailLevels];
 };
 
 }  // namespace veskaro::hdr

@@ -164,7 +164,7 @@ class LuminanceStage {
 
  private:
   template <class Shrink>
-  void runStrip(const Strip& strip, const Shrink& shrink) const {
+  void runStrip(const DetailStrip& strip, const Shrink& shrink) const {
     const auto makeRow = [&](int y) { makeLogs(strip, y); };
     const StripLevels<1, decltype(makeRow)> plane(&scratch_.rings, height(), strip, makeRow);
     plane.forEachRow([&](int y) { writeRow(strip, y, plane.rowsAt(0, y), shrink); });
@@ -172,7 +172,7 @@ class LuminanceStage {
 
   // Here and in writeRow, several short loops over a row rather than a long one: the processor overlaps the steps of
   // more vectors. What needs another form is noted and made again afterwards, so that no branch has to guess.
-  void makeLogs(const Strip& strip, int y) const {
+  void makeLogs(const DetailStrip& strip, int y) const {
     float* const to = scratch_.rings.base.at(y);
     const VectorList unsafe = makeLuminances(strip, y, to);
     takeLogs(to, strip.columns());
@@ -183,7 +183,7 @@ class LuminanceStage {
   }
 
   // Returns the vectors with exponents that only the plain form takes.
-  HWY_NOINLINE VectorList makeLuminances(const Strip& strip, int y, float* to) const {
+  HWY_NOINLINE VectorList makeLuminances(const DetailStrip& strip, int y, float* to) const {
     const ConstRgbeRow row = job_.in.row(y);
     const ConstRgbeRow next = job_.in.row(std::min(y + 1, height() - 1));
     VectorList unsafe(scratch_.withUnsafeExponents);
@@ -202,7 +202,7 @@ class LuminanceStage {
   }
 
   template <class Shrink>
-  void writeRow(const Strip& strip, int y, const DetailRows& rows, const Shrink& shrink) const {
+  void writeRow(const DetailStrip& strip, int y, const DetailRows& rows, const Shrink& shrink) const {
     const int columns = strip.xEnd - strip.xStart;
     addUpRow(rows, columns, shrink, scratch_);
     if (Shrink::kMovesMostPixels) {
@@ -221,7 +221,7 @@ class LuminanceStage {
   }
 
   // Returns the vectors with pixels in doubt.
-  HWY_NOINLINE VectorList writeNearly(const Strip& strip, int y) const {
+  HWY_NOINLINE VectorList writeNearly(const DetailStrip& strip, int y) const {
     const Floats d;
     const ConstRgbeRow in = job_.in.row(y);
     const RgbeRow out = job_.out.row(y);
@@ -238,7 +238,7 @@ class LuminanceStage {
     return inDoubt;
   }
 
-  HWY_INLINE void writeVector(const Strip& strip, int y, int i) const {
+  HWY_INLINE void writeVector(const DetailStrip& strip, int y, int i) const {
     const Floats d;
     const ConstRgbeRow in = job_.in.row(y);
     const RgbeRow out = job_.out.row(y);

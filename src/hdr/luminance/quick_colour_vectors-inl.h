@@ -78,19 +78,19 @@ struct NearlyPixels {
 constexpr int kFractionBits = 16;
 
 // How near to a whole number a mantissa may come, 2^-10, in units of its last fraction bit.
-constexpr int kReach = 1 << (kFractionBits - 10);
+constexpr int kNearness = 1 << (kFractionBits - 10);
 
-// A scaled channel, moved up by kReach so that a fraction below 2 kReach tells of one that is too near. What lies below
-// 0, or as near above it, is cut off to 0 for sure.
+// A scaled channel, moved up by kNearness so that a fraction below 2 kNearness tells of one that is too near. What lies
+// below 0, or as near above it, is cut off to 0 for sure.
 HWY_INLINE VI toFixed(V channel, V scale) {
   const Floats d;
-  const VI fixed = truncated(hn::MulAdd(channel, scale, hn::Set(d, static_cast<float>(kReach))));
-  return hn::Max(fixed, hn::Set(Ints(), 2 * kReach));
+  const VI fixed = truncated(hn::MulAdd(channel, scale, hn::Set(d, static_cast<float>(kNearness))));
+  return hn::Max(fixed, hn::Set(Ints(), 2 * kNearness));
 }
 
 // Positive bits of the fraction, or 0 for one that is too near.
 HWY_INLINE VI clearance(VI fixed) {
-  return hn::And(fixed, hn::Set(Ints(), (1 << kFractionBits) - 2 * kReach));
+  return hn::And(fixed, hn::Set(Ints(), (1 << kFractionBits) - 2 * kNearness));
 }
 
 // Pixels with a new luminance. Where the doubt is not negative, the bytes are those of the exact way: with L the

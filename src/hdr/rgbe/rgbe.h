@@ -3,12 +3,11 @@
 #define VESKARO_HDR_RGBE_RGBE_H
 
 #include "hdr/rgbe/picture_memory.h"
+#include "pixels/colour.h"
 
 namespace veskaro::hdr {
 
-struct Rgb {
-  float r, g, b;
-};
+using pixels::Rgb;
 
 // A row of w pixels is four runs of w bytes: red, green and blue mantissas, then the shared exponents.
 template <class Byte>

@@ -270,7 +270,8 @@ class Reader {
   bool hasMemory() const { return static_cast<bool>(passing_); }
 
   void take(NoiseByScale* noise) {
-    Readings usual = readSmoothest(kClippedShare);
+    for (std::int64_t i = 0; i < blocks_.grid().count(); ++i) noise->blocks += blocks_[i].isSeen != 0 ? 1 : 0;
+    const Readings usual = readSmoothest(kClippedShare);
     if (passing_.count() == 0) return;
     noise->grain = Grain::kMeasured;
     for (const DarkBlocks& darker : kDarkBlocks) {

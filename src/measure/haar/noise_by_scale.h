@@ -12,6 +12,7 @@ enum class Grain { kUnknown, kMeasured, kTextured };
 // Deviations are those of black in a picture whose noise falls by kHighlightFall towards white.
 struct NoiseByScale {
   Grain grain = Grain::kUnknown;
+  int blocks = 0;
   float luma = 0.0f;          // of fine luminance details
   float chroma = 0.0f;        // of fine colour details
   float coarseChroma = 0.0f;  // of coarse ones

@@ -12,7 +12,7 @@ Bytes pngWithMetadata(const Bytes& encoded, const Metadata& metadata);
 std::vector<Bytes> webpBlocks(const Bytes& file);
 Bytes webpWithMetadata(const Bytes& encoded, const Metadata& metadata);
 void readTiffMetadata(const Bytes& file, Metadata& metadata);
-Bytes tiffWithMetadata(const Bytes& encoded, const Metadata& metadata);
+Bytes tiffWithMetadata(Bytes encoded, const Metadata& metadata);
 
 // IPTC records of a Photoshop resource block, and a resource block that holds nothing else.
 Bytes iptcOfPhotoshopBlock(const std::uint8_t* block, std::size_t size);

@@ -51,7 +51,7 @@ Metadata readMetadata(const Bytes& file, Format format, const vips::VImage& open
   return metadata;
 }
 
-Bytes withMetadata(const Bytes& encoded, Format format, const Metadata& metadata) {
+Bytes withMetadata(Bytes encoded, Format format, const Metadata& metadata) {
   switch (format) {
     case Format::kJpeg:
       return jpegWithMetadata(encoded, metadata);
@@ -60,7 +60,7 @@ Bytes withMetadata(const Bytes& encoded, Format format, const Metadata& metadata
     case Format::kWebp:
       return webpWithMetadata(encoded, metadata);
     case Format::kTiff:
-      return tiffWithMetadata(encoded, metadata);
+      return tiffWithMetadata(std::move(encoded), metadata);
     case Format::kRadiance:
     case Format::kOpenExr:
       break;

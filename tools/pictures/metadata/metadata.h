@@ -4,6 +4,7 @@
 // formats the four standard blocks are carried over.
 #pragma once
 
+#include <memory>
 #include <vector>
 #include <vips/vips8>
 
@@ -12,21 +13,23 @@
 
 namespace tool::pictures {
 
+struct TiffTags;
+
 struct Metadata {
   Format source = Format::kPng;
   Bytes exif;  // a TIFF structure, without the "Exif" prefix that JPEG puts in front
   Bytes xmp;
   Bytes iptc;  // IPTC-IIM records
   Bytes icc;
-  std::vector<Bytes> blocks;  // JPEG segments, PNG chunks or WebP chunks that move unchanged
-  Bytes tiff;                 // a TIFF file's bytes: its tags are copied when the result is written
+  std::vector<Bytes> blocks;             // JPEG segments, PNG chunks or WebP chunks that move unchanged
+  std::shared_ptr<const TiffTags> tiff;  // of a TIFF file that Exiv2 can read
 };
 
 // opened is the same file as libvips opened it.
 Metadata readMetadata(const Bytes& file, Format format, const vips::VImage& opened);
 
 // The encoded picture (written without metadata) with the metadata put in.
-Bytes withMetadata(const Bytes& encoded, Format format, const Metadata& metadata);
+Bytes withMetadata(Bytes encoded, Format format, const Metadata& metadata);
 
 // True when a lossy WebP file was given.
 bool webpIsLossy(const Bytes& file);

@@ -6,6 +6,12 @@
 #include "pictures/metadata/containers.h"
 
 namespace tool::pictures {
+
+struct TiffTags {
+  Exiv2::ExifData exif;
+  Exiv2::IptcData iptc;
+};
+
 namespace {
 
 using ImagePtr = Exiv2::Image::AutoPtr;
@@ -34,19 +40,6 @@ bool describesStorage(const Exiv2::Exifdatum& datum) {
 
 Bytes toBytes(const Exiv2::DataBuf& buffer) {
   return Bytes(buffer.pData_, buffer.pData_ + buffer.size_);
-}
-
-// Gives the image all tags of a TIFF source; false when the source is none, or one that Exiv2 does not read (BigTIFF).
-bool copyTags(const Metadata& metadata, Exiv2::Image& image) {
-  if (metadata.source != Format::kTiff) return false;
-  try {
-    const ImagePtr source = open(metadata.tiff);
-    image.setExifData(source->exifData());
-    image.setIptcData(source->iptcData());
-    return true;
-  } catch (const Exiv2::Error&) {
-    return false;
-  }
 }
 
 // Adds what another format held to the tags that came with the pixels.
@@ -96,6 +89,19 @@ void replaceXmp(Bytes& file, const Bytes& packet) {
   }
 }
 
+// Tags that find room are written into the file itself; else there is a new file, and the old one goes before that is
+// copied, as both may be big.
+void takeWritten(Exiv2::BasicIo& io, std::size_t roomAfter, Bytes& file) {
+  if (io.open() != 0) throw Failure("the tags cannot be written");
+  const Exiv2::byte* const written = io.mmap();
+  if (written != file.data()) {
+    file = Bytes();
+    file.reserve(static_cast<std::size_t>(io.size()) + roomAfter + 1);
+    file.assign(written, written + io.size());
+  }
+  io.close();
+}
+
 }  // namespace
 
 Bytes iptcOfPhotoshopBlock(const std::uint8_t* block, std::size_t size) {
@@ -118,8 +124,8 @@ Bytes photoshopBlockOfIptc(const Bytes& iptc) {
 }
 
 void readTiffMetadata(const Bytes& file, Metadata& metadata) try {
-  metadata.tiff = file;
   const ImagePtr image = open(file);
+  metadata.tiff = std::make_shared<TiffTags>(TiffTags{image->exifData(), image->iptcData()});
   Exiv2::ExifData exif = image->exifData();
   for (auto datum = exif.begin(); datum != exif.end();) {
     datum = describesStorage(*datum) ? exif.erase(datum) : std::next(datum);
@@ -132,21 +138,23 @@ void readTiffMetadata(const Bytes& file, Metadata& metadata) try {
   // Tags that cannot be read stay behind; the picture itself was readable.
 }
 
-Bytes tiffWithMetadata(const Bytes& encoded, const Metadata& metadata) try {
+Bytes tiffWithMetadata(Bytes encoded, const Metadata& metadata) try {
   const ImagePtr image = open(encoded);
-  if (!copyTags(metadata, *image)) mergeTags(*image, metadata);
+  if (metadata.tiff != nullptr) {
+    image->setExifData(metadata.tiff->exif);
+    image->setIptcData(metadata.tiff->iptc);
+  } else {
+    mergeTags(*image, metadata);
+  }
   if (!metadata.xmp.empty()) image->setXmpPacket(std::string(metadata.xmp.begin(), metadata.xmp.end()));
   if (!metadata.icc.empty()) {
     Exiv2::DataBuf profile(metadata.icc.data(), static_cast<long>(metadata.icc.size()));
     image->setIccProfile(profile, false);
   }
   image->writeMetadata();
-  Exiv2::BasicIo& io = image->io();
-  if (io.open() != 0) throw Failure("the tags cannot be written");
-  Bytes result = toBytes(io.read(static_cast<long>(io.size())));
-  io.close();
-  if (!metadata.xmp.empty()) replaceXmp(result, metadata.xmp);
-  return result;
+  takeWritten(image->io(), metadata.xmp.size(), encoded);
+  if (!metadata.xmp.empty()) replaceXmp(encoded, metadata.xmp);
+  return encoded;
 } catch (const Exiv2::Error& error) {
   throw Failure(std::string("the tags cannot be written: ") + error.what());
 }

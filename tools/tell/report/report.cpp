@@ -59,10 +59,9 @@ Json cropsOf(const DisplayPair& display) {
 // Brightness, deviation, and 0 for any block, 1 for a candidate, 2 for one that decided.
 Json blocksOf(const run::NoiseProfile& profile) {
   Json blocks = Json::array();
-  for (const run::NoiseBlock& block : profile.blocks) {
-    if (!std::isfinite(block.deviation)) continue;
+  for (const vnr_block& block : profile.blocks) {
     const double deviation = std::round(static_cast<double>(block.deviation) * 1000) / 1000;
-    blocks.push_back({block.brightness, deviation, block.chosen ? 2 : block.candidate ? 1 : 0});
+    blocks.push_back({block.brightness, deviation, block.role - VNR_BLOCK_USABLE});
   }
   return blocks;
 }

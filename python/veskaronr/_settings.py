@@ -1,0 +1,150 @@
+"""Settings: everything that decides what the filters do."""
+
+from __future__ import annotations
+
+from ctypes import Array, byref, c_float
+from dataclasses import dataclass, fields
+from typing import TYPE_CHECKING, Any, Literal
+
+from ._arguments import integer, number
+from ._library import PARAM_COUNT, CNoise, CSettings, call, sized
+
+if TYPE_CHECKING:
+    from ._measure import Noise
+
+Rounding = Literal["auto", "truncate", "nearest", "none"]
+_ROUNDINGS: tuple[Rounding, ...] = ("auto", "truncate", "nearest", "none")
+
+Preset = Literal["classic"]
+DEFAULT_PRESET: Preset = "classic"
+# The C function that makes a preset's settings from a measurement and a strength.
+_PRESETS: dict[str, str] = {"classic": "vnr_settings_classic"}
+
+
+@dataclass
+class Params:
+    """The filters' 21 parameters by name, in the C library's order. Every field starts at its default.
+
+    As ``settings=`` of `denoise`, a ``Params`` says what to use beside a measurement: ``noise_level``,
+    ``chroma_keep``, ``highlight_start`` and ``highlight_width`` are measured, and all fields return to their
+    defaults for a picture whose noise cannot be measured. `Settings` are used as they stand.
+
+    Examples
+    --------
+    >>> import veskaronr
+    >>> veskaronr.Params(sharpening=0.0).sharpening
+    0.0
+    """
+
+    noise_level: float = 46.4801  #: luminance noise level; measured
+    highlight_noise: float = 0.2  #: noise at full white relative to noise at black, 0.01 to 1
+    level0_noise: float = 1.0  #: noise multiplier of the finest level
+    level1_noise: float = 1.0
+    level2_noise: float = 1.0
+    level3_noise: float = 1.0  #: of the coarsest level
+    luma_keep: float = 0.3  #: share of the input's luminance in the result
+    chroma_keep: float = -0.204229  #: share of the input's chroma in the result; measured
+    level0_amount: float = 1.0  #: noise-reduction amount of the finest level
+    level1_amount: float = 1.0
+    level2_amount: float = 1.0
+    level3_amount: float = 1.0  #: of the coarsest level
+    sharpening: float = 0.2  #: luminance sharpening
+    level0_sharpening: float = 1.0  #: sharpening multiplier of the finest level
+    level1_sharpening: float = 1.0
+    level2_sharpening: float = 1.0
+    level3_sharpening: float = 1.0  #: of the coarsest level
+    highlight_start: float = 100.0  #: luminance where luminance noise reduction starts to fade; measured
+    highlight_width: float = 137.96  #: width of that fade; measured
+    chroma_sharpening: float = 0.2  #: chroma sharpening
+    reserved: float = 1.0  #: read by nothing
+
+    def to_vector(self) -> Array[c_float]:
+        """The 21 floats as the C functions take them.
+
+        Examples
+        --------
+        >>> import veskaronr
+        >>> len(veskaronr.Params().to_vector())
+        21
+        """
+        values = [number(field.name, getattr(self, field.name)) for field in fields(Params)]
+        return (c_float * PARAM_COUNT)(*values)
+
+
+_MEASURED = ("noise_level", "chroma_keep", "highlight_start", "highlight_width")
+
+
+@dataclass
+class Settings(Params):
+    """Everything that decides what the filters do, used as it stands: nothing is measured or overwritten.
+
+    `Noise.settings` gives what suits a measurement; any field may then be changed, with ``dataclasses.replace`` for
+    instance. Settings that no filter can work with are refused with `ArgumentError` when they are used.
+
+    Examples
+    --------
+    >>> import dataclasses, veskaronr
+    >>> mine = dataclasses.replace(veskaronr.Settings(noise_level=60.0), luma_keep=0.1)
+    >>> mine.noise_level, mine.luma_keep, mine.tile
+    (60.0, 0.1, 256)
+    """
+
+    recon_threshold: float = 10.0  #: colour distance up to which two pixels count as equal between levels
+    recon_rolloff: float = 50.0  #: further distance over which their similarity falls to 0
+    linear_scale: float = 1.0  #: scale of linear pictures, above 0; not used for others
+    tile: int = 256  #: nominal edge of a tile in pixels, 56 to 32768; it decides the bytes
+    rounding: Rounding = "auto"  #: "truncate" (auto for integers), "nearest", or "none" (auto for floats, only there)
+
+    def _as_struct(self) -> CSettings:
+        if self.rounding not in _ROUNDINGS:
+            raise ValueError(f"rounding must be one of {', '.join(_ROUNDINGS)}, not {self.rounding!r}")
+        tile = integer("tile", self.tile)
+        return sized(
+            CSettings,
+            params=self.to_vector(),
+            recon_threshold=number("recon_threshold", self.recon_threshold),
+            recon_rolloff=number("recon_rolloff", self.recon_rolloff),
+            linear_scale=number("linear_scale", self.linear_scale),
+            tile=min(max(tile, 0), 1 << 30),  # what C's int cannot hold is refused as these are
+            rounding=_ROUNDINGS.index(self.rounding),
+        )
+
+
+def _of_struct(struct: CSettings) -> Settings:
+    params = dict(zip((f.name for f in fields(Params)), struct.params))
+    return Settings(
+        **params,
+        recon_threshold=struct.recon_threshold,
+        recon_rolloff=struct.recon_rolloff,
+        linear_scale=struct.linear_scale,
+        tile=struct.tile,
+        rounding=_ROUNDINGS[struct.rounding],
+    )
+
+
+def check_preset(preset: str) -> None:
+    if not isinstance(preset, str) or preset not in _PRESETS:
+        raise ValueError(f"preset must be one of {', '.join(_PRESETS)}, not {preset!r}")
+
+
+def settings_of(noise: CNoise, strength: float, preset: str) -> Settings:
+    """What a preset makes of a measurement and a strength."""
+    check_preset(preset)
+    struct = sized(CSettings)
+    call(_PRESETS[preset], byref(noise), check_strength(strength), byref(struct))
+    return _of_struct(struct)
+
+
+def check_strength(strength: float) -> float:
+    factor = number("strength", strength)
+    if not 0.5 <= factor <= 1.5:
+        raise ValueError(f"the strength is a factor from 0.5 to 1.5, not {strength}")
+    return factor
+
+
+def with_params(measured: Settings, params: Params, noise: Noise) -> Settings:
+    """What a caller's ``Params`` come to beside a measurement."""
+    if not noise.measured:
+        return measured
+    own: dict[str, Any] = {f.name: getattr(params, f.name) for f in fields(Params) if f.name not in _MEASURED}
+    return Settings(**{**vars(measured), **own})
