@@ -24,6 +24,9 @@ constexpr double kRolloffOfBlotches = 6.2;  // blotches are larger than the fine
 // larger: a power of what the median block shows over the noise, within bounds.
 constexpr double kUsualStructure = 3.2, kPowerOfStructure = -0.35, kLeastByStructure = 0.6, kMostByStructure = 1.2;
 
+// Noise below about one level of 8 bits is not seen, and what reads as such in a clean picture is structure.
+constexpr double kFaintLuma = 1.2;
+
 // Square roots of linear light have their strongest noise in the deepest shadows, where the smoothest blocks seldom
 // lie; and what is bright has so much of a range that structure there is no measure.
 constexpr double kRolloffOfLinear = 1.35;
@@ -94,7 +97,10 @@ class Rule {
     if (noise.isLinear) return kRolloffOfLinear;
     const double structure = static_cast<double>(noise.structure) / lumaOf(noise) / kUsualStructure;
     const double factor = std::pow(structure, kPowerOfStructure);  // infinite without structure
-    return factor < kLeastByStructure ? kLeastByStructure : factor < kMostByStructure ? factor : kMostByStructure;
+    const double bounded =
+        factor < kLeastByStructure ? kLeastByStructure : (factor < kMostByStructure ? factor : kMostByStructure);
+    const double faint = lumaOf(noise) / kFaintLuma;
+    return faint < 1.0 ? faint * bounded : bounded;
   }
   double rolloffOf(const NoiseForBest& noise) const {
     const double fine = kRolloffOfLuma * std::pow(lumaOf(noise), kPowerOfLuma);

@@ -18,14 +18,14 @@ struct DarkBlocks {
   float clippedShare;
   double muchMilder, muchMilderOfLuma;
 };
-constexpr DarkBlocks kDarkBlocks[] = {{0.5f, 0.66, 0.45}, {0.25f, 0.76, 0.5}};
+constexpr DarkBlocks kDarkBlocks[] = {{0.5f, 0.66, 0.48}, {0.25f, 0.76, 0.5}};
 constexpr double kMostRatioOfWhite = 1.3, kLeastRatioOfLuma = 3.0;
 
 // The smoothest 0.5 % decide, 6 at least.
 constexpr double kDecidingShare = 0.005;
 constexpr std::size_t kFewestDeciding = 6;
 
-// The deviation of white noise is read within 2 % from 16 blocks, which take twice as many to choose from.
+// The deviation of white noise is read within 2.2 % from 16 blocks, which take twice as many to choose from.
 constexpr double kSigmaShare = 0.02;
 constexpr std::size_t kFewestOfSigma = 32;
 
@@ -229,11 +229,11 @@ double energyOf(const HaarBlock& b, int scale, const double* from) {
          from[kCb] * from[kCr] * product(kCbCr);
 }
 
-// The deviation of a pixel. White: every coefficient tells the same. Smoothed alike both ways, the lowpass of a scale
-// deviates by the mean of that of its diagonal details and of the next lowpass.
+// The deviation of a pixel. White: the finest details tell it, which have least of the picture. Smoothed alike both
+// ways, the lowpass of a scale deviates by the mean of that of its diagonal details and of the next lowpass.
 double deviationOf(const double* energies, double smoothed) {
-  const double white = std::sqrt((64.0 * energies[0] + 16.0 * energies[1] + 4.0 * energies[2]) / 84.0);
-  const double any = 0.5 * std::sqrt(energies[0]) + 0.25 * std::sqrt(energies[1]) + 0.25 * std::sqrt(energies[2]);
+  const double white = std::sqrt(energies[0]);
+  const double any = 0.5 * white + 0.25 * std::sqrt(energies[1]) + 0.25 * std::sqrt(energies[2]);
   return lerp(white, any, smoothed);
 }
 
