@@ -28,7 +28,8 @@ constexpr double kUsualStructure = 3.2, kPowerOfStructure = -0.35, kLeastByStruc
 constexpr double kFaintLuma = 1.2;
 
 // Square roots of linear light have their strongest noise in the deepest shadows, where the smoothest blocks seldom
-// lie; and what is bright has so much of a range that structure there is no measure.
+// lie; and what is bright has so much of a range that structure there is no measure. Where texture was read, it is
+// that of dark parts, and less is taken.
 constexpr double kRolloffOfLinear = 1.35;
 
 // The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would
@@ -94,7 +95,7 @@ class Rule {
     return static_cast<double>(noise.luma) > kLeast ? static_cast<double>(noise.luma) : kLeast;
   }
   static double ofPicture(const NoiseForBest& noise) {
-    if (noise.isLinear) return kRolloffOfLinear;
+    if (noise.isLinear) return kRolloffOfLinear * static_cast<double>(noise.kept);
     const double structure = static_cast<double>(noise.structure) / lumaOf(noise) / kUsualStructure;
     const double factor = std::pow(structure, kPowerOfStructure);  // infinite without structure
     const double bounded =

@@ -68,7 +68,7 @@ bool isMeasurement(const vnr_noise& n) {
   const auto isDeviation = [](float v) { return std::isfinite(v) && v >= 0.0f; };
   const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
   return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isDeviation(n.structure) && isShare(n.correlation) &&
-         isShare(n.blotches) && std::isfinite(n.linear_scale);
+         isShare(n.blotches) && isShare(n.texture_guard) && std::isfinite(n.linear_scale);
 }
 
 }  // namespace
@@ -105,7 +105,7 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
   vnr_settings s = usualSettings(scaleOf(&noise), VNR_ROUND_FINEST);
   params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches,
-                   noise.encoding == VNR_LINEAR},
+                   noise.texture_guard, noise.encoding == VNR_LINEAR},
                   strength, s.params);
   evenOutLinear(noise, &s);
   return s;

@@ -169,10 +169,11 @@ double chromaOf(const Readings& of) {
 }
 
 // Whether darker blocks show that what was read is texture.
-bool showsTexture(const Readings& dark, const Readings& usual, const DarkBlocks& how) {
+bool showsTexture(const Readings& dark, const Readings& usual, const DarkBlocks& how, bool mayBeJpeg) {
   const double level = levelOf(usual), chroma = chromaOf(usual);
   if (level < kMostRatioOfWhite * chroma) return false;
-  return levelOf(dark) < level * (level < kLeastRatioOfLuma * chroma ? how.muchMilder : how.muchMilderOfLuma);
+  const bool isOfLuma = mayBeJpeg && level >= kLeastRatioOfLuma * chroma;
+  return levelOf(dark) < level * (isOfLuma ? how.muchMilderOfLuma : how.muchMilder);
 }
 
 double atLeast(double v, double low) {
@@ -180,14 +181,15 @@ double atLeast(double v, double low) {
 }
 
 // Texture is grey: where luminance has much more fine detail than colour, and is finer at the second scale than colour
-// is, what is beyond the usual ratio of their noise does not count.
-void guardAgainstTexture(Readings* of, double* level, double chroma) {
+// is, what is beyond the usual ratio of their noise does not count. JPEG too takes fine noise from colour, far more.
+void guardAgainstTexture(Readings* of, double* level, double chroma, bool mayBeJpeg) {
   constexpr double kLeastChroma = 0.3, kUsualRatio = 1.15, kRatioOfScale = 1.3;
   if (!(chroma > kLeastChroma)) return;
   const double q = *level / chroma;
   const double slopeOfColour = std::sqrt(of->b[1] * of->r[1] / atLeast(of->b[0] * of->r[0], 1e-6));
   const double slope = slopeOfColour / atLeast(of->y[1] / atLeast(of->y[0], 1e-3), 1e-3);
-  const double c = clampedTo01((3.0 - q) / 0.8) * clampedTo01((1.6 - slope) / 0.3);
+  const double notOfJpeg = mayBeJpeg ? clampedTo01((kLeastRatioOfLuma - q) / 0.8) : 1.0;
+  const double c = notOfJpeg * clampedTo01((1.6 - slope) / 0.3);
   if (q > kUsualRatio) *level = lerp(*level, kUsualRatio * chroma, c);
   if (q <= kRatioOfScale) return;
   const double asColour = of->y[0] * of->b[1] / atLeast(of->b[0], 1e-3);
@@ -204,12 +206,12 @@ double blotchesOf(const Readings& of, double blotch) {
   return blotch > kLeast ? clampedTo01((blotch / atLeast(of.y[1], 1e-3) - 1.9) / 0.6) : 0.0;
 }
 
-void judge(Readings of, NoiseByScale* noise) {
+void judge(Readings of, bool mayBeJpeg, NoiseByScale* noise) {
   const double unguarded = levelOf(of);
   const double chroma = chromaOf(of);
   const double blotch = fourthRoot(of.b[1] * of.b[2] * of.r[1] * of.r[2]);
   double level = unguarded;
-  guardAgainstTexture(&of, &level, chroma);
+  guardAgainstTexture(&of, &level, chroma, mayBeJpeg);
   noise->luma = static_cast<float>(level);
   noise->chroma = static_cast<float>(chroma);
   noise->coarseChroma = static_cast<float>(blotch);
@@ -276,7 +278,7 @@ class Reader {
     noise->grain = Grain::kMeasured;
     for (const DarkBlocks& darker : kDarkBlocks) {
       const Readings dark = readSmoothest(darker.clippedShare);
-      if (!showsTexture(dark, usual, darker)) continue;
+      if (!showsTexture(dark, usual, darker, mayBeJpeg())) continue;
       noise->grain = Grain::kTextured;
       return take(dark, noise);
     }
@@ -285,13 +287,15 @@ class Reader {
   }
 
  private:
+  bool mayBeJpeg() const { return encoding_ == pixels::Encoding::kDisplay; }
+
   Readings readSmoothest(float clippedShare) {
     passing_.select(blocks_, encoding_, clippedShare);
     return read(passing_.smoothest(kDecidingShare, kFewestDeciding), toWorking_);
   }
 
   void take(const Readings& of, NoiseByScale* noise) {
-    judge(of, noise);
+    judge(of, mayBeJpeg(), noise);
     takeSigma(nearestToGrey(passing_.smoothest(kSigmaShare, kFewestOfSigma), toWorking_), toWorking_, noise);
     passing_.select(blocks_, encoding_, kDarkBlocks[1].clippedShare);
     noise->structure = static_cast<float>(passing_.structure() * toWorking_);
