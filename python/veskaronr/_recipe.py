@@ -1,0 +1,71 @@
+"""Recipes: settings in a JSON file, as docs/recipe.md describes it."""
+
+from __future__ import annotations
+
+import json
+import os
+from typing import Any, Protocol, Sequence, Union
+
+_VERSION = 1
+
+
+class _File(Protocol):
+    """A file object of text or bytes."""
+
+    def read(self) -> Any:
+        ...
+
+    def write(self, text: Any) -> Any:
+        ...
+
+
+RecipeFile = Union[str, "os.PathLike[str]", _File]
+
+
+def write_recipe(settings: dict[str, Any], file: RecipeFile) -> None:
+    text = json.dumps({"recipe": _VERSION, "settings": settings}, indent=2, allow_nan=False) + "\n"
+    if isinstance(file, (str, os.PathLike)):
+        with open(file, "w", encoding="ascii") as opened:
+            opened.write(text)
+        return
+    try:
+        file.write(text)
+    except TypeError:  # of bytes
+        file.write(text.encode())
+
+
+def read_recipe(file: RecipeFile, names: Sequence[str]) -> dict[str, Any]:
+    """The settings in a recipe, all of these and no others; their values are not looked at."""
+    if isinstance(file, (str, os.PathLike)):
+        with open(file, "rb") as opened:
+            text = opened.read()
+    else:
+        text = file.read()
+    recipe = _parsed(text)
+    if not isinstance(recipe, dict) or not isinstance(recipe.get("settings"), dict):
+        raise ValueError("this is no recipe")
+    version: Any = recipe.get("recipe")
+    settings: dict[str, Any] = recipe["settings"]
+    if type(version) is not int or version != _VERSION:
+        raise ValueError(f"the recipe is of version {version!r:.60}; this module knows version {_VERSION}")
+    unknown = (recipe.keys() - {"recipe", "settings"}) | (settings.keys() - set(names))
+    if unknown:
+        raise ValueError(f"the recipe has an unknown field {min(unknown)!r:.60}")
+    missing = [name for name in names if name not in settings]
+    if missing:
+        raise ValueError(f"the recipe lacks {missing[0]}")
+    return settings
+
+
+def _parsed(text: Any) -> Any:
+    try:
+        return json.loads(text, object_pairs_hook=_once)
+    except (ValueError, RecursionError) as failure:
+        raise ValueError(f"this is no recipe: {failure}") from None
+
+
+def _once(pairs: list[tuple[str, Any]]) -> dict[str, Any]:
+    taken = dict(pairs)
+    if len(taken) < len(pairs):
+        raise ValueError("a field is there twice")
+    return taken
