@@ -147,12 +147,13 @@ _SAME = ("level", "statistic", "linear_scale", "blocks", "blocks_seen", "blocks_
 
 def _of_struct(struct: CNoise) -> Noise:
     same: dict[str, Any] = {name: getattr(struct, name) for name in _SAME}
+    same["sigma"] = tuple(struct.sigma)
     return Noise(
         measured=struct.reason == 0,
         reason=_REASONS.get(struct.reason, "") if struct.reason else "",
         linear=struct.encoding == 1,
         grain=_GRAINS[struct.grain],
-        **{**same, "sigma": tuple(struct.sigma)},
+        **same,
     )
 
 
