@@ -74,14 +74,13 @@ def strip(crops):
 
 def main():
     photograph = noisy(np.asarray(Image.open(TOP / "samples/indoor-iso382.jpg").convert("RGB")))
-    whole = veskaronr.denoise(photograph)
+    whole, info = veskaronr.denoise(photograph, preset="classic", return_info=True)
     sides = [picture[680:800, 1160:1320].repeat(ZOOM, 0).repeat(ZOOM, 1) for picture in (photograph, whole)]
     Image.fromarray(np.hstack(sides)).save(TOP / "docs/before-after.jpg", quality=88)
 
-    classic = veskaronr.measure(photograph).settings(preset="classic")
     for entry, (place, low, high) in ENTRIES.items():
-        values = (low, getattr(classic, entry), high)
-        settings = [dataclasses.replace(classic, **{entry: value}) for value in values]
+        values = (low, getattr(info.settings, entry), high)
+        settings = [dataclasses.replace(info.settings, **{entry: value}) for value in values]
         strip([crop(photograph, place, s) for s in (None, *settings)]).save(
             TOP / f"docs/parameters/{entry}.jpg", quality=88
         )
