@@ -232,11 +232,13 @@ class Steps(unittest.TestCase):
             file.seek(0)
             self.assertEqual(Settings.load(file), settings)
         self.assertRaises(ValueError, Settings(tile=3).save, file)
+        self.assertRaises(TypeError, settings.save, b"name")
+        self.assertRaises(TypeError, Settings.load, None)
         text = file.getvalue().decode()
         recipe = json.loads(text)
         numpy_values = io.StringIO()
-        Settings(tile=np.int64(64), luma_keep=np.float32(0.5)).save(numpy_values)
-        self.assertEqual(Settings.load(io.StringIO(numpy_values.getvalue())), Settings(tile=64, luma_keep=0.5))
+        Settings(tile=np.int64(64), luma_keep=np.float32(0.5), chroma_keep=True).save(numpy_values)
+        self.assertEqual(Settings.load(io.StringIO(numpy_values.getvalue())), Settings(tile=64, luma_keep=0.5, chroma_keep=1.0))
         bad = ["", "[" * 100000, "[]", b"\xff", text.replace("{", '{"recipe": 1,', 1), text[:-3], json.dumps({**recipe, "recipe": 2}),
                json.dumps({**recipe, "recipe": True}), json.dumps({**recipe, "name": "x"}),
                json.dumps({**recipe, "settings": dict(list(recipe["settings"].items())[1:])})]  # fmt: skip

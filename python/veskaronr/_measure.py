@@ -135,6 +135,9 @@ class Noise:
         (1.0, 1.0)
         """
         struct = sized(CNoise, reason=0 if self.measured else 1, encoding=int(self.linear))
+        if self.grain not in _GRAINS:
+            raise ValueError(f"grain must be one of {', '.join(_GRAINS)}, not {self.grain!r}")
+        struct.grain = _GRAINS.index(self.grain)
         for name in _SAME:
             setattr(struct, name, getattr(self, name))
         return settings_of(struct, strength, preset)

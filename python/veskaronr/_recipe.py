@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import json
 import os
-from typing import Any, Protocol, Sequence, Union
+from contextlib import nullcontext
+from typing import Any, Callable, ContextManager, Protocol, Sequence, Union
 
 _VERSION = 1
 
@@ -24,24 +25,17 @@ RecipeFile = Union[str, "os.PathLike[str]", _File]
 
 def write_recipe(settings: dict[str, Any], file: RecipeFile) -> None:
     text = json.dumps({"recipe": _VERSION, "settings": settings}, indent=2, allow_nan=False) + "\n"
-    if isinstance(file, (str, os.PathLike)):
-        with open(file, "w", encoding="ascii") as opened:
+    with _opened(file, "w", "write") as opened:
+        try:
             opened.write(text)
-        return
-    try:
-        file.write(text)
-    except TypeError:  # of bytes
-        file.write(text.encode())
+        except TypeError:  # of bytes
+            opened.write(text.encode())
 
 
 def read_recipe(file: RecipeFile, names: Sequence[str]) -> dict[str, Any]:
     """The settings in a recipe, all of these and no others; their values are not looked at."""
-    if isinstance(file, (str, os.PathLike)):
-        with open(file, "rb") as opened:
-            text = opened.read()
-    else:
-        text = file.read()
-    recipe = _parsed(text)
+    with _opened(file, "r", "read") as opened:
+        recipe = _parsed(opened.read)
     if not isinstance(recipe, dict) or not isinstance(recipe.get("settings"), dict):
         raise ValueError("this is no recipe")
     version: Any = recipe.get("recipe")
@@ -57,9 +51,17 @@ def read_recipe(file: RecipeFile, names: Sequence[str]) -> dict[str, Any]:
     return settings
 
 
-def _parsed(text: Any) -> Any:
+def _opened(file: RecipeFile, mode: str, method: str) -> ContextManager[Any]:
+    if isinstance(file, (str, os.PathLike)):
+        return open(file, mode, encoding="utf-8")
+    if not hasattr(file, method):
+        raise TypeError(f"a recipe's file is a path or a file object, not {type(file).__name__}")
+    return nullcontext(file)
+
+
+def _parsed(read: Callable[[], Any]) -> Any:
     try:
-        return json.loads(text, object_pairs_hook=_once)
+        return json.loads(read(), object_pairs_hook=_once)
     except (ValueError, RecursionError) as failure:
         raise ValueError(f"this is no recipe: {failure}") from None
 

@@ -207,7 +207,7 @@ def _plain(value: Any) -> Any:
     """Numpy's numbers as Python's."""
     if isinstance(value, str):
         return value
-    return integer("tile", value) if hasattr(value, "__index__") else number("a setting", value)
+    return int(integer("a setting", value)) if hasattr(value, "__index__") else number("a setting", value)
 
 
 def _of_struct(struct: CSettings) -> Settings:
