@@ -206,10 +206,11 @@ enum vnr_reason {
 
 /** How the second measurement went. */
 enum vnr_grain {
-  VNR_GRAIN_UNKNOWN = 0, /**< below 16 x 16 pixels, or no block seen: no noise is assumed */
-  VNR_GRAIN_MEASURED = 1,
-  VNR_GRAIN_TEXTURED = 2 /**< no smooth block: even the smoothest have more structure than noise alone would show. What
-                              was read may be texture, so the milder of the readings was taken */
+  VNR_GRAIN_UNKNOWN = 0,  /**< below 16 x 16 pixels, or no block seen: no noise is assumed */
+  VNR_GRAIN_MEASURED = 1, /**< from smooth blocks */
+  VNR_GRAIN_TEXTURED = 2  /**< no smooth block among those that are hardly clipped: the smoothest of them read much more
+                               than the smoothest of darker ones that are up to a quarter, or half, clipped, and more
+                               luminance than chroma, as texture does. The milder reading, of the dark ones, was taken */
 };
 
 /** What was measured. */
@@ -224,6 +225,7 @@ typedef struct vnr_noise {
   int64_t blocks_seen;   /**< of these, added so far; when fewer than all, the result is that of the seen ones */
   int64_t blocks_usable; /**< of these, neither nearly black, nearly white, nor flat */
   int32_t grain;         /**< vnr_grain; what follows is of the second measurement, 0 when that is unknown */
+  int32_t grain_blocks;  /**< blocks of 16 x 16 pixels that were seen */
   float sigma[3];        /**< standard deviation of the noise in red, green and blue at mid grey, on the working scale;
                               white noise reads what it is within 5 % */
   float correlation;     /**< 0: white, every pixel has its own noise; 1: smoothed, as demosaicing and JPEG leave it */
@@ -233,6 +235,8 @@ typedef struct vnr_noise {
   float chroma;          /**< of fine chroma details */
   float coarse_chroma;   /**< of coarse chroma details */
   float texture_guard;   /**< share of the luminance reading that luma is, 0 to 1; the rest was taken for texture */
+  float structure;       /**< deviation of middle luminance details in the median block, noise and picture: how much there
+                              is to lose */
 } vnr_noise;
 
 /** What a block was good for. */

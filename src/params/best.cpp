@@ -20,8 +20,19 @@ struct ByKind {
 constexpr double kRolloffOfLuma = 12.4, kPowerOfLuma = 1.05;
 constexpr double kRolloffOfBlotches = 6.2;  // blotches are larger than the fine noise tells
 
-// The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would only
-// smooth structure; smoothed noise has its energy there; blotches have nearly all of it there.
+// A picture full of fine structure loses more to the filter than one of smooth planes, from which R may be a little
+// larger: a power of what the median block shows over the noise, within bounds.
+constexpr double kUsualStructure = 3.2, kPowerOfStructure = -0.35, kLeastByStructure = 0.6, kMostByStructure = 1.2;
+
+// Noise below about one level of 8 bits is not seen, and what reads as such in a clean picture is structure.
+constexpr double kFaintLuma = 1.2;
+
+// Square roots of linear light have their strongest noise in the deepest shadows, where the smoothest blocks seldom
+// lie; and what is bright has so much of a range that structure there is no measure.
+constexpr double kRolloffOfLinear = 1.35;
+
+// The coarser levels' rolloffs as shares of R. Averaging leaves little white noise for a coarser level, which would
+// only smooth structure; smoothed noise has its energy there; blotches have nearly all of it there.
 constexpr ByKind kLevel1 = {0.095, 0.391, 0.8};
 constexpr ByKind kLevel2 = {0.06, 0.2, 0.36};
 constexpr ByKind kLevel3 = {0.03, 0.05, 0.23};
@@ -46,10 +57,10 @@ struct Fixed {
   float value;
 };
 constexpr Fixed kFixed[] = {
-    {NR_HIGHLIGHT_NOISE, 0.7f},      // what the measurement evens out by
-    {NR_LEVEL0_NOISE, 1.0f},         // R is that of the finest level
-    {NR_LEVEL0_AMOUNT, 1.06f},       // a pixel's own noise, of which its neighbours' mean keeps a rest
-    {NR_HIGHLIGHT_START, 1000.0f},   // highlights are filtered like all else
+    {NR_HIGHLIGHT_NOISE, 0.7f},     // what the measurement evens out by
+    {NR_LEVEL0_NOISE, 1.0f},        // R is that of the finest level
+    {NR_LEVEL0_AMOUNT, 1.06f},      // a pixel's own noise, of which its neighbours' mean keeps a rest
+    {NR_HIGHLIGHT_START, 1000.0f},  // highlights are filtered like all else
     {NR_HIGHLIGHT_WIDTH, 100.0f},
 };
 
@@ -62,7 +73,7 @@ class Rule {
   Rule(const NoiseForBest& noise, float strength)
       : smoothed_(static_cast<double>(noise.correlation)),
         blotches_(static_cast<double>(noise.blotches)),
-        rolloff_(rolloffOf(noise) * static_cast<double>(strength)) {}
+        rolloff_(rolloffOf(noise) * lerp(ofPicture(noise), 1.0, blotches_) * static_cast<double>(strength)) {}
 
   double of(const ByKind& k) const { return lerp(lerp(k.white, k.smoothed, smoothed_), k.blotches, blotches_); }
 
@@ -78,10 +89,21 @@ class Rule {
   }
 
  private:
-  double rolloffOf(const NoiseForBest& noise) const {
+  static double lumaOf(const NoiseForBest& noise) {
     constexpr double kLeast = 0.001;
-    const double luma = static_cast<double>(noise.luma) > kLeast ? static_cast<double>(noise.luma) : kLeast;
-    const double fine = kRolloffOfLuma * std::pow(luma, kPowerOfLuma);
+    return static_cast<double>(noise.luma) > kLeast ? static_cast<double>(noise.luma) : kLeast;
+  }
+  static double ofPicture(const NoiseForBest& noise) {
+    if (noise.isLinear) return kRolloffOfLinear;
+    const double structure = static_cast<double>(noise.structure) / lumaOf(noise) / kUsualStructure;
+    const double factor = std::pow(structure, kPowerOfStructure);  // infinite without structure
+    const double bounded =
+        factor < kLeastByStructure ? kLeastByStructure : (factor < kMostByStructure ? factor : kMostByStructure);
+    const double faint = lumaOf(noise) / kFaintLuma;
+    return faint < 1.0 ? faint * bounded : bounded;
+  }
+  double rolloffOf(const NoiseForBest& noise) const {
+    const double fine = kRolloffOfLuma * std::pow(lumaOf(noise), kPowerOfLuma);
     if (!(blotches_ > 0.0)) return fine;
     const double coarse = kRolloffOfBlotches * static_cast<double>(noise.coarseChroma);
     return std::pow(fine, 1.0 - blotches_) * std::pow(coarse, blotches_);

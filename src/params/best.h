@@ -7,8 +7,10 @@ namespace veskaro::params {
 struct NoiseForBest {
   float luma;          // deviation of fine luminance details, of black
   float coarseChroma;  // of coarse colour details
+  float structure;     // of the median block's middle luminance details, noise and picture
   float correlation;   // 0 white, 1 smoothed
   float blotches;      // 0 none, 1 blotches of colour
+  bool isLinear;       // deviations of square roots of linear light
 };
 
 inline bool isBestStrength(float strength) {

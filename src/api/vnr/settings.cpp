@@ -32,6 +32,7 @@ void takeByScale(const measure::NoiseByScale& from, vnr_noise* noise) {
   noise->grain = from.grain == measure::Grain::kUnknown    ? VNR_GRAIN_UNKNOWN
                  : from.grain == measure::Grain::kMeasured ? VNR_GRAIN_MEASURED
                                                            : VNR_GRAIN_TEXTURED;
+  noise->grain_blocks = from.blocks;
   for (int k = 0; k < 3; ++k) noise->sigma[k] = from.sigma[k];
   noise->correlation = from.correlation;
   noise->blotches = from.blotches;
@@ -39,6 +40,7 @@ void takeByScale(const measure::NoiseByScale& from, vnr_noise* noise) {
   noise->chroma = from.chroma;
   noise->coarse_chroma = from.coarseChroma;
   noise->texture_guard = from.kept;
+  noise->structure = from.structure;
 }
 
 vnr_settings usualSettings(float linearScale, int rounding) {
@@ -65,8 +67,8 @@ void evenOutLinear(const vnr_noise& noise, vnr_settings* settings) {
 bool isMeasurement(const vnr_noise& n) {
   const auto isDeviation = [](float v) { return std::isfinite(v) && v >= 0.0f; };
   const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
-  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isShare(n.correlation) && isShare(n.blotches) &&
-         std::isfinite(n.linear_scale);
+  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isDeviation(n.structure) && isShare(n.correlation) &&
+         isShare(n.blotches) && std::isfinite(n.linear_scale);
 }
 
 }  // namespace
@@ -102,7 +104,9 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
 
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
   vnr_settings s = usualSettings(scaleOf(&noise), VNR_ROUND_FINEST);
-  params::setBest({noise.luma, noise.coarse_chroma, noise.correlation, noise.blotches}, strength, s.params);
+  params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches,
+                   noise.encoding == VNR_LINEAR},
+                  strength, s.params);
   evenOutLinear(noise, &s);
   return s;
 }

@@ -29,14 +29,14 @@ HaarGrid::HaarGrid(int width, int height) : columns_(blocksIn(width, xStep_)), r
 pixels::Region HaarGrid::touched(const pixels::Region& r) const {
   const auto start = [](int x, int step) { return dividedUp(std::int64_t{x} - (kHaarBlock - 1), step); };
   const pixels::Region all = {0, columns_, 0, rows_};
-  return pixels::intersection(all, {start(r.x0, xStep_), dividedUp(r.x1, xStep_), start(r.y0, yStep_),
-                                    dividedUp(r.y1, yStep_)});
+  return pixels::intersection(
+      all, {start(r.x0, xStep_), dividedUp(r.x1, xStep_), start(r.y0, yStep_), dividedUp(r.y1, yStep_)});
 }
 
 pixels::Region HaarGrid::held(const pixels::Region& r) const {
   const pixels::Region all = {0, columns_, 0, rows_};
-  return pixels::intersection(all, {dividedUp(r.x0, xStep_), blocksIn(r.x1, xStep_), dividedUp(r.y0, yStep_),
-                                    blocksIn(r.y1, yStep_)});
+  return pixels::intersection(
+      all, {dividedUp(r.x0, xStep_), blocksIn(r.x1, xStep_), dividedUp(r.y0, yStep_), blocksIn(r.y1, yStep_)});
 }
 
 Result HaarBlocks::add(const pixels::PictureView& piece, const pixels::SampleScale& scale,

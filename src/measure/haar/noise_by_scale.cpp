@@ -10,11 +10,22 @@ namespace {
 constexpr float kClippedShare = 0.02f;
 constexpr std::size_t kFewBlocks = 8;
 
+// Where all that is smooth is dark, it is clipped. If the smoothest of blocks with more clipped pixels read so much
+// milder, those of the others are texture. The noise of JPEG, most of which is luminance, is clipped more; where
+// luminance and colour have the usual ratio of white noise, nothing is texture. (Of 450 noisy photographs these bounds
+// told all textured ones, the milder half of which were read 1.3 to 9 times too high, and no other.)
+struct DarkBlocks {
+  float clippedShare;
+  double muchMilder, muchMilderOfLuma;
+};
+constexpr DarkBlocks kDarkBlocks[] = {{0.5f, 0.66, 0.48}, {0.25f, 0.76, 0.5}};
+constexpr double kMostRatioOfWhite = 1.3, kLeastRatioOfLuma = 3.0;
+
 // The smoothest 0.5 % decide, 6 at least.
 constexpr double kDecidingShare = 0.005;
 constexpr std::size_t kFewestDeciding = 6;
 
-// The deviation of white noise is read within 2 % from 16 blocks, which take twice as many to choose from.
+// The deviation of white noise is read within 2.2 % from 16 blocks, which take twice as many to choose from.
 constexpr double kSigmaShare = 0.02;
 constexpr std::size_t kFewestOfSigma = 32;
 
@@ -59,13 +70,14 @@ double evenFactor(const HaarBlock& b, pixels::Encoding encoding) {
 class PassingBlocks {
  public:
   explicit PassingBlocks(const HaarBlocks& blocks)
-      : clipped_(static_cast<std::size_t>(blocks.grid().count()), platform::Fill::kNothing),
+      : scratch_(static_cast<std::size_t>(blocks.grid().count()), platform::Fill::kNothing),
         passing_(static_cast<std::size_t>(blocks.grid().count()), platform::Fill::kNothing) {}
 
-  explicit operator bool() const { return clipped_ && passing_; }
+  explicit operator bool() const { return scratch_ && passing_; }
 
-  void select(const HaarBlocks& blocks, pixels::Encoding encoding) {
-    const float most = mostClipped(blocks);
+  void select(const HaarBlocks& blocks, pixels::Encoding encoding, float clippedShare) {
+    const float most = mostClipped(blocks, clippedShare);
+    count_ = 0;
     for (std::int64_t i = 0; i < blocks.grid().count(); ++i) {
       const HaarBlock& b = blocks[i].block;
       if (blocks[i].isSeen == 0 || !(b.clipped <= most)) continue;
@@ -86,21 +98,32 @@ class PassingBlocks {
   }
   std::size_t count() const { return count_; }
 
+  // Deviation of the median block's straight luminance details at the second scale.
+  double structure() {
+    for (std::size_t i = 0; i < count_; ++i) {
+      const double energy = static_cast<double>(passing_[i].block->straight[1][kY]) * passing_[i].factor;
+      scratch_[i] = static_cast<float>(energy);
+    }
+    float* const median = scratch_.data() + count_ / 2;
+    std::nth_element(scratch_.data(), median, scratch_.data() + count_);
+    return std::sqrt(0.5 * static_cast<double>(*median));
+  }
+
  private:
-  float mostClipped(const HaarBlocks& blocks) {
+  float mostClipped(const HaarBlocks& blocks, float share) {
     std::size_t seen = 0, few = 0;
     for (std::int64_t i = 0; i < blocks.grid().count(); ++i) {
       if (blocks[i].isSeen == 0) continue;
-      clipped_[seen++] = blocks[i].block.clipped;
-      few += blocks[i].block.clipped < kClippedShare ? 1 : 0;
+      scratch_[seen++] = blocks[i].block.clipped;
+      few += blocks[i].block.clipped < share ? 1 : 0;
     }
-    if (few >= kFewBlocks || seen == 0) return std::nextafter(kClippedShare, 0.0f);
-    float* const ninth = clipped_.data() + std::min(kFewBlocks, seen - 1);
-    std::nth_element(clipped_.data(), ninth, clipped_.data() + seen);
+    if (few >= kFewBlocks || seen == 0) return std::nextafter(share, 0.0f);
+    float* const ninth = scratch_.data() + std::min(kFewBlocks, seen - 1);
+    std::nth_element(scratch_.data(), ninth, scratch_.data() + seen);
     return *ninth;
   }
 
-  platform::HeapArray<float> clipped_;
+  platform::HeapArray<float> scratch_;
   platform::HeapArray<EvenBlock> passing_;
   std::size_t count_ = 0;
 };
@@ -137,6 +160,21 @@ double fourthRoot(double v) {
   return std::sqrt(std::sqrt(v));
 }
 
+double levelOf(const Readings& of) {
+  return std::sqrt(of.y[0] * of.y[1]);
+}
+
+double chromaOf(const Readings& of) {
+  return fourthRoot(of.b[0] * of.b[1] * of.r[0] * of.r[1]);
+}
+
+// Whether darker blocks show that what was read is texture.
+bool showsTexture(const Readings& dark, const Readings& usual, const DarkBlocks& how) {
+  const double level = levelOf(usual), chroma = chromaOf(usual);
+  if (level < kMostRatioOfWhite * chroma) return false;
+  return levelOf(dark) < level * (level < kLeastRatioOfLuma * chroma ? how.muchMilder : how.muchMilderOfLuma);
+}
+
 double atLeast(double v, double low) {
   return v > low ? v : low;
 }
@@ -167,12 +205,11 @@ double blotchesOf(const Readings& of, double blotch) {
 }
 
 void judge(Readings of, NoiseByScale* noise) {
-  const double unguarded = std::sqrt(of.y[0] * of.y[1]);
-  const double chroma = fourthRoot(of.b[0] * of.b[1] * of.r[0] * of.r[1]);
+  const double unguarded = levelOf(of);
+  const double chroma = chromaOf(of);
   const double blotch = fourthRoot(of.b[1] * of.b[2] * of.r[1] * of.r[2]);
   double level = unguarded;
   guardAgainstTexture(&of, &level, chroma);
-  noise->grain = Grain::kMeasured;
   noise->luma = static_cast<float>(level);
   noise->chroma = static_cast<float>(chroma);
   noise->coarseChroma = static_cast<float>(blotch);
@@ -192,11 +229,11 @@ double energyOf(const HaarBlock& b, int scale, const double* from) {
          from[kCb] * from[kCr] * product(kCbCr);
 }
 
-// The deviation of a pixel. White: every coefficient tells the same. Smoothed alike both ways, the lowpass of a scale
-// deviates by the mean of that of its diagonal details and of the next lowpass.
+// The deviation of a pixel. White: the finest details tell it, which have least of the picture. Smoothed alike both
+// ways, the lowpass of a scale deviates by the mean of that of its diagonal details and of the next lowpass.
 double deviationOf(const double* energies, double smoothed) {
-  const double white = std::sqrt((64.0 * energies[0] + 16.0 * energies[1] + 4.0 * energies[2]) / 84.0);
-  const double any = 0.5 * std::sqrt(energies[0]) + 0.25 * std::sqrt(energies[1]) + 0.25 * std::sqrt(energies[2]);
+  const double white = std::sqrt(energies[0]);
+  const double any = 0.5 * white + 0.25 * std::sqrt(energies[1]) + 0.25 * std::sqrt(energies[2]);
   return lerp(white, any, smoothed);
 }
 
@@ -224,16 +261,54 @@ void takeSigma(const Selection& of, double toWorking, NoiseByScale* noise) {
   }
 }
 
+// Reads the smoothest blocks, in the end those that the noise is taken from.
+class Reader {
+ public:
+  Reader(const HaarBlocks& blocks, pixels::Encoding encoding, float toWorking)
+      : blocks_(blocks), encoding_(encoding), toWorking_(static_cast<double>(toWorking)), passing_(blocks) {}
+
+  bool hasMemory() const { return static_cast<bool>(passing_); }
+
+  void take(NoiseByScale* noise) {
+    for (std::int64_t i = 0; i < blocks_.grid().count(); ++i) noise->blocks += blocks_[i].isSeen != 0 ? 1 : 0;
+    const Readings usual = readSmoothest(kClippedShare);
+    if (passing_.count() == 0) return;
+    noise->grain = Grain::kMeasured;
+    for (const DarkBlocks& darker : kDarkBlocks) {
+      const Readings dark = readSmoothest(darker.clippedShare);
+      if (!showsTexture(dark, usual, darker)) continue;
+      noise->grain = Grain::kTextured;
+      return take(dark, noise);
+    }
+    readSmoothest(kClippedShare);
+    take(usual, noise);
+  }
+
+ private:
+  Readings readSmoothest(float clippedShare) {
+    passing_.select(blocks_, encoding_, clippedShare);
+    return read(passing_.smoothest(kDecidingShare, kFewestDeciding), toWorking_);
+  }
+
+  void take(const Readings& of, NoiseByScale* noise) {
+    judge(of, noise);
+    takeSigma(nearestToGrey(passing_.smoothest(kSigmaShare, kFewestOfSigma), toWorking_), toWorking_, noise);
+    passing_.select(blocks_, encoding_, kDarkBlocks[1].clippedShare);
+    noise->structure = static_cast<float>(passing_.structure() * toWorking_);
+  }
+
+  const HaarBlocks& blocks_;
+  const pixels::Encoding encoding_;
+  const double toWorking_;
+  PassingBlocks passing_;
+};
+
 }  // namespace
 
 bool noiseByScale(const HaarBlocks& blocks, pixels::Encoding encoding, float toWorking, NoiseByScale* noise) {
-  PassingBlocks passing(blocks);
-  if (!passing) return false;
-  passing.select(blocks, encoding);
-  if (passing.count() == 0) return true;
-  const double scale = static_cast<double>(toWorking);
-  judge(read(passing.smoothest(kDecidingShare, kFewestDeciding), scale), noise);
-  takeSigma(nearestToGrey(passing.smoothest(kSigmaShare, kFewestOfSigma), scale), scale, noise);
+  Reader reader(blocks, encoding, toWorking);
+  if (!reader.hasMemory()) return false;
+  reader.take(noise);
   return true;
 }
 

@@ -12,12 +12,14 @@ enum class Grain { kUnknown, kMeasured, kTextured };
 // Deviations are those of black in a picture whose noise falls by kHighlightFall towards white.
 struct NoiseByScale {
   Grain grain = Grain::kUnknown;
+  int blocks = 0;
   float luma = 0.0f;          // of fine luminance details
   float chroma = 0.0f;        // of fine colour details
   float coarseChroma = 0.0f;  // of coarse ones
   float correlation = 0.0f;   // 0 white, 1 smoothed
   float blotches = 0.0f;      // 0 none, 1 blotches of colour
   float kept = 1.0f;          // share of the luminance reading that is noise and no texture
+  float structure = 0.0f;     // deviation of the median block's middle details, noise and picture
   float sigma[3] = {};        // of red, green and blue at mid grey
 };
 
