@@ -83,6 +83,7 @@ class CNoise(Structure):
         ("blocks_seen", c_int64),
         ("blocks_usable", c_int64),
         ("grain", c_int32),
+        ("grain_blocks", c_int32),
         ("sigma", c_float * 3),
         ("correlation", c_float),
         ("blotches", c_float),
@@ -90,6 +91,7 @@ class CNoise(Structure):
         ("chroma", c_float),
         ("coarse_chroma", c_float),
         ("texture_guard", c_float),
+        ("structure", c_float),
     ]
 
 

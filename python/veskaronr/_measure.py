@@ -61,6 +61,7 @@ class Noise:
     #: the second measurement: "unknown" (then what follows is 0), "measured", or "textured" where no block is smooth:
     #: what was read may be texture, so the milder of the readings was taken
     grain: Grain = "unknown"
+    grain_blocks: int = 0  #: blocks of 16 x 16 pixels that were seen
     #: standard deviation of the noise in red, green and blue at mid grey, in 8-bit levels (linear: of their square roots)
     sigma: tuple[float, float, float] = (0.0, 0.0, 0.0)
     correlation: float = 0.0  #: 0: every pixel has its own noise; 1: smoothed, as demosaicing and JPEG leave it
@@ -69,6 +70,7 @@ class Noise:
     chroma: float = 0.0  #: of fine chroma details, likewise
     coarse_chroma: float = 0.0  #: of coarse chroma details, likewise
     texture_guard: float = 0.0  #: share of the luminance reading that ``luma`` is; the rest was taken for texture
+    structure: float = 0.0  #: deviation of middle luminance details in the median block: how much there is to lose
 
     def reason_for(self, preset: Preset = DEFAULT_PRESET) -> str:
         """Why what a preset works with could not be measured; empty if it could.
@@ -144,8 +146,8 @@ class Noise:
 
 
 # Fields that have the same name and value in C.
-_SAME = ("level", "statistic", "linear_scale", "blocks", "blocks_seen", "blocks_usable", "sigma", "correlation",
-         "blotches", "luma", "chroma", "coarse_chroma", "texture_guard")  # fmt: skip
+_SAME = ("level", "statistic", "linear_scale", "blocks", "blocks_seen", "blocks_usable", "grain_blocks", "sigma", "correlation",
+         "blotches", "luma", "chroma", "coarse_chroma", "texture_guard", "structure")  # fmt: skip
 
 
 def _of_struct(struct: CNoise) -> Noise:
