@@ -95,7 +95,7 @@ def ours(clock):
     import veskaronr
 
     def run(picture, strength):
-        return clock.of_call(lambda: veskaronr.denoise(picture, strength=strength, threads=clock.threads))
+        return clock.of_call(lambda: veskaronr.denoise(picture, strength, preset="classic", threads=clock.threads))
 
     return run
 

@@ -235,8 +235,8 @@ typedef struct vnr_noise {
   float chroma;          /**< of fine chroma details */
   float coarse_chroma;   /**< of coarse chroma details */
   float texture_guard;   /**< share of the luminance reading that luma is, 0 to 1; the rest was taken for texture */
-  float structure;       /**< deviation of middle luminance details in the median block, noise and picture: how much there
-                              is to lose */
+  float structure; /**< deviation of middle luminance details in the median block, noise and picture: how much there
+                        is to lose */
 } vnr_noise;
 
 /** What a block was good for. */

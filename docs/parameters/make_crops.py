@@ -74,7 +74,7 @@ def strip(crops):
 
 def main():
     photograph = noisy(np.asarray(Image.open(TOP / "samples/indoor-iso382.jpg").convert("RGB")))
-    whole, info = veskaronr.denoise(photograph, return_info=True)
+    whole, info = veskaronr.denoise(photograph, preset="classic", return_info=True)
     sides = [picture[680:800, 1160:1320].repeat(ZOOM, 0).repeat(ZOOM, 1) for picture in (photograph, whole)]
     Image.fromarray(np.hstack(sides)).save(TOP / "docs/before-after.jpg", quality=88)
 

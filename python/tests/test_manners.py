@@ -34,7 +34,7 @@ def work(strength):
 
 class Calls(unittest.TestCase):
     def test_side_by_side_and_in_children(self):
-        strengths = [0.5, 0.8, 1.0, 1.2, 1.5, 0.7]
+        strengths = [0.6, 0.8, 1.0, 1.2, 1.5, 0.7]
         wanted = [work(s) for s in strengths]
         with ThreadPoolExecutor(4) as pool:
             np.testing.assert_array_equal(list(pool.map(work, strengths)), wanted)

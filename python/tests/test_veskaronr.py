@@ -1,11 +1,15 @@
 """The module against the library that VESKARONR_LIBRARY names: every kind of array, byte for byte."""
 
 import dataclasses
+import functools
+import io
+import json
 import os
 import pathlib
 import pickle
 import subprocess
 import sys
+import tempfile
 import unittest
 import warnings
 from concurrent.futures import ThreadPoolExecutor
@@ -17,6 +21,8 @@ import numpy as np
 
 import veskaronr
 from veskaronr import Box, Measurement, Noise, Params, Plan, Settings, denoise, measure
+
+classic = functools.partial(denoise, preset="classic")
 
 
 def scene(height, width, dtype=np.uint8, noise=12.0, seed=1):
@@ -64,17 +70,17 @@ class Arrays(unittest.TestCase):
                     wanted, vector = direct(view)
                     kept = view.copy()
                     self.assertEqual(veskaronr._arrays.is_direct(view), view.dtype.isnative and 0 not in view.strides)
-                    result, info = denoise(view, return_info=True)
+                    result, info = classic(view, return_info=True)
                     np.testing.assert_array_equal(result, wanted)
                     self.assertEqual(params_of(info.settings), vector)
                     self.assertTrue(result.flags.c_contiguous and result.dtype.isnative)
-                    np.testing.assert_array_equal(denoise(view[:, :, ::-1], channel_order="bgr")[:, :, ::-1], wanted)
+                    np.testing.assert_array_equal(classic(view[:, :, ::-1], channel_order="bgr")[:, :, ::-1], wanted)
                     np.testing.assert_array_equal(
-                        denoise(view.transpose(2, 0, 1), channel_axis=0), wanted.transpose(2, 0, 1)
+                        classic(view.transpose(2, 0, 1), channel_axis=0), wanted.transpose(2, 0, 1)
                     )
                     around = np.full((view.shape[0], 2, view.shape[1], 5), 77, view.dtype)
                     out = around[::-1, 1, :, 3:0:-1]
-                    self.assertIs(denoise(view, out=out, threads=1), out)
+                    self.assertIs(classic(view, out=out, threads=1), out)
                     np.testing.assert_array_equal(out, wanted)
                     out[...] = 77
                     self.assertTrue((around == 77).all())
@@ -85,15 +91,15 @@ class Arrays(unittest.TestCase):
         wanted = direct(colour)[0]
         grey = colour[:, :, 0]
         green = direct(np.repeat(grey[:, :, None], 3, 2))[0][:, :, 1]
-        np.testing.assert_array_equal(denoise(grey), green)
-        np.testing.assert_array_equal(denoise(grey[..., None]), green[..., None])
-        np.testing.assert_array_equal(denoise(grey.tolist()), green)
+        np.testing.assert_array_equal(classic(grey), green)
+        np.testing.assert_array_equal(classic(grey[..., None]), green[..., None])
+        np.testing.assert_array_equal(classic(grey.tolist()), green)
         alpha = np.arange(12000).reshape(100, 120, 1).astype(np.uint8)
-        rgba = denoise(np.dstack([colour, alpha]))
+        rgba = classic(np.dstack([colour, alpha]))
         np.testing.assert_array_equal(rgba, np.dstack([wanted, alpha]))
         batch = np.stack([colour, colour[::-1], np.zeros_like(colour)])
         with self.assertWarnsRegex(UserWarning, "1 of 3 pictures") as caught:
-            results, info = denoise(batch, return_info=True)
+            results, info = classic(batch, return_info=True)
         self.assertEqual((len(caught.warnings), caught.filename), (1, __file__))
         self.assertEqual([one.measured for one in info.batch], [True, True, False])
         np.testing.assert_array_equal(results, [direct(picture)[0] for picture in batch])
@@ -101,24 +107,25 @@ class Arrays(unittest.TestCase):
         class Lazy:
             __array_interface__ = colour.__array_interface__
 
-        np.testing.assert_array_equal(denoise(Lazy()), wanted)
+        np.testing.assert_array_equal(classic(Lazy()), wanted)
 
     def test_floats_and_ranges(self):
         eight = scene(150, 200)
-        truncate = dataclasses.replace(measure(eight).settings(), rounding="truncate")
+        truncate = dataclasses.replace(measure(eight).settings(preset="classic"), rounding="truncate")
         wanted = direct(eight)[0]
         for dtype in ("f4", "f8", ">f4"):
             result = denoise(eight.astype(dtype), settings=truncate, data_range=255)
             self.assertEqual(result.dtype, np.dtype(dtype).newbyteorder("="))
             np.testing.assert_array_equal(result, wanted)
-            scaled = denoise(eight.astype(dtype) / 255)
+            scaled = classic(eight.astype(dtype) / 255)
             self.assertLess(np.abs(scaled * 255 - wanted - 0.5).max(), 2.5)
         ten = scene(150, 200, np.uint16) >> 6
-        with self.assertWarnsRegex(UserWarning, "data_range"):
-            denoise(ten)
+        for preset in ("best", "classic"):
+            with self.assertWarnsRegex(UserWarning, "data_range"):
+                denoise(ten, preset=preset)
         noise = measure(ten, data_range=1023)
         self.assertEqual(noise, measure(ten << 6))
-        np.testing.assert_allclose(denoise(ten, data_range=1023), direct(ten << 6)[0] >> 6, atol=2)
+        np.testing.assert_allclose(classic(ten, data_range=1023), direct(ten << 6)[0] >> 6, atol=2)
         light = (eight / 255.0) ** 2
         noise = measure(light * 1000, linear=True)
         self.assertTrue(noise.measured and noise.linear and 100 < noise.linear_scale < 1000)
@@ -145,7 +152,9 @@ class Arrays(unittest.TestCase):
         calls = [
             *(lambda p=p: denoise(p) for p in pictures),
             *(lambda n=n, v=v: denoise(image, **{n: v}) for n, values in options.items() for v in values),
-            lambda: denoise(image, 1.2, settings=Settings()), lambda: denoise(image / 255, data_range=1e-60),
+            lambda: denoise(image, 1.2, settings=Settings()), lambda: denoise(image, settings=Params()),
+            lambda: denoise(image, 0.5), lambda: Noise().settings(0.55, "fast"), lambda: classic(image, 0.4),
+            lambda: Noise().settings(preset="none"), lambda: Noise(grain="measured", correlation=2.0).settings(), lambda: denoise(image / 255, data_range=1e-60),
             lambda: Plan((0, 5), "u1", Settings()), lambda: Plan((64, 64), "i4", Settings()),
             lambda: Plan((64, 1 << 40), "u1", Settings()), lambda: Plan((64, 64), "u1", Params()),
             lambda: measure(image[None]),
@@ -166,19 +175,80 @@ class Steps(unittest.TestCase):
         vector = (c_float * 21)()
         veskaronr.c_library().nr_def(vector)
         self.assertEqual(list(vector), list(Params().to_vector()))
-        self.assertEqual(params_of(Noise().settings()), Params(*vector))
+        self.assertEqual(params_of(Noise().settings(preset="classic")), Params(*vector))
         image = scene(150, 200)
         for strength in (0.5, 1.0, 1.37):
-            self.assertEqual(params_of(measure(image).settings(strength)), direct(image, strength)[1])
+            self.assertEqual(params_of(measure(image).settings(strength, "classic")), direct(image, strength)[1])
         self.assertLess(measure(scene(150, 200, noise=8)).level, measure(image).level)
         flat = veskaronr.profile(np.full((64, 64), 90, np.uint8))
         self.assertFalse(flat.measured)
         self.assertIn("usable", flat.reason)
         own = Params(luma_keep=0.0, sharpening=0.0)
-        result, info = denoise(image, 0.8, settings=own, return_params=True)
+        result, info = classic(image, 0.8, settings=own, return_params=True)
         np.testing.assert_array_equal(result, direct(image, 0.8, own)[0])
         self.assertEqual((own, info.settings.luma_keep), (Params(luma_keep=0.0, sharpening=0.0), 0.0))
         np.testing.assert_array_equal(denoise(image, settings=info.settings), result)
+
+    def test_best_tells_the_noise_and_takes_it_out(self):
+        clean = scene(300, 400, float, noise=0)
+        noise = np.random.default_rng(2).normal(0, [6, 10, 14], clean.shape)
+        noisy = np.clip(np.rint(clean + noise), 0, 255).astype(np.uint8)
+        light = (clean / 255) ** 2
+        photons = light + 0.08 * np.sqrt(light) * noise / 10
+        grey = {"image": noisy[..., 1], "wanted": clean[..., 1]}
+        rows = [{"image": noisy, "wanted": clean}, grey, {"image": photons, "wanted": light, "linear": True}]
+        for row in rows:
+            image, wanted = row.pop("image"), row.pop("wanted")
+            error = {p: ((denoise(image, preset=p, **row) - wanted) ** 2).mean() for p in ("best", "fast", "classic")}
+            self.assertLess(error["best"], 0.5 * error["classic"])
+            self.assertLess(error["best"], 0.2 * ((image - wanted) ** 2).mean())
+            self.assertEqual(error["best"], error["fast"])
+        one = measure(noisy[..., ::-1], channel_order="bgr")
+        np.testing.assert_allclose(one.sigma, [6, 10, 14], rtol=0.06)
+        self.assertEqual((one.grain, one.blotches, one.correlation < 0.1), ("measured", 0.0, True))
+        smoothed = (noise + np.roll(noise, 1, 0) + np.roll(noise, 1, 1) + np.roll(noise, (1, 1), (0, 1))) / 2
+        self.assertGreater(measure(clean + smoothed, data_range=255).correlation, 0.7)
+        result, info = denoise(np.stack([noisy, noisy[::-1]]), 1.2, return_info=True)
+        np.testing.assert_array_equal(result[1], denoise(noisy[::-1], settings=measure(noisy[::-1]).settings(1.2)))
+        self.assertTrue(info.measured and info.batch[1].preset == "best")
+        flat = np.full((20, 20, 3), 90, np.uint8)  # too small for classic
+        for image, preset, why in ((noisy[:15], "best", "best .* 16 x 16"), (flat, "classic", "classic .* 32 x 32")):
+            with self.assertWarnsRegex(UserWarning, why):
+                result, info = denoise(image, preset=preset, return_info=True)
+            self.assertEqual((info.measured, (result == image).all()), (False, preset == "best"))
+        with warnings.catch_warnings():
+            warnings.simplefilter("error")
+            np.testing.assert_array_equal(denoise(flat), flat)
+
+    def test_recipes(self):
+        image = scene(150, 200)
+        settings = measure(image / 255, linear=True).settings(1.3)
+        with tempfile.TemporaryDirectory() as folder:
+            for file in (os.path.join(folder, "a"), pathlib.Path(folder, "b")):
+                settings.save(file)
+                self.assertEqual(Settings.load(file), settings)
+        for file in (io.StringIO(), io.BytesIO()):
+            settings.save(file)
+            file.seek(0)
+            self.assertEqual(Settings.load(file), settings)
+        self.assertRaises(ValueError, Settings(tile=3).save, file)
+        self.assertRaises(TypeError, settings.save, b"name")
+        self.assertRaises(TypeError, Settings.load, None)
+        text = file.getvalue().decode()
+        recipe = json.loads(text)
+        numpy_values = io.StringIO()
+        Settings(tile=np.int64(64), luma_keep=np.float32(0.5), chroma_keep=True).save(numpy_values)
+        self.assertEqual(Settings.load(io.StringIO(numpy_values.getvalue())), Settings(tile=64, luma_keep=0.5, chroma_keep=1.0))
+        bad = ["", "[" * 100000, "[]", b"\xff", text.replace("{", '{"recipe": 1,', 1), text[:-3], json.dumps({**recipe, "recipe": 2}),
+               json.dumps({**recipe, "recipe": True}), json.dumps({**recipe, "name": "x"}),
+               json.dumps({**recipe, "settings": dict(list(recipe["settings"].items())[1:])})]  # fmt: skip
+        changes = {"tile": [64.5, 55, 1 << 70, "64"], "rounding": ["up", 1, []], "linear_scale": [0, 1e-60],
+                   "luma_keep": [True, None, "1", 1e60, float("nan"), 10**400], "extra": [1]}  # fmt: skip
+        for name, values in changes.items():
+            bad += [json.dumps({**recipe, "settings": {**recipe["settings"], name: value}}) for value in values]
+        for one in bad:
+            with self.subTest(recipe=one[-300:]), self.assertRaises(ValueError):
+                Settings.load(io.BytesIO(one) if isinstance(one, bytes) else io.StringIO(one))
 
     def test_pieces_have_the_bytes_of_the_whole(self):
         rng = np.random.default_rng(5)

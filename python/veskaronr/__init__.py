@@ -4,6 +4,8 @@
     clean = veskaronr.denoise(photograph)              # uint8, uint16 or float, grey, RGB or RGBA
     clean = veskaronr.denoise(opencv_picture, channel_order="bgr")
     noise = veskaronr.measure(photograph)              # how noisy is it?
+    settings = noise.settings(strength=1.2)            # preset "best"; settings.save("recipe.json") keeps them
+    clean = veskaronr.denoise(photograph, settings=settings)
     clean = veskaronr.denoise_rgbe(radiance_picture)   # uint8, (h, w, 4): three mantissas and an exponent
 
 Nothing is compiled: the module loads the library with ctypes, works on the arrays' own memory and lets other

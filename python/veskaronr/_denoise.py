@@ -4,16 +4,17 @@ from __future__ import annotations
 
 import warnings
 from ctypes import byref
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Any, Literal, Optional, Union, overload
 
+import numpy as np
 from numpy.typing import NDArray
 
 from ._arrays import Format, ImageLike, fill, result_array
 from ._library import CPicture, c_library
 from ._measure import ChannelOrder, Noise, measure_picture
 from ._run import Progress, Runner, SupportsIsSet
-from ._settings import DEFAULT_PRESET, Params, Preset, Settings, check_preset, check_strength, with_params
+from ._settings import DEFAULT_PRESET, Params, Preset, Settings, check_strength, takes_grain, with_params
 
 _GIVEN = Noise(reason="settings were given, so nothing was measured")
 
@@ -35,12 +36,15 @@ class Info:
 
     noise: Noise  #: what was measured
     settings: Settings  #: what was used
+    preset: Optional[Preset] = None  #: how the settings followed from the noise; None if they were given
     batch: tuple[Info, ...] = ()  #: one a picture of a batch
 
     @property
     def measured(self) -> bool:
-        """Whether the noise was measured, in every picture of a batch."""
-        return all(one.measured for one in self.batch) if self.batch else self.noise.measured
+        """Whether what the preset works with was measured, in every picture of a batch."""
+        if self.batch:
+            return all(one.measured for one in self.batch)
+        return self.preset is not None and not self.noise.reason_for(self.preset)
 
 
 # fmt: off
@@ -102,11 +106,15 @@ def denoise(
         pictures, each measured and filtered on its own. Arrays are read in place, whatever their strides; those of
         float64 or foreign byte order are copied first. Lists of integers count as 8-bit samples.
     strength : float
-        Factor on the measured noise, 0.5 to 1.5.
-    preset : str
-        How to get from the noise to the settings, as in `Noise.settings`.
+        Factor on the measured noise: 0.6 to 1.5, with "classic" 0.5 to 1.5.
+    preset : {"best", "fast", "classic"}
+        How to get from the noise to the settings, as in `Noise.settings`. "best" is the default because it comes
+        closest to a clean picture with every kind of noise, weak or strong, of single pixels or in blotches. "fast"
+        names the same settings for now, and "classic" the bytes of the C function ``denoise2``.
     settings : Settings or Params, optional
-        What to filter with instead: `Settings` as they stand, without measuring; of `Params`, what is not measured.
+        What to filter with instead: `Settings` as they stand, without measuring, such as the ``settings`` of another
+        picture's `Info` or of a recipe (`Settings.load`). With the preset "classic" also `Params`, of which what is
+        not measured counts.
     data_range : float, optional
         Largest value of the samples: 1023 for 10 bits in uint16. Default: the type's largest, 1.0 for floats.
         Integers above it count as it; floats may lie outside 0 to ``data_range``, and keep doing so.
@@ -147,7 +155,10 @@ def denoise(
     Warns
     -----
     UserWarning
-        If the noise could not be measured, once a call; default settings are used then.
+        If what the preset works with could not be measured, once a call: for "best" and "fast" in a picture below
+        16 x 16 pixels, which stays as it is then; for "classic" in one without usable blocks of 32 x 32 pixels, for
+        which default settings are used then. Also if uint16 or float samples are nearly black or white all over and
+        ``data_range`` is not given: a wrong one is the likely reason.
 
     Notes
     -----
@@ -162,12 +173,13 @@ def denoise(
     ((256, 256), dtype('uint8'), True)
     """
     form = Format(data_range, channel_axis, channel_order, linear)
-    strength = check_strength(strength)
-    check_preset(preset)
+    strength = check_strength(strength, preset)
     if settings is not None and not isinstance(settings, Params):
         raise TypeError(f"settings must be Settings or Params, not {type(settings).__name__}")
     if isinstance(settings, Settings) and strength != 1:
         raise ValueError("Settings hold their strength already; noise.settings(strength) makes them")
+    if isinstance(settings, Params) and not isinstance(settings, Settings) and takes_grain(preset):
+        raise ValueError(f"{preset} chooses all of Params: change those of noise.settings(), or use the preset classic")
     array = form.array(image)
     pictures = form.pictures(array)
     result = result_array(out, array.shape, array)
@@ -177,9 +189,11 @@ def denoise(
         infos.append(_info(given, strength, preset, settings, measuring))
         fill(target, view, lambda into: _filter(given, form.picture(into), infos[-1].settings, filtering))
     _warn_unmeasured(infos)
+    if data_range is None and not linear and array.dtype != np.uint8:
+        _warn_of_range(infos)
     if not (return_info or return_params):
         return result
-    return result, infos[0] if array.ndim < 4 else Info(infos[0].noise, infos[0].settings, tuple(infos))
+    return result, infos[0] if array.ndim < 4 else replace(infos[0], batch=tuple(infos))
 
 
 def _info(picture: CPicture, strength: float, preset: Preset, settings: Optional[Params], runner: Runner) -> Info:
@@ -187,15 +201,22 @@ def _info(picture: CPicture, strength: float, preset: Preset, settings: Optional
         return Info(_GIVEN, settings)
     noise = measure_picture(picture, runner)
     measured = noise.settings(strength, preset)
-    return Info(noise, measured if settings is None else with_params(measured, settings, noise))
+    return Info(noise, measured if settings is None else with_params(measured, settings, noise), preset)
 
 
 def _warn_unmeasured(infos: list[Info]) -> None:
-    without = [info.noise for info in infos if not info.noise.measured and info.noise is not _GIVEN]
-    if without:
-        which = "" if len(infos) == 1 else f" in {len(without)} of {len(infos)} pictures"
-        why = f"({without[0].reason}), so default settings are used; is data_range right?"
-        warnings.warn(f"the noise could not be measured{which} {why}", UserWarning, stacklevel=3)
+    why = [info.noise.reason_for(info.preset) for info in infos if info.preset and not info.measured]
+    if why and infos[0].preset:
+        which = "" if len(infos) == 1 else f" in {len(why)} of {len(infos)} pictures"
+        so = "nothing is changed" if takes_grain(infos[0].preset) else "default settings are used; is data_range right?"
+        text = f"what {infos[0].preset} takes could not be measured{which} ({why[0]}), so {so}"
+        warnings.warn(text, UserWarning, stacklevel=3)
+
+
+def _warn_of_range(infos: list[Info]) -> None:
+    if any(info.measured and info.noise.blocks > 0 == info.noise.blocks_usable for info in infos):
+        text = "the picture is black or white all over, or flat: is data_range right?"
+        warnings.warn(text, UserWarning, stacklevel=3)
 
 
 def _filter(given: CPicture, made: CPicture, settings: Settings, runner: Runner) -> None:

@@ -82,6 +82,16 @@ class CNoise(Structure):
         ("blocks", c_int64),
         ("blocks_seen", c_int64),
         ("blocks_usable", c_int64),
+        ("grain", c_int32),
+        ("grain_blocks", c_int32),
+        ("sigma", c_float * 3),
+        ("correlation", c_float),
+        ("blotches", c_float),
+        ("luma", c_float),
+        ("chroma", c_float),
+        ("coarse_chroma", c_float),
+        ("texture_guard", c_float),
+        ("structure", c_float),
     ]
 
 
@@ -122,6 +132,7 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "vnr_measure_load": (c_int, [c_char_p, c_size_t, POINTER(c_void_p)]),
     "vnr_measure_end": (None, [c_void_p]),
     "vnr_settings_classic": (c_int, [_NOISE, c_float, _SETTINGS]),
+    "vnr_settings_best": (c_int, [_NOISE, c_float, _SETTINGS]),
     "vnr_plan_begin": (c_int, [c_int32, c_int32, _SETTINGS, POINTER(c_void_p)]),
     "vnr_plan_cover": (c_int, [c_void_p, _RECTANGLE, _RECTANGLE, _RECTANGLE]),
     "vnr_plan_filter": (c_int, [c_void_p, _PICTURE, _PICTURE, _CONTROL]),

@@ -13,9 +13,11 @@ from ._arguments import integers
 from ._arrays import Format, ImageLike
 from ._library import CNoise, CPicture, c_library, call, sized
 from ._run import Runner, SupportsIsSet
-from ._settings import DEFAULT_PRESET, Preset, Settings, settings_of
+from ._settings import DEFAULT_PRESET, Preset, Settings, settings_of, takes_grain
 
 ChannelOrder = Literal["rgb", "bgr"]
+Grain = Literal["unknown", "measured", "textured"]
+_GRAINS: tuple[Grain, ...] = ("unknown", "measured", "textured")
 
 _REASONS = {
     1: "no block of 32 x 32 pixels is usable: the picture is too small, black, white or flat",
@@ -25,21 +27,29 @@ _REASONS = {
 
 @dataclass(frozen=True)
 class Noise:
-    """How noisy a picture was found to be.
+    """How noisy a picture was found to be, by two measurements.
+
+    The presets "best" and "fast" take the second, from ``grain`` on, by scale and colour; it needs 16 x 16 pixels. The
+    preset "classic" takes the first, ``level``; it needs blocks of 32 x 32 pixels, neither black, white nor flat,
+    and darker ones beside brighter ones: ``measured`` and ``reason`` are about that one. `reason_for` knows of both.
 
     Examples
     --------
     >>> import numpy as np, veskaronr
+    >>> noisy = np.random.default_rng(1).normal(110, 12, (200, 200, 3)).astype(np.uint8)
+    >>> noise = veskaronr.measure(noisy)
+    >>> noise.grain, [round(s) for s in noise.sigma], noise.correlation < 0.1
+    ('measured', [12, 12, 12], True)
     >>> black = veskaronr.measure(np.zeros((100, 100), np.uint8))
     >>> black.measured
     False
     >>> black.reason
     'no block of 32 x 32 pixels is usable: the picture is too small, black, white or flat'
-    >>> black.settings() == veskaronr.Noise().settings()
+    >>> black.settings(preset="classic") == veskaronr.Noise().settings(preset="classic")
     True
     """
 
-    measured: bool = False  #: whether the noise could be measured
+    measured: bool = False  #: whether the noise level could be measured
     reason: str = "nothing was measured"  #: why not; empty if it could
     level: float = 0.0  #: noise level that the filters work with at strength 1, 15 or more; 0 when not measured
     statistic: float = 0.0  #: mean difference of neighbours in the deciding blocks, evened out over brightness
@@ -48,16 +58,63 @@ class Noise:
     blocks: int = 0  #: whole blocks of 32 x 32 pixels that the picture has
     blocks_seen: int = 0  #: of these, measured
     blocks_usable: int = 0  #: of these, neither nearly black, nearly white, nor flat
+    #: the second measurement: "unknown" (then what follows is 0), "measured", or "textured" where no block is smooth:
+    #: what was read may be texture, so the milder of the readings was taken
+    grain: Grain = "unknown"
+    grain_blocks: int = 0  #: blocks of 16 x 16 pixels that were seen
+    #: standard deviation of the noise in red, green and blue at mid grey, in 8-bit levels (linear: of their square roots)
+    sigma: tuple[float, float, float] = (0.0, 0.0, 0.0)
+    correlation: float = 0.0  #: 0: every pixel has its own noise; 1: smoothed, as demosaicing and JPEG leave it
+    blotches: float = 0.0  #: 0: none; 1: blotches of colour several pixels wide
+    luma: float = 0.0  #: deviation of fine luminance details that is taken for noise, as black has it
+    chroma: float = 0.0  #: of fine chroma details, likewise
+    coarse_chroma: float = 0.0  #: of coarse chroma details, likewise
+    texture_guard: float = 0.0  #: share of the luminance reading that ``luma`` is; the rest was taken for texture
+    structure: float = 0.0  #: deviation of middle luminance details in the median block: how much there is to lose
+
+    def reason_for(self, preset: Preset = DEFAULT_PRESET) -> str:
+        """Why what a preset works with could not be measured; empty if it could.
+
+        Parameters
+        ----------
+        preset : {"best", "fast", "classic"}
+            The preset that is to be used.
+
+        Returns
+        -------
+        str
+            A sentence without its full stop, or nothing.
+
+        Raises
+        ------
+        ValueError
+            If there is no such preset.
+
+        Examples
+        --------
+        >>> import numpy as np, veskaronr
+        >>> veskaronr.measure(np.zeros((10, 300), np.uint8)).reason_for("best")
+        'the picture is below 16 x 16 pixels'
+        """
+        if not takes_grain(preset):
+            return self.reason
+        if self.grain != "unknown":
+            return ""
+        return "the picture is below 16 x 16 pixels" if self.reason != Noise.reason else self.reason
 
     def settings(self, strength: float = 1.0, preset: Preset = DEFAULT_PRESET) -> Settings:
-        """The settings for this noise; for noise that was not measured, the defaults.
+        """The settings for this noise.
 
         Parameters
         ----------
         strength : float
-            Factor on the noise level, 0.5 to 1.5.
-        preset : str
-            How to get from the noise to the settings. ``"classic"``: as the C function ``denoise2`` does.
+            Factor on the noise: 0.6 to 1.5, with "classic" 0.5 to 1.5.
+        preset : {"best", "fast", "classic"}
+            How to get from the noise to the settings. "best", the default, gains most over the noisy picture: every
+            setting follows from how strong the noise is, and whether it is white, smoothed or blotchy. Noise that was
+            not measured gives settings that change nothing. "fast" names the same settings for now; it stays as fast
+            as it is when "best" gets more to do. "classic" is what the C function ``denoise2`` does, with defaults
+            for noise that was not measured.
 
         Returns
         -------
@@ -67,32 +124,41 @@ class Noise:
         Raises
         ------
         ValueError
-            If the strength or the preset is none.
+            If the strength is outside the preset's range, there is no such preset, or no measurement tells such noise.
 
         Examples
         --------
         >>> import veskaronr
         >>> noise = veskaronr.Noise(measured=True, level=40.0)
-        >>> noise.settings(strength=1.5).noise_level > noise.settings().noise_level
+        >>> noise.settings(1.5, "classic").noise_level > noise.settings(1.0, "classic").noise_level
         True
+        >>> nothing_to_do = noise.settings()  # since its grain is unknown
+        >>> nothing_to_do.luma_keep, nothing_to_do.chroma_keep
+        (1.0, 1.0)
         """
-        struct = sized(CNoise, reason=0 if self.measured else 1, encoding=int(self.linear), level=self.level,
-                       statistic=self.statistic, linear_scale=self.linear_scale, blocks=self.blocks,
-                       blocks_seen=self.blocks_seen, blocks_usable=self.blocks_usable)  # fmt: skip
+        struct = sized(CNoise, reason=0 if self.measured else 1, encoding=int(self.linear))
+        if self.grain not in _GRAINS:
+            raise ValueError(f"grain must be one of {', '.join(_GRAINS)}, not {self.grain!r}")
+        struct.grain = _GRAINS.index(self.grain)
+        for name in _SAME:
+            setattr(struct, name, getattr(self, name))
         return settings_of(struct, strength, preset)
 
 
+# Fields that have the same name and value in C.
+_SAME = ("level", "statistic", "linear_scale", "blocks", "blocks_seen", "blocks_usable", "grain_blocks", "sigma", "correlation",
+         "blotches", "luma", "chroma", "coarse_chroma", "texture_guard", "structure")  # fmt: skip
+
+
 def _of_struct(struct: CNoise) -> Noise:
+    same: dict[str, Any] = {name: getattr(struct, name) for name in _SAME}
+    same["sigma"] = tuple(struct.sigma)
     return Noise(
         measured=struct.reason == 0,
         reason=_REASONS.get(struct.reason, "") if struct.reason else "",
-        level=struct.level,
-        statistic=struct.statistic,
         linear=struct.encoding == 1,
-        linear_scale=struct.linear_scale,
-        blocks=struct.blocks,
-        blocks_seen=struct.blocks_seen,
-        blocks_usable=struct.blocks_usable,
+        grain=_GRAINS[struct.grain],
+        **same,
     )
 
 

@@ -2,32 +2,44 @@
 
 from __future__ import annotations
 
-from ctypes import Array, byref, c_float
-from dataclasses import dataclass, fields
-from typing import TYPE_CHECKING, Any, Literal
+from ctypes import Array, byref, c_float, c_void_p
+from dataclasses import dataclass, fields, replace
+from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
 from ._arguments import integer, number
-from ._library import PARAM_COUNT, CNoise, CSettings, call, sized
+from ._library import PARAM_COUNT, CNoise, CSettings, c_library, call, sized
+from ._recipe import RecipeFile, read_recipe, write_recipe
 
 if TYPE_CHECKING:
     from ._measure import Noise
 
-Rounding = Literal["auto", "truncate", "nearest", "none"]
-_ROUNDINGS: tuple[Rounding, ...] = ("auto", "truncate", "nearest", "none")
+Rounding = Literal["auto", "truncate", "nearest", "none", "finest"]
+_ROUNDINGS: tuple[Rounding, ...] = ("auto", "truncate", "nearest", "none", "finest")
 
-Preset = Literal["classic"]
-DEFAULT_PRESET: Preset = "classic"
-# The C function that makes a preset's settings from a measurement and a strength.
-_PRESETS: dict[str, str] = {"classic": "vnr_settings_classic"}
+Preset = Literal["best", "fast", "classic"]
+DEFAULT_PRESET: Preset = "best"
+
+
+class _Rule(NamedTuple):
+    """How a preset makes settings from a measurement and a strength."""
+
+    function: str
+    least_strength: float
+
+
+_BY_GRAIN = _Rule("vnr_settings_best", 0.6)
+_PRESETS = {"best": _BY_GRAIN, "fast": _BY_GRAIN, "classic": _Rule("vnr_settings_classic", 0.5)}
+_MOST_STRENGTH = 1.5
 
 
 @dataclass
 class Params:
     """The filters' 21 parameters by name, in the C library's order. Every field starts at its default.
 
-    As ``settings=`` of `denoise`, a ``Params`` says what to use beside a measurement: ``noise_level``,
-    ``chroma_keep``, ``highlight_start`` and ``highlight_width`` are measured, and all fields return to their
-    defaults for a picture whose noise cannot be measured. `Settings` are used as they stand.
+    As ``settings=`` of `denoise` with the preset "classic", a ``Params`` says what to use beside a measurement:
+    ``noise_level``, ``chroma_keep``, ``highlight_start`` and ``highlight_width`` are measured, and all fields return
+    to their defaults for a picture whose noise cannot be measured. The other presets choose every field. `Settings`
+    are used as they stand.
 
     Examples
     --------
@@ -79,7 +91,8 @@ class Settings(Params):
     """Everything that decides what the filters do, used as it stands: nothing is measured or overwritten.
 
     `Noise.settings` gives what suits a measurement; any field may then be changed, with ``dataclasses.replace`` for
-    instance. Settings that no filter can work with are refused with `ArgumentError` when they are used.
+    instance. Settings that no filter can work with are refused with `ArgumentError` when they are used. `save` and
+    `load` keep them in a file, a recipe, for other pictures.
 
     Examples
     --------
@@ -93,7 +106,9 @@ class Settings(Params):
     recon_rolloff: float = 50.0  #: further distance over which their similarity falls to 0
     linear_scale: float = 1.0  #: scale of linear pictures, above 0; not used for others
     tile: int = 256  #: nominal edge of a tile in pixels, 56 to 32768; it decides the bytes
-    rounding: Rounding = "auto"  #: "truncate" (auto for integers), "nearest", or "none" (auto for floats, only there)
+    #: "truncate" (auto for integers), "nearest", "none" (auto for floats, only there), or "finest": "nearest" for
+    #: integers, "none" for floats
+    rounding: Rounding = "auto"
 
     def _as_struct(self) -> CSettings:
         if self.rounding not in _ROUNDINGS:
@@ -108,6 +123,91 @@ class Settings(Params):
             tile=min(max(tile, 0), 1 << 30),  # what C's int cannot hold is refused as these are
             rounding=_ROUNDINGS.index(self.rounding),
         )
+
+    def save(self, file: RecipeFile) -> None:
+        """Write the settings as a recipe: a small JSON file that says nothing of the picture they were made for.
+
+        Parameters
+        ----------
+        file : path or file object
+            Where to; a file that exists is replaced. File objects may be of text or of bytes, and stay open.
+
+        Raises
+        ------
+        TypeError, ValueError
+            If no filter can work with the settings; nothing is written then.
+        OSError
+            If the file cannot be written.
+
+        Examples
+        --------
+        What suits one picture, for another:
+
+        >>> import io, numpy as np, veskaronr
+        >>> one, other = np.random.default_rng(1).normal(110, 12, (2, 128, 128)).astype(np.uint8)
+        >>> clean, info = veskaronr.denoise(one, return_info=True)
+        >>> recipe = io.StringIO()  # or a path
+        >>> info.settings.save(recipe)
+        >>> recipe.seek(0)
+        0
+        >>> clean = veskaronr.denoise(other, settings=veskaronr.Settings.load(recipe))
+        """
+        _check(self)
+        write_recipe({f.name: _plain(getattr(self, f.name)) for f in fields(Settings)}, file)
+
+    @classmethod
+    def load(cls, file: RecipeFile) -> Settings:
+        """The settings of a recipe.
+
+        Parameters
+        ----------
+        file : path or file object
+            What `save` or the companion has written.
+
+        Returns
+        -------
+        Settings
+            Equal to those that were saved.
+
+        Raises
+        ------
+        ValueError
+            If the file is no recipe, or of a later version, or a field is unknown, missing, or has a value that no
+            filter can work with.
+        OSError
+            If the file cannot be read.
+
+        Examples
+        --------
+        >>> import io, veskaronr
+        >>> veskaronr.Settings.load(io.StringIO('{"recipe": 1, "settings": {"luma_keep": 2}}'))
+        Traceback (most recent call last):
+        ...
+        ValueError: the recipe lacks noise_level
+        """
+        values = read_recipe(file, [f.name for f in fields(Settings)])
+        for name, value in values.items():
+            try:
+                if isinstance(value, bool):
+                    raise TypeError("JSON's true and false are no numbers")
+                _check(replace(Settings(), **{name: value}))
+            except (TypeError, ValueError) as failure:
+                raise ValueError(f"the recipe's {name} cannot be {value!r:.60}") from failure
+        return cls(**values)
+
+
+def _check(settings: Settings) -> None:
+    """The library's own judgement."""
+    struct, plan = settings._as_struct(), c_void_p()
+    call("vnr_plan_begin", 64, 64, byref(struct), byref(plan))
+    c_library().vnr_plan_end(plan)
+
+
+def _plain(value: Any) -> Any:
+    """Numpy's numbers as Python's."""
+    if isinstance(value, str):
+        return value
+    return int(integer("a setting", value)) if hasattr(value, "__index__") else number("a setting", value)
 
 
 def _of_struct(struct: CSettings) -> Settings:
@@ -127,18 +227,24 @@ def check_preset(preset: str) -> None:
         raise ValueError(f"preset must be one of {', '.join(_PRESETS)}, not {preset!r}")
 
 
+def takes_grain(preset: str) -> bool:
+    """Whether a preset works with the second measurement, by scale, instead of the noise level."""
+    check_preset(preset)
+    return _PRESETS[preset] is _BY_GRAIN
+
+
 def settings_of(noise: CNoise, strength: float, preset: str) -> Settings:
     """What a preset makes of a measurement and a strength."""
-    check_preset(preset)
-    struct = sized(CSettings)
-    call(_PRESETS[preset], byref(noise), check_strength(strength), byref(struct))
+    struct, factor = sized(CSettings), check_strength(strength, preset)
+    call(_PRESETS[preset].function, byref(noise), factor, byref(struct))
     return _of_struct(struct)
 
 
-def check_strength(strength: float) -> float:
-    factor = number("strength", strength)
-    if not 0.5 <= factor <= 1.5:
-        raise ValueError(f"the strength is a factor from 0.5 to 1.5, not {strength}")
+def check_strength(strength: float, preset: str) -> float:
+    check_preset(preset)
+    factor, least = number("strength", strength), _PRESETS[preset].least_strength
+    if not least <= factor <= _MOST_STRENGTH:
+        raise ValueError(f"the strength of {preset} is a factor from {least} to {_MOST_STRENGTH}, not {strength}")
     return factor
 
 

@@ -312,8 +312,7 @@ TEST(LevelFilter, MoreSamplesPerPixelAreLeftAlone) {
       EXPECT_TRUE(sameBits(widened(expected.comparison, spp, -7.0f), comparison));
       EXPECT_TRUE(sameBits(widened(expected.records, spp, -7.0f), records));
     }
-    std::vector<float> image = widened(level.samples, spp, 9.0f),
-                       comparison = widened(expected.comparison, spp, 9.0f);
+    std::vector<float> image = widened(level.samples, spp, 9.0f), comparison = widened(expected.comparison, spp, 9.0f);
     std::vector<float> reduced = image, records(image.size(), -7.0f);
     EXPECT_EQ(
         noiseReduce_orig(1, w, h, rectangle, spp, 0, image.data(), comparison.data(), records.data(), reduced.data()),

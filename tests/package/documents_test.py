@@ -40,7 +40,7 @@ class Documents(unittest.TestCase):
             if importlib.util.find_spec("PIL"):
                 shutil.copy(SOURCE / "samples/indoor-iso382.jpg", folder / "photo.jpg")
                 environment = {**os.environ, "PYTHONPATH": str(SOURCE / "python"), "PYTHONDONTWRITEBYTECODE": "1"}
-                self.assertIn("noise level", run(sys.executable, "-c", blocks["python"], cwd=folder, env=environment))
+                self.assertIn("noise", run(sys.executable, "-c", blocks["python"], cwd=folder, env=environment))
                 self.assertTrue((folder / "clean.png").exists())
 
     def test_every_option_of_the_companion_is_in_manual_and_completion(self):

@@ -266,7 +266,8 @@ vnr_noise measured(Call& call, const vnr_picture& p, bool numbers) {
 // ---- filtering
 
 bool isRight(const vnr_settings& s) {
-  bool right = s.tile >= 56 && s.tile <= 32768 && s.rounding >= 0 && s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
+  bool right =
+      s.tile >= 56 && s.tile <= 32768 && s.rounding >= 0 && s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
   for (const float v : s.params) right = right && std::isfinite(v);
   return right && std::isfinite(s.recon_threshold) && std::isfinite(s.recon_rolloff) && std::isfinite(s.linear_scale);
 }

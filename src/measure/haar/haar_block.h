@@ -8,7 +8,7 @@
 namespace veskaro::measure {
 
 constexpr int kHaarBlock = 16;
-constexpr int kScales = 3;          // 2, 4 and 8 pixels, finest first
+constexpr int kScales = 3;           // 2, 4 and 8 pixels, finest first
 constexpr int kStructureScales = 2;  // of these, the ones that tell structure
 
 enum Channel { kY, kCb, kCr, kChannels };
