@@ -62,6 +62,23 @@ TEST(Haar, ReadsKnownNoise) {
   EXPECT_EQ(white.grain, VNR_GRAIN_MEASURED);
 }
 
+// Grey texture everywhere but in the black corner, where pixels are clipped.
+TEST(Haar, DarkBlocksTellTextureFromNoise) {
+  Samples s = noisy(512, 512, 3, 0);
+  const Samples grain = noisy(512, 512, 3, 1);
+  for (std::size_t i = 0; i < s.values.size(); ++i) {
+    const std::size_t x = i / 3 % 512, y = i / 3 / 512;
+    const float slope = 80.0f + 90.0f * static_cast<float>(x) / 512.0f, noise = 0.5f * (s.values[i] * 255.0f - slope);
+    const float texture = 8.0f * (grain.values[i - i % 3] * 255.0f - slope);
+    const float value = x < 128 && y < 128 ? 6.0f + noise : 125.0f + texture + noise;
+    s.values[i] = std::fmax(value, 0.0f) / 255.0f;
+  }
+  const vnr_noise noise = measured(s.picture());
+  EXPECT_EQ(noise.grain, VNR_GRAIN_TEXTURED);
+  EXPECT_NEAR(noise.luma, 2.0f, 1.0f);
+  EXPECT_GT(noise.structure, 20.0f);
+}
+
 // So big that only a sample of the blocks counts, in strips and columns that cut them, on its way through bytes.
 TEST(Haar, IsTheSameHoweverThePictureComes) {
   for (const int encoding : {VNR_DISPLAY, VNR_LINEAR}) {
