@@ -166,7 +166,7 @@ NOISES = ([(f"white {s}", white, s) for s in (3, 5, 10, 15, 20, 30)]
 
 
 def psnr(a, b):
-    return 10 * numpy.log10(255**2 / max(((a - b) ** 2).mean(), 1e-10))
+    return min(99, 10 * numpy.log10(255**2 / max(((a - b) ** 2).mean(), 1e-10)))
 
 
 def ssim(a, b, window=8):
