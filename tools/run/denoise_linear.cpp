@@ -1,0 +1,97 @@
+#include "run/denoise_linear.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "base/timer.h"
+#include "pictures/rgbe.h"
+#include "run/library.h"
+
+namespace tool::run {
+namespace {
+
+using pictures::HdrPicture;
+using Light = std::vector<float>;
+
+// Suns and lamps, beyond this many times the picture's scale: they pass as they are, and are cut off for the filters,
+// whose means next to them would leave nothing of what is dim.
+constexpr float kFarBeyond = 20.0f;
+
+vnr_picture pictureOf(const HdrPicture& picture, const Light& light) {
+  vnr_picture linear =
+      vnr_interleaved(VNR_FLOAT32, picture.width, picture.height, 3, light.data(), std::ptrdiff_t{3} * picture.width);
+  linear.encoding = VNR_LINEAR;
+  return linear;
+}
+
+float mostOf(const float* rgb) {
+  return std::max({rgb[0], rgb[1], rgb[2]});
+}
+
+float lumaOf(const float* rgb) {
+  return 0.299f * rgb[0] + 0.587f * rgb[1] + 0.114f * rgb[2];
+}
+
+// The filters leave the luminance of the square roots; this is that of light.
+void takeLuma(const float* from, float* rgb) {
+  for (std::size_t c = 0; c < 3; ++c) rgb[c] = std::max(rgb[c], 0.0f);
+  const float luma = lumaOf(rgb);
+  const float factor = luma > 0 ? lumaOf(from) / luma : 0.0f;
+  for (std::size_t c = 0; c < 3; ++c) rgb[c] *= factor;
+}
+
+Light cutOff(const Light& light, float most) {
+  Light cut(light.size());
+  std::transform(light.begin(), light.end(), cut.begin(), [most](float v) { return std::min(v, most); });
+  return cut;
+}
+
+Light filtered(const HdrPicture& picture, const Light& light, const vnr_settings& settings,
+               const vnr_control& control) {
+  const float most = kFarBeyond * settings.linear_scale;
+  const Plan plan = beginPlan(picture.width, picture.height, settings);
+  const Light cut = cutOff(light, most);
+  Light after(light.size());
+  const vnr_picture in = pictureOf(picture, cut), out = pictureOf(picture, after);
+  requireDone(vnr_plan_filter(plan.get(), &in, &out, &control));
+  for (std::size_t i = 0; i < light.size(); i += 3) {
+    if (mostOf(&light[i]) > most)
+      std::copy_n(&light[i], 3, &after[i]);
+    else if (settings.params[NR_LUMA_KEEP] == 1)
+      takeLuma(&light[i], &after[i]);
+  }
+  return after;
+}
+
+// What would come out as it went in stays the same to the byte, RGBE that is written otherwise than here too.
+bool keepsAll(const vnr_settings& settings) {
+  return settings.params[NR_LUMA_KEEP] == 1 && settings.params[NR_CHROMA_KEEP] == 1;
+}
+
+}  // namespace
+
+DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, const Watch& watch) {
+  StripProgress progress{watch};
+  const vnr_control control = controlOf(settings.threads, progress);
+  const Light light = pictures::toLight(picture);
+  NoiseProfile noise = measureNoise(pictureOf(picture, light), &control);
+  const Chosen chosen = settings.chosenFor(noise.noise);
+  const vnr_settings own = chosen.forLibrary(settings.tile);
+  const Timer timer;
+  pictures::Bytes planar = picture.planar;
+  if (!keepsAll(own))
+    planar = pictures::fromLight(filtered(picture, light, own, control), picture.width, picture.height);
+  const double denoising = timer.seconds(), measuring = noise.seconds;
+  const Change change = changeOf(picture, planar);
+  const std::optional<std::string> why = whyUnchanged(noise, change);
+  return {std::move(planar),
+          {FilterWork{std::move(noise), settings.rule(), chosen.parameters()}, measuring, denoising, change, why}};
+}
+
+NoiseProfile measureLight(const HdrPicture& picture) {
+  const Light light = pictures::toLight(picture);
+  return measureNoise(pictureOf(picture, light), nullptr);
+}
+
+}  // namespace tool::run
