@@ -184,12 +184,12 @@ CLI::App* addCommand(CLI::App& app, const char* name, const char* help) {
 CLI::App* addProfile(CLI::App& app, Profile& profile) {
   static const std::map<std::string, SortKey> keys = {
       {"name", SortKey::kName}, {"noise", SortKey::kNoise}, {"size", SortKey::kSize}};
-  CLI::App* command =
-      addCommand(app, "profile",
-                 "Prints the measured noise of pictures and writes nothing. Sigma is its standard deviation in red, "
-                 "green and blue at mid grey, of 255; corr its correlation, 0 for white noise to 1 for smoothed; blotch "
-                 "0 to 1 for blotches of colour. The level is what denoise2 works with at strength 100; pair is the mean "
-                 "difference of neighbouring samples in the smoothest blocks.");
+  CLI::App* command = addCommand(
+      app, "profile",
+      "Prints the measured noise of pictures and writes nothing. Sigma is its standard deviation in red, "
+      "green and blue at mid grey, of 255; corr its correlation, 0 for white noise to 1 for smoothed; blotch "
+      "0 to 1 for blotches of colour. The level is what denoise2 works with at strength 100; pair is the mean "
+      "difference of neighbouring samples in the smoothest blocks.");
   command->add_option("files", profile.inputs, "Pictures or folders of pictures")->required()->type_name("FILE");
   command
       ->add_option_function<std::string>(

@@ -80,9 +80,9 @@ std::string rowOf(const Measured& m) {
   };
   std::string row = fmt::format(
       kHeads, isKnown ? tell::sigmaOf(noise) : "-", known(isKnown, "{:.2f}", noise.noise.correlation),
-      known(isKnown, "{:.2f}", noise.noise.blotches), noise.grain(), known(noise.measured(), "{:.1f}", noise.noise.level),
-      known(noise.measured(), "{:.2f}", noise.noise.statistic), noise.blocks.size(),
-      fmt::format("{} x {}", m.layout.width, m.layout.height), tell::samplesOf(m.layout), m.name);
+      known(isKnown, "{:.2f}", noise.noise.blotches), noise.grain(),
+      known(noise.measured(), "{:.1f}", noise.noise.level), known(noise.measured(), "{:.2f}", noise.noise.statistic),
+      noise.blocks.size(), fmt::format("{} x {}", m.layout.width, m.layout.height), tell::samplesOf(m.layout), m.name);
   if (!noise.measured()) row += fmt::format("  ({})", noise.whyNoLevel());
   return row;
 }
@@ -107,8 +107,8 @@ void sort(std::vector<Measured>& all, SortKey key) {
 
 void print(const std::vector<Measured>& all, const Profile& command) {
   if (!command.json && !all.empty()) {
-    fmt::print("{}\n", fmt::format(kHeads, "sigma R, G, B", "corr", "blotch", "grain", "level", "pair", "blocks", "size",
-                                   "samples", "file"));
+    fmt::print("{}\n", fmt::format(kHeads, "sigma R, G, B", "corr", "blotch", "grain", "level", "pair", "blocks",
+                                   "size", "samples", "file"));
   }
   for (const Measured& m : all) fmt::print("{}\n", command.json ? jsonOf(m) : tell::printable(rowOf(m)));
 }

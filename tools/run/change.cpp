@@ -113,6 +113,7 @@ Change changeOf(const HdrPicture& picture, const Bytes& after) {
 std::optional<std::string> whyUnchanged(const Photo& photo, const Parameters& used, const NoiseProfile& noise,
                                         Rule rule, const Change& change) {
   if (change.mean >= kNextToNothing) return std::nullopt;
+  if (rule == Rule::kBest && noise.noise.grain == VNR_GRAIN_UNKNOWN) return kTooSmall;
   if (used[NR_LUMA_KEEP].value == 1 && photo.grey)
     return "a grey picture has no chroma to denoise, and luminance was to stay";
   if (removesNothing(used)) return "noise reduction and sharpening were set to 0";
@@ -123,7 +124,6 @@ std::optional<std::string> whyUnchanged(const Photo& photo, const Parameters& us
     return fmt::format("{:.0f} % of the picture is brighter than {:.0f}, where luminance is left alone", 100 * bright,
                        end);
   }
-  if (rule == Rule::kBest && noise.noise.grain == VNR_GRAIN_UNKNOWN) return kTooSmall;
   if (rule == Rule::kClassic && !noise.measured()) return "there is nothing to tell noise from: " + noise.whyNoLevel();
   return "the picture is all but free of noise: what was taken out is less than a tenth of an 8-bit step on average";
 }

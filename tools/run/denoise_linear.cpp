@@ -16,7 +16,12 @@ using Light = std::vector<float>;
 
 // Suns and lamps, beyond this many times the picture's scale: they pass as they are, and are cut off for the filters,
 // whose means next to them would leave nothing of what is dim.
-constexpr float kFarBeyond = 20.0f;
+constexpr float kFarBeyondScale = 20.0f;
+// The same before there is a scale: beyond this many times what 99 % of the pixels that are not black stay below. One
+// infinite pixel would make its whole block bright.
+constexpr float kFarBeyondMost = 100.0f;
+// Times the scale: a quarter of a step of 255 as a square root.
+constexpr float kTrace = 1e-6f;
 
 vnr_picture pictureOf(const HdrPicture& picture, const Light& light) {
   vnr_picture linear =
@@ -47,20 +52,48 @@ Light cutOff(const Light& light, float most) {
   return cut;
 }
 
+// Where nothing was, the traces that coarse levels carry there are nothing too.
+void keepBlack(float trace, float* rgb) {
+  if (mostOf(rgb) < trace) std::fill_n(rgb, 3, 0.0f);
+}
+
+// What is far beyond, what is black and, if that is asked for, luminance stay as they were.
+void keep(const Light& before, const vnr_settings& settings, Light& after) {
+  const float far = kFarBeyondScale * settings.linear_scale, trace = kTrace * settings.linear_scale;
+  for (std::size_t i = 0; i < before.size(); i += 3) {
+    const float most = mostOf(&before[i]);
+    if (most > far)
+      std::copy_n(&before[i], 3, &after[i]);
+    else if (most == 0)
+      keepBlack(trace, &after[i]);
+    else if (settings.params[NR_LUMA_KEEP] == 1)
+      takeLuma(&before[i], &after[i]);
+  }
+}
+
+Light forMeasuring(const Light& light) {
+  Light most;
+  for (std::size_t i = 0; i < light.size(); i += 3) {
+    if (mostOf(&light[i]) > 0) most.push_back(mostOf(&light[i]));
+  }
+  if (most.empty()) return light;
+  const auto usual = most.begin() + static_cast<std::ptrdiff_t>(most.size() / 100 * 99);
+  std::nth_element(most.begin(), usual, most.end());
+  return cutOff(light, kFarBeyondMost * *usual);
+}
+
+NoiseProfile measure(const HdrPicture& picture, const Light& light, const vnr_control* control) {
+  return measureNoise(pictureOf(picture, forMeasuring(light)), control);
+}
+
 Light filtered(const HdrPicture& picture, const Light& light, const vnr_settings& settings,
                const vnr_control& control) {
-  const float most = kFarBeyond * settings.linear_scale;
   const Plan plan = beginPlan(picture.width, picture.height, settings);
-  const Light cut = cutOff(light, most);
+  const Light cut = cutOff(light, kFarBeyondScale * settings.linear_scale);
   Light after(light.size());
   const vnr_picture in = pictureOf(picture, cut), out = pictureOf(picture, after);
   requireDone(vnr_plan_filter(plan.get(), &in, &out, &control));
-  for (std::size_t i = 0; i < light.size(); i += 3) {
-    if (mostOf(&light[i]) > most)
-      std::copy_n(&light[i], 3, &after[i]);
-    else if (settings.params[NR_LUMA_KEEP] == 1)
-      takeLuma(&light[i], &after[i]);
-  }
+  keep(light, settings, after);
   return after;
 }
 
@@ -75,7 +108,7 @@ DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, c
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
   const Light light = pictures::toLight(picture);
-  NoiseProfile noise = measureNoise(pictureOf(picture, light), &control);
+  NoiseProfile noise = measure(picture, light, &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
   const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
@@ -90,8 +123,7 @@ DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, c
 }
 
 NoiseProfile measureLight(const HdrPicture& picture) {
-  const Light light = pictures::toLight(picture);
-  return measureNoise(pictureOf(picture, light), nullptr);
+  return measure(picture, pictures::toLight(picture), nullptr);
 }
 
 }  // namespace tool::run
