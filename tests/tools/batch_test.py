@@ -209,7 +209,7 @@ class Words(ToolTest):
         # The defaults then, but for what was set.
         asked = (flat, self.folder / "f.png", "--force", "--preset", "classic", "--set", "sharpening=0.9")
         told = json.loads(self.denoise(*asked, "--json"))
-        self.assertTrue(told["defaults_used"] and told["reason"])
+        self.assertTrue(told["defaults_used"] and told["defaults_reason"])
         self.assertEqual({name for name, parameter in told["parameters"].items() if parameter["origin"] != "default"}, {"sharpening"})
         said = self.denoise(*asked, "--verbose")
         self.assertEqual(set(re.findall(r"(?m)^  [a-z0-9-]+ +[-0-9.e]+  (\w+) ", said)), {"default", "set"})

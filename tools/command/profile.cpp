@@ -90,6 +90,7 @@ std::string rowOf(const Measured& m) {
 std::string jsonOf(const Measured& m) {
   Json json = {{"input", m.name}, {"width", m.layout.width}, {"height", m.layout.height}, {"bits", m.layout.bits}};
   tell::addNoise(m.noise, json);
+  if (!m.noise.measured()) json["reason"] = m.noise.whyNoLevel();
   if (m.statistics) json["statistics"] = tell::describe(*m.statistics);
   return tell::oneLine(json);
 }

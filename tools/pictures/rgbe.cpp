@@ -18,8 +18,9 @@ Rgbe toRgbe(const float* rgb) {
   if (std::frexp(most, &exponent) * 256 >= 255.5f) ++exponent;
   const int stored = std::min(exponent + 128, 255);
   if (!(most > 0) || stored < 1) return {0, 0, 0, 0};
-  const auto byte = [&](float v) {
-    return static_cast<std::uint8_t>(std::lrint(std::clamp(std::ldexp(v, kBias - stored), 0.0f, 255.0f)));
+  const double scale = std::ldexp(1.0, kBias - stored);
+  const auto byte = [scale](float v) {
+    return static_cast<std::uint8_t>(std::lrint(std::clamp(static_cast<double>(v) * scale, 0.0, 255.0)));
   };
   return {byte(rgb[0]), byte(rgb[1]), byte(rgb[2]), static_cast<std::uint8_t>(stored)};
 }
@@ -41,8 +42,8 @@ std::vector<float> toLight(const HdrPicture& picture) {
   forEachPixel(picture.width, picture.height, [&](std::size_t at, std::size_t pixel) {
     const int exponent = picture.planar[at + 3 * w];
     // An exponent of 0 is black, whatever the rest.
-    for (std::size_t c = 0; c < 3 && exponent > 0; ++c)
-      light[3 * pixel + c] = std::ldexp(static_cast<float>(picture.planar[at + c * w]), exponent - kBias);
+    const double scale = exponent > 0 ? std::ldexp(1.0, exponent - kBias) : 0.0;
+    for (std::size_t c = 0; c < 3; ++c) light[3 * pixel + c] = static_cast<float>(picture.planar[at + c * w] * scale);
   });
   return light;
 }

@@ -25,7 +25,9 @@ Json parametersOf(const run::Parameters& parameters) {
 
 void addWork(const run::FilterWork& work, const run::Settings& settings, Json& json) {
   addNoise(work.noise, json);
-  json["defaults_used"] = work.rule == run::Rule::kClassic && !work.noise.measured();
+  const bool usesDefaults = work.rule == run::Rule::kClassic && !work.noise.measured();
+  json["defaults_used"] = usesDefaults;
+  if (usesDefaults) json["defaults_reason"] = work.noise.whyNoLevel();
   json["strength"] = settings.strength;
   json["preset"] = settings.preset;
   json["threads"] = settings.threads;
@@ -97,12 +99,9 @@ void addNoise(const run::NoiseProfile& profile, Json& json) {
   }
   json["noise_measured"] = profile.measured();
   json["blocks_usable"] = profile.blocks.size();
-  if (profile.measured()) {
-    json["noise_level"] = rounded(noise.level, 1e5);
-    json["noise_statistic"] = rounded(noise.statistic);
-  } else {
-    json["reason"] = profile.whyNoLevel();
-  }
+  if (!profile.measured()) return;
+  json["noise_level"] = rounded(noise.level, 1e5);
+  json["noise_statistic"] = rounded(noise.statistic);
 }
 
 Json describe(const run::HdrStatistics& statistics) {

@@ -28,7 +28,7 @@ function summary() {
   if (!data.mode) parts.push(`by ${show(data.changed.mean, 2)} of 255 on average`);
   at("summary").textContent = parts.join(" · ");
   const why = [];
-  if (data.defaults_used) why.push(`The noise could not be measured, so the library worked with its defaults: ${data.reason}.`);
+  if (data.defaults_used) why.push(`The noise could not be measured, so the library worked with its defaults: ${data.defaults_reason}.`);
   if (data.noise_grain === "textured") why.push("No block of the picture is smooth. What was read may be texture, so the milder of the readings counts.");
   if (data.why_unchanged) why.push(`Nothing to see changed: ${data.why_unchanged}.`);
   if (data.note) why.push(`Note: ${data.note}.`);
