@@ -70,6 +70,8 @@ Through photoThrough(Bytes file, Format from, Format to, const Denoise& command,
 
 run::DenoisedHdr denoised(const pictures::HdrPicture& picture, const run::Settings& settings,
                           const Progress& progress) {
+  // denoise1 cannot be cancelled: a signal ends the process there.
+  if (settings.rule() == run::Rule::kClassic) return run::denoiseHdr(picture, settings, {});
   const Cancellable cancellable;
   run::DenoisedHdr denoised = run::denoiseHdr(picture, settings, {progress, cancellable.flag()});
   cancellable.check();

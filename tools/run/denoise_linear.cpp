@@ -52,6 +52,11 @@ Light cutOff(const Light& light, float most) {
   return cut;
 }
 
+// Settings far from any sense can come to anything.
+bool areFinite(const float* rgb) {
+  return std::isfinite(rgb[0]) && std::isfinite(rgb[1]) && std::isfinite(rgb[2]);
+}
+
 // Where nothing was, the traces that coarse levels carry there are nothing too.
 void keepBlack(float trace, float* rgb) {
   if (mostOf(rgb) < trace) std::fill_n(rgb, 3, 0.0f);
@@ -62,7 +67,7 @@ void keep(const Light& before, const vnr_settings& settings, Light& after) {
   const float far = kFarBeyondScale * settings.linear_scale, trace = kTrace * settings.linear_scale;
   for (std::size_t i = 0; i < before.size(); i += 3) {
     const float most = mostOf(&before[i]);
-    if (most > far)
+    if (most > far || !areFinite(&after[i]))
       std::copy_n(&before[i], 3, &after[i]);
     else if (most == 0)
       keepBlack(trace, &after[i]);
