@@ -20,8 +20,8 @@ struct Former {
 };
 constexpr Former kFormer[] = {
     {"default", "classic", "has another name"},
-    {"detail", "best", "is gone, since another is better for every kind of noise"},
-    {"strong", "best", "is gone, since another is better for every kind of noise"},
+    {"detail", "best", "is gone, since another gains more"},
+    {"strong", "best", "is gone, since another gains more"},
 };
 
 std::size_t parameterNamed(const std::string& name) {
