@@ -75,14 +75,12 @@ constexpr char kHeads[] = "{:<18} {:>5} {:>6}  {:<9} {:>7} {:>7} {:>7}  {:<13} {
 std::string rowOf(const Measured& m) {
   const NoiseProfile& noise = m.noise;
   const bool isKnown = noise.noise.grain != VNR_GRAIN_UNKNOWN;
-  const auto known = [](bool is, const char* format, float value) {
-    return is ? fmt::format(fmt::runtime(format), value) : "-";
-  };
-  std::string row = fmt::format(
-      kHeads, isKnown ? tell::sigmaOf(noise) : "-", known(isKnown, "{:.2f}", noise.noise.correlation),
-      known(isKnown, "{:.2f}", noise.noise.blotches), noise.grain(),
-      known(noise.measured(), "{:.1f}", noise.noise.level), known(noise.measured(), "{:.2f}", noise.noise.statistic),
-      noise.blocks.size(), fmt::format("{} x {}", m.layout.width, m.layout.height), tell::samplesOf(m.layout), m.name);
+  const auto shown = [](bool is, float value, int digits) { return is ? fmt::format("{:.{}f}", value, digits) : "-"; };
+  std::string row =
+      fmt::format(kHeads, isKnown ? tell::sigmaOf(noise) : "-", shown(isKnown, noise.noise.correlation, 2),
+                  shown(isKnown, noise.noise.blotches, 2), noise.grain(), shown(noise.measured(), noise.noise.level, 1),
+                  shown(noise.measured(), noise.noise.statistic, 2), noise.blocks.size(),
+                  fmt::format("{} x {}", m.layout.width, m.layout.height), tell::samplesOf(m.layout), m.name);
   if (!noise.measured()) row += fmt::format("  ({})", noise.whyNoLevel());
   return row;
 }
