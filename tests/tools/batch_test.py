@@ -177,14 +177,17 @@ class Batches(ToolTest):
 class Words(ToolTest):
     def test_json_says_what_was_done(self):
         source = save(noisy(160, 160), self.folder / "in.png")
-        told = json.loads(self.denoise(source, self.folder / "o.png", "--json", "--preset", "detail", "--set", "luma-keep=0.25"))
+        told = json.loads(self.denoise(source, self.folder / "o.png", "--json", "--set", "luma-keep=0.25", "--set=NR_NOISE_LEVEL=80"))
         self.assertEqual((told["width"], told["height"], told["bits"], told["channels"]), (160, 160, 8, 3))
         self.assertTrue(told["noise_measured"] and not told["defaults_used"])
         parameters = told["parameters"]
         self.assertEqual((parameters["luma-keep"]["value"], parameters["luma-keep"]["origin"]), (0.25, "set"))
-        # Where a value comes from, even one that is no other than the default.
-        for name, origin in (("noise-level", "measured"), ("level0-noise", "preset"), ("recon-similarity-rolloff", "default")):
+        for name, origin in (("noise-level", "set"), ("level1-noise", "measured"), ("highlight-start", "preset"), ("recon-similarity-rolloff", "default")):
             self.assertEqual(parameters[name]["origin"], origin)
+        classic = json.loads(self.denoise(source, self.folder / "o.png", "--json", "--force", "--preset", "chroma-only", "--strength", 50))
+        for name, origin in (("noise-level", "measured"), ("highlight-start", "measured"), ("luma-keep", "preset"), ("level1-noise", "default")):
+            self.assertEqual(classic["parameters"][name]["origin"], origin)
+        self.assertLess(classic["parameters"]["noise-level"]["value"], 0.6 * classic["noise_level"])
         self.assertGreater(told["changed"]["share"], 0.5)
         self.assertEqual(set(told["seconds"]), {"read", "decode", "measure", "denoise", "encode", "write", "total"})
         self.assertIn("libvips", told["versions"])
@@ -200,17 +203,17 @@ class Words(ToolTest):
         picture = 235 + (random.random((128, 128, 3)) < 0.04) + 6 * (numpy.arange(128) > 64)[:, None, None]
         save(picture.astype("uint8"), bright)
         for path, words in ((flat, "no 32 x 32 block"), (bright, "brighter than")):
-            told = json.loads(self.denoise(path, f"{path}.png", "--json"))
+            told = json.loads(self.denoise(path, f"{path}.png", "--json", "--preset", "classic"))
             self.assertIn(words, told["why_unchanged"])
-            self.assertIn("nothing changed: ", self.denoise(path, f"{path}.png", "--force", "--verbose"))
-        # Then what was asked for has no effect, and is not said to have.
-        asked = (flat, self.folder / "f.png", "--force", "--preset", "detail", "--set", "sharpening=0.9")
+            self.assertIn("nothing changed: ", self.denoise(path, f"{path}.png", "--force", "--verbose", "--preset", "classic"))
+        # The defaults then, but for what was set.
+        asked = (flat, self.folder / "f.png", "--force", "--preset", "classic", "--set", "sharpening=0.9")
         told = json.loads(self.denoise(*asked, "--json"))
         self.assertTrue(told["defaults_used"] and told["defaults_reason"])
-        self.assertEqual(told["parameters"]["sharpening"]["value"], 0.2)
-        self.assertEqual({parameter["origin"] for parameter in told["parameters"].values()}, {"default"})
+        self.assertEqual({name for name, parameter in told["parameters"].items() if parameter["origin"] != "default"}, {"sharpening"})
         said = self.denoise(*asked, "--verbose")
-        self.assertEqual(set(re.findall(r"(?m)^  [a-z0-9-]+ +[-0-9.e]+  (\w+) ", said)), {"default"})
+        self.assertEqual(set(re.findall(r"(?m)^  [a-z0-9-]+ +[-0-9.e]+  (\w+) ", said)), {"default", "set"})
+        self.assertIn("all but free of noise", self.denoise(flat, self.folder / "f.png", "--force", "--verbose"))
 
     def test_profile_command(self):
         for seed, spread in ((1, 2), (2, 30), (3, 9)):

@@ -48,7 +48,7 @@ class Photographs(ToolTest):
     def test_strength_and_settings_act(self):
         source = save(noisy(96, 96), self.folder / "in.png")
         change = {}
-        for name, options in {"weak": ["--strength", "50"], "nominal": [], "strong": ["--strength", "150"],
+        for name, options in {"weak": ["--strength", "60"], "nominal": [], "strong": ["--strength", "150"],
                               "off": [f"--set=level{k}-amount=0" for k in range(4)] + ["--set", "sharpening=0", "--set", "NR_CHROMA_SHARPENING=0"]}.items():
             result = self.folder / f"{name}.png"
             said = self.denoise(source, result, "-v", *options)
@@ -57,6 +57,40 @@ class Photographs(ToolTest):
         self.assertLess(change["weak"], change["nominal"])
         self.assertLess(change["nominal"], change["strong"])
         self.assertLess(change["off"], 0.1)
+
+    def test_best_is_the_default(self):
+        clean = numpy.kron(numpy.random.default_rng(9).integers(40, 200, (12, 12, 3)), numpy.ones((24, 24, 1))).astype(float)
+        noise = numpy.random.default_rng(8).normal(0, 10, clean.shape)
+        for bands in (3, 1):
+            noisy = (clean + noise)[:, :, :bands].round().astype("uint8")
+            source = save(noisy, self.folder / f"in{bands}.png")
+            error, after = {"none": noise[:, :, :bands].std()}, {}
+            for preset in (None, "best", "fast", "classic"):
+                result = self.folder / f"{preset}{bands}.png"
+                told = json.loads(self.denoise(source, result, "--json", *(["--preset", preset] if preset else [])))
+                after[preset] = pixels(result)
+                error[preset] = (after[preset] - clean[:, :, :bands]).std()
+                self.assertEqual(told["preset"], preset or "best")
+                numpy.testing.assert_allclose(told["noise_sigma"], 10, rtol=0.1)
+            for preset in ("best", "fast"):
+                numpy.testing.assert_array_equal(after[preset], after[None])
+            self.assertLess(error["best"], 0.5 * error["none"])
+            self.assertLess(error["best"], 0.75 * error["classic"])
+            self.assertLess(abs(after["best"].mean() - noisy.mean()), 0.05, "rounded, so nothing darkens")
+        # Luminance stays with every preset when it is to stay.
+        for preset in ("best", "classic"):
+            self.denoise(self.folder / "in3.png", self.folder / f"c-{preset}.png", "--chroma-only", "--preset", preset)
+            after = pixels(self.folder / f"c-{preset}.png")
+            luma = (after - pixels(self.folder / "in3.png").astype(float)) @ [0.299, 0.587, 0.114]
+            self.assertLess(numpy.abs(luma[(after.min(axis=2) > 0) & (after.max(axis=2) < 255)]).max(), 1.5)
+
+    def test_too_small_to_measure(self):
+        for shape, bits in (((15, 60, 3), 8), ((9, 15, 1), 16), ((40, 15, 4), 16), ((1, 1, 3), 8)):
+            source = save(noisy(*shape, bits=bits), self.folder / "in.tif")
+            told = json.loads(self.denoise(source, self.folder / "out.tif", "--json", "--force"))
+            self.assertEqual((told["noise_grain"], "noise_sigma" in told), ("unknown", False))
+            self.assertIn("16 x 16", told["why_unchanged"])
+            numpy.testing.assert_array_equal(pixels(self.folder / "out.tif"), pixels(source))
 
     def test_chroma_only_leaves_grey_alone(self):
         source = save(noisy(64, 64, 1), self.folder / "in.png")
@@ -73,7 +107,7 @@ class Photographs(ToolTest):
             colour = numpy.ascontiguousarray(numpy.repeat(before[:, :, :1], 3, axis=2) if bands == 1 else before[:, :, :3])
             after, level = denoise2(colour, tile=64)
             for threads in (1, 2, 5):
-                told = json.loads(self.denoise(source, self.folder / "o.tif", "--threads", threads, "--tile", 64, "--json", "--force"))
+                told = json.loads(self.denoise(source, self.folder / "o.tif", "--threads", threads, "--tile", 64, "--json", "--force", "--preset", "classic"))
                 self.assertAlmostEqual(told["noise_level"], level, places=4)
                 numpy.testing.assert_array_equal(pixels(self.folder / "o.tif")[:, :, : min(bands, 3)], after[:, :, : min(bands, 3)])
 
@@ -85,9 +119,9 @@ class HighDynamicRange(ToolTest):
         rgbe = numpy.concatenate([random.integers(128, 256, (48, 80, 3)), random.integers(126, 131, (48, 80, 1))], axis=2)
         flat = self.folder / "in.hdr"
         flat.write_bytes(text + rgbe.astype("uint8").tobytes())
-        for strength, mode in (("100", "full"), ("70", "chroma only")):
-            result = self.folder / f"out{strength}.hdr"
-            said = self.denoise(flat, result, "--strength", strength, "--verbose")
+        for strength, mode, preset in (("100", "full", "classic"), ("100", "chroma only", "chroma-only"), ("70", "chroma only", "classic")):
+            result = self.folder / "out.hdr"
+            said = self.denoise(flat, result, "--strength", strength, "--verbose", "--preset", preset, "--force")
             self.assertIn(mode, said)
             self.assertEqual(sum("log " in line or "luminance threshold" in line for line in said.splitlines()), 6)
             self.assertTrue(result.read_bytes().startswith(text))
@@ -101,12 +135,50 @@ class HighDynamicRange(ToolTest):
     def test_what_cannot_be_done(self):
         black = self.folder / "black.hdr"
         black.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 40 +X 40\n" + bytes(4 * 1600))
-        self.assertIn("no range of brightness", self.fails(1, black, self.folder / "o.hdr"))
+        classic = self.folder / "o.hdr", "--preset", "classic"
+        self.assertIn("no range of brightness", self.fails(1, black, *classic))
         small = self.folder / "small.hdr"
         small.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 31 +X 40\n" + bytes(range(124)) * 40)
-        self.assertIn("at least 32 x 32", self.fails(1, small, self.folder / "o.hdr"))
+        self.assertIn("at least 32 x 32", self.fails(1, small, *classic))
         self.assertIn("choose .hdr", self.fails(1, SAMPLE_HDR, self.folder / "o.png"))
         self.assertEqual(self.names(), ["black.hdr", "small.hdr"])
+
+    def test_best_gains_and_leaves_black_and_suns(self):
+        light = numpy.full((256, 256, 3), [0.5, 0.25, 0.125]) * numpy.linspace(0.2, 2, 256)[:, None, None]
+        light[64:128, 64:128] = 0
+        light[10:14, 200:206] = 1e4
+        light[200:202, 20:22] = 1e30
+        noise = numpy.random.default_rng(6).normal(0, 0.1, light.shape) * numpy.sqrt(light) * (light < 1e3)
+        before = rgbe(numpy.maximum(light + noise, 0))
+        source = self.folder / "in.hdr"
+        source.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 256 +X 256\n" + before.tobytes())
+        error = lambda p: numpy.sqrt(numpy.square(numpy.sqrt(of_rgbe(p)) - numpy.sqrt(light))[light < 1e3].mean())
+        told = json.loads(self.denoise(source, self.folder / "best.hdr", "--json"))
+        self.assertEqual((told["mode"], told["preset"], told["noise_grain"]), ("light", "best", "measured"))
+        self.denoise(source, self.folder / "classic.hdr", "--preset", "classic")
+        after = pixels(self.folder / "best.hdr")
+        self.assertLess(error(after), 0.4 * error(before))
+        self.assertLess(error(after), 0.5 * error(pixels(self.folder / "classic.hdr")))
+        self.assertEqual(after[70:122, 70:122].max(), 0)
+        for sun in (slice(10, 14), slice(200, 206)), (slice(200, 202), slice(20, 22)):
+            numpy.testing.assert_array_equal(after[sun], before[sun])
+        # Luminance that is to stay is that of light, within the steps of the encoding.
+        self.denoise(source, self.folder / "chroma.hdr", "--chroma-only")
+        luma = lambda p: of_rgbe(p) @ [0.299, 0.587, 0.114]
+        chroma = pixels(self.folder / "chroma.hdr")
+        self.assertLess(numpy.abs(luma(chroma) - luma(before)).max(), 0.02 * luma(before)[light[:, :, 0] < 1e3].max())
+
+
+def rgbe(light):
+    """Floats as four bytes a pixel."""
+    most = light.max(axis=2, keepdims=True)
+    exponent = numpy.where(most > 0, numpy.floor(numpy.log2(numpy.maximum(most, 1e-30))) + 1, -128)
+    mantissa = numpy.minimum(numpy.rint(light * 256 / 2.0**exponent), 255)
+    return numpy.concatenate([mantissa, exponent + 128], axis=2).astype("uint8")
+
+
+def of_rgbe(pixels):
+    return pixels[:, :, :3] * 2.0 ** (pixels[:, :, 3:].astype(float) - 136)
 
 
 def exr(path, picture):
@@ -164,14 +236,16 @@ class Failures(ToolTest):
 
     def test_usage(self):
         source = save(noisy(64, 64), self.folder / "in.png")
-        for arguments in [[], [source, "o.png", "--strength", "49"], [source, "o.png", "--nonsense"], [source, "o.png", "--preset", "x"],
-                          [source, "o.png", "--set", "noise-level=3"], [source, "o.png", "--set", "sharpening=much"],
+        for arguments in [[], [source, "o.png", "--strength", "59"], [source, "o.png", "--strength", "151"],
+                          [source, "o.png", "--strength", "49", "--preset", "classic"], [source, "o.png", "--strength", "59", "--preset", "fast"], [source, "o.png", "--nonsense"], [source, "o.png", "--preset", "x"],
+                          [source, "o.png", "--set", "noise-level=-3"], [source, "o.png", "--set", "sharpening=much"], [source, "o.png", "--set", "luma-keep=nan"],
                           [source, "o.png", "--set", "nothing=1"], [source, "o.png", "--tile", "55"],
                           [source, "--format", "exr"], [source, self.folder], ["profile"], ["selftest", source]]:
             self.fails(2, *arguments)
         for before in (["--json"], [source]):
             self.assertIn("a file of that name is ./profile", self.fails(2, *before, "profile", source))
-        self.assertIn("measured", self.fails(2, source, "o.png", "--set", "NR_CHROMA_KEEP=1"))
+        for former, today in (("default", "classic"), ("detail", "best"), ("strong", "best")):
+            self.assertIn(f"--preset {today}", self.fails(2, source, "o.png", "--preset", former))
         self.assertEqual(self.names(), ["in.png"])
 
     def test_replacing(self):

@@ -55,7 +55,7 @@ class Report(ToolTest):
     def test_photograph(self):
         self.page(SAMPLE, self.folder / "out.jpg")
         self.assertEqual(self.text("name"), SAMPLE.name)
-        self.assertRegex(self.text("summary"), r"1600 × 1200 · 8-bit RGB · noise level 27\.0")
+        self.assertRegex(self.text("summary"), r"1600 × 1200 · 8-bit RGB · noise sigma [\d., ]+ · noise level 27\.0 · preset best")
         loaded = self.driver.execute_script("return [...document.images].map(i => i.complete && i.naturalWidth > 0)")
         self.assertEqual((len(loaded), all(loaded)), (2 + 9, True))
         # Dragging the slider moves the border between the two pictures.
@@ -84,7 +84,7 @@ class Report(ToolTest):
         flat = self.folder / "a<" / "script><b>.png"
         flat.parent.mkdir()
         save(numpy.full((70, 90, 3), 99, dtype="uint8"), self.folder / "flat.png").rename(flat)
-        self.page(flat, self.folder / "out.png")
+        self.page(flat, self.folder / "out.png", "--preset", "classic")
         self.assertEqual(self.text("name"), "script><b>.png")
         self.assertIn("no 32 x 32 block", self.text("why"))
         self.clean_console()
@@ -92,6 +92,9 @@ class Report(ToolTest):
         self.page(deep, self.folder / "tiny-clean.tif", "--force")
         self.clean_console()
         self.page(SAMPLE_HDR, self.folder / "out.hdr", "--force")
+        self.assertIn("of square roots", self.text("grain-words"))
+        self.width_fits()
+        self.page(SAMPLE_HDR, self.folder / "out.hdr", "--force", "--preset", "classic")
         self.assertIn("log luminance median", self.text("statistics-table"))
         self.width_fits()
         self.clean_console()

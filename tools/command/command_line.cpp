@@ -30,12 +30,6 @@ int processors() {
   return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
-std::string presetNames() {
-  std::string names;
-  for (const run::Preset& preset : run::presets()) names += fmt::format("{}{}", names.empty() ? "" : ", ", preset.name);
-  return names;
-}
-
 std::string versionLine() {
   std::string line;
   for (const auto& [name, number] : tell::versions())
@@ -100,10 +94,8 @@ class DenoiseOptions {
     const char* group = "Control";
     run::Settings& settings = denoise_.settings;
     settings.threads = processors();
-    add("--strength", settings.strength, "100 is nominal; below 100 high-dynamic-range pictures get chroma only",
-        "50..150", group)
-        ->check(CLI::Range(50, 150));
-    add("--preset", settings.preset, fmt::format("{} [default]", presetNames()), "NAME", group);
+    add("--strength", settings.strength, "100 is nominal; best and fast take 60 at least", "50..150", group);
+    add("--preset", settings.preset, fmt::format("{} [best]", run::presetNames()), "NAME", group);
     add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
     app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
     add("--threads", settings.threads, "Threads [one a processor]", "1..", group)->check(CLI::Range(1, 1024));
@@ -127,10 +119,7 @@ class DenoiseOptions {
   }
 
   void takeSettings() try {
-    const std::string& preset = denoise_.settings.preset;
-    if (run::findPreset(preset) == nullptr) {
-      throw UsageError{fmt::format("there is no preset \"{}\"; there are {}", preset, presetNames())};
-    }
+    denoise_.settings.check();
     for (const std::string& setting : set_) denoise_.settings.settings.push_back(run::parseSetting(setting));
   } catch (const Failure& failure) {
     throw UsageError{failure.what()};
@@ -195,10 +184,12 @@ CLI::App* addCommand(CLI::App& app, const char* name, const char* help) {
 CLI::App* addProfile(CLI::App& app, Profile& profile) {
   static const std::map<std::string, SortKey> keys = {
       {"name", SortKey::kName}, {"noise", SortKey::kNoise}, {"size", SortKey::kSize}};
-  CLI::App* command =
-      addCommand(app, "profile",
-                 "Prints the measured noise of pictures and writes nothing. The level is what denoise2 works with at "
-                 "strength 100; pair is the mean difference of neighbouring samples in the smoothest blocks.");
+  CLI::App* command = addCommand(
+      app, "profile",
+      "Prints the measured noise of pictures and writes nothing. Sigma is its standard deviation in red, "
+      "green and blue at mid grey, of 255; corr its correlation, 0 for white noise to 1 for smoothed; blotch "
+      "0 to 1 for blotches of colour. The level is what denoise2 works with at strength 100; pair is the mean "
+      "difference of neighbouring samples in the smoothest blocks.");
   command->add_option("files", profile.inputs, "Pictures or folders of pictures")->required()->type_name("FILE");
   command
       ->add_option_function<std::string>(

@@ -68,21 +68,31 @@ Through photoThrough(Bytes file, Format from, Format to, const Denoise& command,
   return {decoded, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Through hdrThrough(const Bytes& file, Format from, const Denoise& command) {
+run::DenoisedHdr denoised(const pictures::HdrPicture& picture, const run::Settings& settings,
+                          const Progress& progress) {
+  // denoise1 cannot be cancelled: a signal ends the process there.
+  if (settings.rule() == run::Rule::kClassic) return run::denoiseHdr(picture, settings, {});
+  const Cancellable cancellable;
+  run::DenoisedHdr denoised = run::denoiseHdr(picture, settings, {progress, cancellable.flag()});
+  cancellable.check();
+  return denoised;
+}
+
+Through hdrThrough(const Bytes& file, Format from, const Denoise& command, const Progress& progress) {
   Timer timer;
   const pictures::HdrPicture picture = pictures::decodeHdr(file, from);
   const run::Decoded decoded{picture.layout(), noteOn(picture), timer.lap()};
-  run::DenoisedHdr denoised = run::denoiseHdr(picture, command.settings);
+  run::DenoisedHdr after = denoised(picture, command.settings, progress);
   std::optional<tell::DisplayPair> display;
-  if (wantsDisplay(command)) display = tell::displayPair(picture, denoised.planar);
+  if (wantsDisplay(command)) display = tell::displayPair(picture, after.planar);
   timer.lap();
-  Bytes encoded = pictures::encodeHdr(picture, denoised.planar);
-  return {decoded, std::move(denoised.done), std::move(encoded), timer.lap(), std::move(display)};
+  Bytes encoded = pictures::encodeHdr(picture, after.planar);
+  return {decoded, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
 Through goThrough(Bytes file, Format from, Format to, const Denoise& command, const Progress& progress) {
   if (!isHdr(from)) return photoThrough(std::move(file), from, to, command, progress);
-  if (to == Format::kRadiance) return hdrThrough(file, from, command);
+  if (to == Format::kRadiance) return hdrThrough(file, from, command, progress);
   throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
 }
 

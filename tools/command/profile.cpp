@@ -4,15 +4,17 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 #include "base/failure.h"
 #include "find/jobs.h"
 #include "pictures/file_io.h"
 #include "pictures/hdr.h"
 #include "pictures/photo.h"
+#include "run/denoise_linear.h"
 #include "run/hdr_statistics.h"
+#include "run/library.h"
 #include "run/noise_profile.h"
-#include "run/parameters.h"
 #include "tell/describe.h"
 #include "tell/print.h"
 #include "tell/printable.h"
@@ -31,23 +33,28 @@ constexpr int kNominalStrength = 100;
 struct Measured {
   std::string name;
   pictures::Layout layout;
-  std::variant<NoiseProfile, HdrStatistics> noise;
+  NoiseProfile noise;
+  std::optional<HdrStatistics> statistics;
 
   // Pictures without a level come first.
-  double level() const {
-    const auto* profile = std::get_if<NoiseProfile>(&noise);
-    return profile != nullptr && profile->measured() ? profile->noise.level : -1;
-  }
+  double level() const { return noise.measured() ? noise.noise.level : -1; }
 };
 
 Measured measurePhoto(const std::string& name, const Bytes& file, Format format) {
   const pictures::Photo photo = pictures::decodePhoto(file, format);
-  return {name, photo.layout(), run::measureNoise(photo, nullptr)};
+  return {name, photo.layout(), run::measureNoise(run::pictureOf(photo, photo.samples()), nullptr), std::nullopt};
+}
+
+// None for a picture that denoise1 refuses.
+std::optional<HdrStatistics> statisticsOf(pictures::HdrPicture& picture) try {
+  return run::hdrStatistics(picture, kNominalStrength);
+} catch (const Failure&) {
+  return std::nullopt;
 }
 
 Measured measureHdr(const std::string& name, const Bytes& file, Format format) {
   pictures::HdrPicture picture = pictures::decodeHdr(file, format);
-  return {name, picture.layout(), run::hdrStatistics(picture, kNominalStrength)};
+  return {name, picture.layout(), run::measureLight(picture), statisticsOf(picture)};
 }
 
 Measured measure(const find::Found& found) {
@@ -63,45 +70,26 @@ Measured measure(const find::Found& found) {
   }
 }
 
-constexpr char kHeads[] = "{:>7} {:>9} {:>7}  {:<13} {:<12} {}";
+constexpr char kHeads[] = "{:<18} {:>5} {:>6}  {:<9} {:>7} {:>7} {:>7}  {:<13} {:<12} {}";
 
-std::string rowOf(const Measured& m, const std::string& level, const std::string& pair, const std::string& blocks) {
-  return fmt::format(kHeads, level, pair, blocks, fmt::format("{} x {}", m.layout.width, m.layout.height),
-                     tell::samplesOf(m.layout), m.name);
+std::string rowOf(const Measured& m) {
+  const NoiseProfile& noise = m.noise;
+  const bool isKnown = noise.noise.grain != VNR_GRAIN_UNKNOWN;
+  const auto shown = [](bool is, float value, int digits) { return is ? fmt::format("{:.{}f}", value, digits) : "-"; };
+  std::string row =
+      fmt::format(kHeads, isKnown ? tell::sigmaOf(noise) : "-", shown(isKnown, noise.noise.correlation, 2),
+                  shown(isKnown, noise.noise.blotches, 2), noise.grain(), shown(noise.measured(), noise.noise.level, 1),
+                  shown(noise.measured(), noise.noise.statistic, 2), noise.blocks.size(),
+                  fmt::format("{} x {}", m.layout.width, m.layout.height), tell::samplesOf(m.layout), m.name);
+  if (!noise.measured()) row += fmt::format("  ({})", noise.whyNoLevel());
+  return row;
 }
 
-std::string rowOf(const Measured& m, const HdrStatistics& statistics) {
-  return rowOf(m, "-", "-", "-") +
-         fmt::format("  (log luminance: median {:.2f}, 99 % {:.2f})", statistics[3], statistics[4]);
-}
-
-std::string rowOf(const Measured& m, const NoiseProfile& profile) {
-  const std::string blocks = fmt::format("{}", profile.blocks.size());
-  if (!profile.measured()) return rowOf(m, "-", "-", blocks) + fmt::format("  ({})", profile.whyDefaults());
-  return rowOf(m, fmt::format("{:.1f}", profile.noise.level), fmt::format("{:.2f}", profile.noise.statistic), blocks);
-}
-
-void add(const HdrStatistics& statistics, Json& json) {
-  json["statistics"] = tell::describe(statistics);
-}
-
-void add(const NoiseProfile& profile, Json& json) {
-  json["noise_measured"] = profile.measured();
-  json["blocks_usable"] = profile.blocks.size();
-  if (profile.measured()) {
-    json["noise_level"] = profile.noise.level;
-    json["noise_statistic"] = profile.noise.statistic;
-  } else {
-    json["reason"] = profile.whyDefaults();
-  }
-}
-
-std::string lineOf(const Measured& m, const Profile& command) {
-  if (!command.json) {
-    return tell::printable(std::visit([&](const auto& noise) { return rowOf(m, noise); }, m.noise));
-  }
+std::string jsonOf(const Measured& m) {
   Json json = {{"input", m.name}, {"width", m.layout.width}, {"height", m.layout.height}, {"bits", m.layout.bits}};
-  std::visit([&](const auto& noise) { add(noise, json); }, m.noise);
+  tell::addNoise(m.noise, json);
+  if (!m.noise.measured()) json["reason"] = m.noise.whyNoLevel();
+  if (m.statistics) json["statistics"] = tell::describe(*m.statistics);
   return tell::oneLine(json);
 }
 
@@ -117,9 +105,11 @@ void sort(std::vector<Measured>& all, SortKey key) {
 }
 
 void print(const std::vector<Measured>& all, const Profile& command) {
-  if (!command.json && !all.empty())
-    fmt::print("{}\n", fmt::format(kHeads, "level", "pair", "blocks", "size", "samples", "file"));
-  for (const Measured& measured : all) fmt::print("{}\n", lineOf(measured, command));
+  if (!command.json && !all.empty()) {
+    fmt::print("{}\n", fmt::format(kHeads, "sigma R, G, B", "corr", "blotch", "grain", "level", "pair", "blocks",
+                                   "size", "samples", "file"));
+  }
+  for (const Measured& m : all) fmt::print("{}\n", command.json ? jsonOf(m) : tell::printable(rowOf(m)));
 }
 
 }  // namespace

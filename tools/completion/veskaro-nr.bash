@@ -5,7 +5,7 @@ _veskaro_nr() {
     --output | -o | --compare | --report) COMPREPLY=($(compgen -f -- "$current")) && return ;;
     --output-dir | -d) COMPREPLY=($(compgen -d -- "$current")) && return ;;
     --format) COMPREPLY=($(compgen -W "png jpg tif webp hdr" -- "$current")) && return ;;
-    --preset) COMPREPLY=($(compgen -W "default strong detail chroma-only" -- "$current")) && return ;;
+    --preset) COMPREPLY=($(compgen -W "best fast classic chroma-only" -- "$current")) && return ;;
     --suffix | --quality | --strength | --threads | --tile | --set) return ;;
   esac
   if [[ $current == -* ]]; then

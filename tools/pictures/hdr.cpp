@@ -50,15 +50,11 @@ std::size_t headerLength(const Bytes& file) {
 }
 
 void requireUsableSize(int width, int height) {
-  if (width < 32 || height < 32) {
-    throw Failure(
-        fmt::format("{} x {} pixels are too few (a high-dynamic-range picture has at least 32 x 32)", width, height));
-  }
   const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   if (pixels * 8 > INT_MAX) {
     throw Failure(fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
   }
-  requireMemory(pixels * (20 + 4 * 4));
+  requireMemory(pixels * (20 + 4 * 6));
 }
 
 // Negative values and NaN have no place in RGBE and count as black; infinities as very bright.

@@ -13,6 +13,8 @@ using pictures::Bytes;
 using pictures::HdrPicture;
 using pictures::Photo;
 
+constexpr char kTooSmall[] = "the noise of less than 16 x 16 pixels cannot be measured";
+
 constexpr double kNextToNothing = 0.1;  // mean difference; truncation alone makes nearly as much
 
 // Calls visit(largest difference, sum of differences) for the colour of each pixel.
@@ -109,8 +111,9 @@ Change changeOf(const HdrPicture& picture, const Bytes& after) {
 }
 
 std::optional<std::string> whyUnchanged(const Photo& photo, const Parameters& used, const NoiseProfile& noise,
-                                        const Change& change) {
+                                        Rule rule, const Change& change) {
   if (change.mean >= kNextToNothing) return std::nullopt;
+  if (rule == Rule::kBest && noise.noise.grain == VNR_GRAIN_UNKNOWN) return kTooSmall;
   if (used[NR_LUMA_KEEP].value == 1 && photo.grey)
     return "a grey picture has no chroma to denoise, and luminance was to stay";
   if (removesNothing(used)) return "noise reduction and sharpening were set to 0";
@@ -121,12 +124,18 @@ std::optional<std::string> whyUnchanged(const Photo& photo, const Parameters& us
     return fmt::format("{:.0f} % of the picture is brighter than {:.0f}, where luminance is left alone", 100 * bright,
                        end);
   }
-  if (!noise.measured()) return "there is nothing to tell noise from: " + noise.whyDefaults();
+  if (rule == Rule::kClassic && !noise.measured()) return "there is nothing to tell noise from: " + noise.whyNoLevel();
   return "the picture is all but free of noise: what was taken out is less than a tenth of an 8-bit step on average";
 }
 
-std::optional<std::string> whyUnchanged(const Change& changeOfHdr) {
-  if (changeOfHdr.share >= kFewPixels) return std::nullopt;
+std::optional<std::string> whyUnchanged(const NoiseProfile& noiseOfHdr, const Change& change) {
+  if (change.share >= kFewPixels) return std::nullopt;
+  if (noiseOfHdr.noise.grain == VNR_GRAIN_UNKNOWN) return kTooSmall;
+  return "the picture is all but free of noise";
+}
+
+std::optional<std::string> whyUnchanged(const Change& changeByDenoise1) {
+  if (changeByDenoise1.share >= kFewPixels) return std::nullopt;
   return "the pixels that this strength smooths, those in the shadows first of all, had no noise to lose";
 }
 

@@ -23,7 +23,8 @@ Change changeOf(const pictures::HdrPicture& picture, const pictures::Bytes& afte
 
 // When next to nothing changed, the sentence that says why.
 std::optional<std::string> whyUnchanged(const pictures::Photo& photo, const Parameters& used, const NoiseProfile& noise,
-                                        const Change& change);
-std::optional<std::string> whyUnchanged(const Change& changeOfHdr);
+                                        Rule rule, const Change& change);
+std::optional<std::string> whyUnchanged(const NoiseProfile& noiseOfHdr, const Change& change);
+std::optional<std::string> whyUnchanged(const Change& changeByDenoise1);
 
 }  // namespace tool::run

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "base/timer.h"
+#include "run/denoise_linear.h"
 
 namespace tool::run {
 namespace {
@@ -12,13 +13,10 @@ namespace {
 constexpr int kFull = 100, kStrongestChromaOnly = 99;
 
 int strengthOf(const Settings& settings) {
-  const int asked = settings.strength.value_or(kFull);
-  return settings.keepsLuminance() ? std::min(asked, kStrongestChromaOnly) : asked;
+  return settings.keepsLuminance() ? std::min(settings.strength, kStrongestChromaOnly) : settings.strength;
 }
 
-}  // namespace
-
-DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& settings) {
+DenoisedHdr throughDenoise1(const pictures::HdrPicture& picture, const Settings& settings) {
   const int strength = strengthOf(settings);
   // From strength 100 on denoise1 denoises the chroma of its input in place.
   pictures::HdrPicture input = picture;
@@ -32,6 +30,12 @@ DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& sett
   const Change change = changeOf(picture, planar);
   const HdrWork work{statistics, strength, strength < kFull};
   return {std::move(planar), {work, measuring, denoising, change, whyUnchanged(change)}};
+}
+
+}  // namespace
+
+DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& settings, const Watch& watch) {
+  return settings.rule() == Rule::kBest ? denoiseLinear(picture, settings, watch) : throughDenoise1(picture, settings);
 }
 
 }  // namespace tool::run

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 
 #include "base/timer.h"
 #include "run/library.h"
@@ -13,46 +12,13 @@ namespace {
 using pictures::Bytes;
 using pictures::Photo;
 
-struct EndPlan {
-  void operator()(vnr_plan* plan) const { vnr_plan_end(plan); }
-};
-using Plan = std::unique_ptr<vnr_plan, EndPlan>;
-
-Plan beginPlan(const Photo& photo, const vnr_settings& settings) {
-  vnr_plan* plan = nullptr;
-  requireDone(vnr_plan_begin(photo.width, photo.height, &settings, &plan));
-  return Plan(plan);
-}
-
-// Tells the share of the strip at hand as one of the whole picture.
-struct StripProgress {
-  const Watch& watch;
-  double begin = 0, share = 1;  // of the picture: before the strip, and of the strip
-
-  static int tell(void* host, std::int64_t done, std::int64_t total) {
-    const auto& p = *static_cast<const StripProgress*>(host);
-    if (p.watch.progress) p.watch.progress(p.begin + p.share * static_cast<double>(done) / static_cast<double>(total));
-    return 0;
-  }
-};
-
-vnr_control controlOf(const Settings& settings, StripProgress& progress) {
-  vnr_control control{};
-  control.struct_size = sizeof control;
-  control.threads = settings.threads;
-  control.progress = StripProgress::tell;
-  control.cancel = progress.watch.cancel;
-  control.host = &progress;
-  return control;
-}
-
-void filterColour(const Photo& photo, const vnr_plan* plan, const vnr_control& control, Bytes& samples) {
+void filterWhole(const Photo& photo, const vnr_plan* plan, const vnr_control& control, Bytes& samples) {
   const vnr_picture in = pictureOf(photo, photo.samples()), out = pictureOf(photo, samples.data());
   requireDone(vnr_plan_filter(plan, &in, &out, &control));
 }
 
-// Grey as three channels, of which red is kept: it is Y + Cr with Cr all but 0, which rounds least. The other two are
-// no more than a strip at a time.
+// Grey as three channels, of which red is kept, as denoise2 has it: Y + Cr with Cr all but 0, which rounds least. The
+// other two are no more than a strip at a time.
 class GreyFilter {
  public:
   GreyFilter(const Photo& photo, const vnr_plan* plan, Bytes& samples)
@@ -103,12 +69,12 @@ class GreyFilter {
 };
 
 Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_control& control, StripProgress& progress) {
-  const Plan plan = beginPlan(photo, settings);
+  const Plan plan = beginPlan(photo.width, photo.height, settings);
   Bytes samples(photo.samples(), photo.samples() + photo.decoded.bytes);
-  if (photo.grey) {
+  if (photo.grey && settings.rounding == VNR_ROUND_AUTO) {
     GreyFilter(photo, plan.get(), samples).filter(control, progress);
   } else {
-    filterColour(photo, plan.get(), control, samples);
+    filterWhole(photo, plan.get(), control, samples);
   }
   return samples;
 }
@@ -117,17 +83,16 @@ Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_contr
 
 DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
-  const vnr_control control = controlOf(settings, progress);
-  const Parameters asked = settings.parameters();
-  NoiseProfile noise = measureNoise(photo, &control);
-  const vnr_settings own = librarySettings(asked, noise.noise, settings.effectiveStrength(), settings.tile);
+  const vnr_control control = controlOf(settings.threads, progress);
+  NoiseProfile noise = measureNoise(pictureOf(photo, photo.samples()), &control);
+  const Chosen chosen = settings.chosenFor(noise.noise);
   const Timer timer;
-  Bytes samples = filtered(photo, own, control, progress);
+  Bytes samples = filtered(photo, chosen.forLibrary(settings.tile), control, progress);
   const double denoising = timer.seconds(), measuring = noise.seconds;
-  const Parameters used = usedParameters(asked, own, noise.measured());
   const Change change = changeOf(photo, samples);
-  const std::optional<std::string> why = whyUnchanged(photo, used, noise, change);
-  return {std::move(samples), {PhotoWork{std::move(noise), used}, measuring, denoising, change, why}};
+  const std::optional<std::string> why = whyUnchanged(photo, chosen.parameters(), noise, settings.rule(), change);
+  return {std::move(samples),
+          {FilterWork{std::move(noise), settings.rule(), chosen.parameters()}, measuring, denoising, change, why}};
 }
 
 }  // namespace tool::run

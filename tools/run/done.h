@@ -12,22 +12,25 @@
 
 namespace tool::run {
 
-struct PhotoWork {
+// Of the pyramid's filters.
+struct FilterWork {
   NoiseProfile noise;
+  Rule rule;
   Parameters parameters;  // as they were used
 };
 
+// Of denoise1.
 struct HdrWork {
   HdrStatistics statistics;
   int strength;
   bool chromaOnly;
 };
 
-using Work = std::variant<PhotoWork, HdrWork>;
+using Work = std::variant<FilterWork, HdrWork>;
 
 struct Done {
   Work work;
-  double measureSeconds;  // of measuring alone; an HDR picture is measured once more while it is denoised
+  double measureSeconds;  // of measuring alone; denoise1 measures once more
   double seconds;         // of denoising
   Change change;
   std::optional<std::string> whyUnchanged;

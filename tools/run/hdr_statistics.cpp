@@ -14,6 +14,12 @@ float initialThreshold(int strength) {
   return static_cast<float>(static_cast<float>(scale) / 300.0);
 }
 
+void requireEnoughPixels(int width, int height) {
+  if (width < 32 || height < 32) {
+    throw Failure(fmt::format("{} x {} pixels are too few (denoise1 takes at least 32 x 32)", width, height));
+  }
+}
+
 }  // namespace
 
 void requireSuccess(int code) {
@@ -25,6 +31,7 @@ void requireSuccess(int code) {
 }
 
 HdrStatistics hdrStatistics(pictures::HdrPicture& picture, int strength) {
+  requireEnoughPixels(picture.width, picture.height);
   HdrStatistics statistics{};
   requireSuccess(hdr_stats(0, picture.width, picture.height, 4 * picture.width, 4, 32, initialThreshold(strength),
                            picture.planar.data(), statistics.data()));

@@ -6,6 +6,15 @@
 #include "base/interruption.h"
 
 namespace tool::run {
+namespace {
+
+int tell(void* host, std::int64_t done, std::int64_t total) {
+  const auto& p = *static_cast<const StripProgress*>(host);
+  if (p.watch.progress) p.watch.progress(p.begin + p.share * static_cast<double>(done) / static_cast<double>(total));
+  return 0;
+}
+
+}  // namespace
 
 vnr_picture pictureOf(const pictures::Photo& photo, const std::uint8_t* samples) {
   const std::int32_t bands = photo.bands();
@@ -13,6 +22,22 @@ vnr_picture pictureOf(const pictures::Photo& photo, const std::uint8_t* samples)
                                         samples, static_cast<std::ptrdiff_t>(photo.width) * bands);
   picture.channels = photo.colourBands();
   return picture;
+}
+
+Plan beginPlan(int width, int height, const vnr_settings& settings) {
+  vnr_plan* plan = nullptr;
+  requireDone(vnr_plan_begin(width, height, &settings, &plan));
+  return Plan(plan);
+}
+
+vnr_control controlOf(int threads, StripProgress& progress) {
+  vnr_control control{};
+  control.struct_size = sizeof control;
+  control.threads = threads;
+  control.progress = tell;
+  control.cancel = progress.watch.cancel;
+  control.host = &progress;
+  return control;
 }
 
 void requireDone(int result) {

@@ -14,9 +14,9 @@ struct EndMeasurement {
 };
 using Measurement = std::unique_ptr<vnr_measurement, EndMeasurement>;
 
-Measurement begin(const pictures::Photo& photo) {
+Measurement begin(const vnr_picture& picture) {
   vnr_measurement* measurement = nullptr;
-  requireDone(vnr_measure_begin(photo.width, photo.height, &measurement));
+  requireDone(vnr_measure_begin(picture.width, picture.height, &measurement));
   return Measurement(measurement);
 }
 
@@ -33,7 +33,7 @@ std::vector<vnr_block> usableBlocks(const vnr_measurement* measurement) {
 
 }  // namespace
 
-std::string NoiseProfile::whyDefaults() const {
+std::string NoiseProfile::whyNoLevel() const {
   switch (noise.reason) {
     case VNR_NO_USABLE_BLOCK:
       return "no 32 x 32 block of the picture is usable (the picture is too small, or all of it black, white or flat)";
@@ -44,11 +44,21 @@ std::string NoiseProfile::whyDefaults() const {
   }
 }
 
-NoiseProfile measureNoise(const pictures::Photo& photo, const vnr_control* control) {
+const char* NoiseProfile::grain() const {
+  switch (noise.grain) {
+    case VNR_GRAIN_MEASURED:
+      return "measured";
+    case VNR_GRAIN_TEXTURED:
+      return "textured";
+    default:
+      return "unknown";
+  }
+}
+
+NoiseProfile measureNoise(const vnr_picture& picture, const vnr_control* control) {
   const Timer timer;
   NoiseProfile profile;
-  const Measurement measurement = begin(photo);
-  const vnr_picture picture = pictureOf(photo, photo.samples());
+  const Measurement measurement = begin(picture);
   requireDone(vnr_measure_add(measurement.get(), &picture, control));
   profile.noise.struct_size = sizeof profile.noise;
   requireDone(vnr_measure_finish(measurement.get(), &profile.noise));

@@ -1,12 +1,10 @@
-// The noise of a photograph.
+// The noise of a picture.
 #pragma once
 
 #include <veskaronr.h>
 
 #include <string>
 #include <vector>
-
-#include "pictures/photo.h"
 
 namespace tool::run {
 
@@ -16,11 +14,13 @@ struct NoiseProfile {
   double seconds = 0;
 
   bool measured() const { return noise.reason == VNR_MEASURED; }
-  // A sentence that says why defaults are used; empty when they are not.
-  std::string whyDefaults() const;
+  // A sentence that says why there is no level; empty when there is one.
+  std::string whyNoLevel() const;
+  // How the deviations were read: measured, textured or unknown.
+  const char* grain() const;
 };
 
 // Throws Failure, or Interrupted.
-NoiseProfile measureNoise(const pictures::Photo& photo, const vnr_control* control);
+NoiseProfile measureNoise(const vnr_picture& picture, const vnr_control* control);
 
 }  // namespace tool::run

@@ -10,35 +10,42 @@
 namespace tool::run {
 namespace {
 
+// Whose values follow from the measurement.
+enum MeasuredBy { kNone = 0, kByClassic = 1, kByBest = 2, kByBoth = 3 };
+
 struct Description {
   const char* name;
   const char* meaning;
-  bool isMeasured = false;
+  Range range;  // what makes a picture of some sense: beyond what any rule comes to, on either side
+  MeasuredBy measured = kNone;
 };
 
+constexpr Range kLevel = {0, 100000}, kFactor = {0, 100}, kShare = {-10, 10}, kAmount = {-10, 10},
+                kSharpness = {-100, 100}, kLuminance = {-10000, 10000}, kDistance = {0, 10000};
+
 constexpr std::array<Description, kParameterCount> kDescriptions = {{
-    {"noise-level", "luminance noise level", true},
-    {"highlight-noise", "noise at white relative to black"},
-    {"level0-noise", "noise multiplier, finest level"},
-    {"level1-noise", "noise multiplier, level 1"},
-    {"level2-noise", "noise multiplier, level 2"},
-    {"level3-noise", "noise multiplier, coarsest level"},
-    {"luma-keep", "share of the input's luminance kept"},
-    {"chroma-keep", "share of the input's chroma kept", true},
-    {"level0-amount", "noise reduction, finest level"},
-    {"level1-amount", "noise reduction, level 1"},
-    {"level2-amount", "noise reduction, level 2"},
-    {"level3-amount", "noise reduction, coarsest level"},
-    {"sharpening", "luminance sharpening"},
-    {"level0-sharpening", "sharpening multiplier, finest level"},
-    {"level1-sharpening", "sharpening multiplier, level 1"},
-    {"level2-sharpening", "sharpening multiplier, level 2"},
-    {"level3-sharpening", "sharpening multiplier, coarsest level"},
-    {"highlight-start", "luminance where luminance noise reduction fades", true},
-    {"highlight-width", "width of that fade", true},
-    {"chroma-sharpening", "chroma sharpening"},
-    {"recon-similarity-threshold", "colour distance that counts as equal between levels"},
-    {"recon-similarity-rolloff", "further distance over which similarity falls to 0"},
+    {"noise-level", "luminance noise level", kLevel, kByBoth},
+    {"highlight-noise", "noise at white relative to black", {0.01f, 1}},
+    {"level0-noise", "noise multiplier, finest level", kFactor},
+    {"level1-noise", "noise multiplier, level 1", kFactor, kByBest},
+    {"level2-noise", "noise multiplier, level 2", kFactor, kByBest},
+    {"level3-noise", "noise multiplier, coarsest level", kFactor, kByBest},
+    {"luma-keep", "share of the input's luminance kept", kShare, kByBest},
+    {"chroma-keep", "share of the input's chroma kept", kShare, kByBoth},
+    {"level0-amount", "noise reduction, finest level", kAmount},
+    {"level1-amount", "noise reduction, level 1", kAmount},
+    {"level2-amount", "noise reduction, level 2", kAmount},
+    {"level3-amount", "noise reduction, coarsest level", kAmount},
+    {"sharpening", "luminance sharpening", kSharpness, kByBest},
+    {"level0-sharpening", "sharpening multiplier, finest level", kSharpness},
+    {"level1-sharpening", "sharpening multiplier, level 1", kSharpness},
+    {"level2-sharpening", "sharpening multiplier, level 2", kSharpness},
+    {"level3-sharpening", "sharpening multiplier, coarsest level", kSharpness},
+    {"highlight-start", "luminance where luminance noise reduction fades", kLuminance, kByClassic},
+    {"highlight-width", "width of that fade", kDistance, kByClassic},
+    {"chroma-sharpening", "chroma sharpening", kSharpness, kByBest},
+    {"recon-similarity-threshold", "colour distance that counts as equal between levels", kDistance},
+    {"recon-similarity-rolloff", "further distance over which similarity falls to 0", kDistance},
 }};
 
 constexpr float kReconThresholdDefault = 10.0f, kReconRolloffDefault = 50.0f;
@@ -46,6 +53,38 @@ constexpr float kReconThresholdDefault = 10.0f, kReconRolloffDefault = 50.0f;
 std::string normalised(std::string name) {
   for (char& c : name) c = c == '_' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return name.compare(0, 3, "nr-") == 0 ? name.substr(3) : name;
+}
+
+bool wasMeasured(Rule rule, const vnr_noise& noise) {
+  return rule == Rule::kBest ? noise.luma > 0 : noise.reason == VNR_MEASURED;
+}
+
+vnr_settings settingsBy(Rule rule, const vnr_noise& noise, float strength) {
+  vnr_settings settings{};
+  settings.struct_size = sizeof settings;
+  const auto choose = rule == Rule::kBest ? vnr_settings_best : vnr_settings_classic;
+  requireDone(choose(&noise, strength, &settings));
+  return settings;
+}
+
+float valueIn(const vnr_settings& settings, std::size_t parameter) {
+  if (parameter == kReconThreshold) return settings.recon_threshold;
+  if (parameter == kReconRolloff) return settings.recon_rolloff;
+  return settings.params[parameter];
+}
+
+float defaultOf(std::size_t parameter) {
+  if (parameter == kReconThreshold) return kReconThresholdDefault;
+  if (parameter == kReconRolloff) return kReconRolloffDefault;
+  float vector[NR_PARAM_COUNT];
+  nr_def(vector);
+  return vector[parameter];
+}
+
+// Nothing is set yet: a value is measured, the rule's own for every picture, or the default.
+Origin originOf(const Parameter& parameter, bool isMeasured) {
+  if (isMeasured) return Origin::kMeasured;
+  return parameter.value != parameter.byDefault ? Origin::kPreset : Origin::kDefault;
 }
 
 }  // namespace
@@ -64,20 +103,6 @@ const char* nameOf(Origin origin) {
   return "";
 }
 
-Parameters defaultParameters() {
-  float vector[NR_PARAM_COUNT];
-  nr_def(vector);
-  Parameters parameters;
-  for (std::size_t i = 0; i < kParameterCount; ++i) {
-    const float byDefault = i == kReconThreshold ? kReconThresholdDefault
-                            : i == kReconRolloff ? kReconRolloffDefault
-                                                 : vector[i];
-    const Description& about = kDescriptions[i];
-    parameters[i] = {about.name, about.meaning, about.isMeasured, byDefault, byDefault, Origin::kDefault};
-  }
-  return parameters;
-}
-
 std::optional<std::size_t> indexOfParameter(std::string name) {
   name = normalised(std::move(name));
   const auto found = std::find_if(kDescriptions.begin(), kDescriptions.end(),
@@ -86,35 +111,44 @@ std::optional<std::size_t> indexOfParameter(std::string name) {
   return static_cast<std::size_t>(found - kDescriptions.begin());
 }
 
-std::string settableNames() {
+const char* nameOfParameter(std::size_t parameter) {
+  return kDescriptions[parameter].name;
+}
+
+std::string parameterNames() {
   std::string names;
-  for (const Description& about : kDescriptions) {
-    if (!about.isMeasured) names += fmt::format("{}{}", names.empty() ? "" : ", ", about.name);
-  }
+  for (const Description& about : kDescriptions) names += fmt::format("{}{}", names.empty() ? "" : ", ", about.name);
   return names;
 }
 
-vnr_settings librarySettings(const Parameters& asked, const vnr_noise& noise, int strength, int tile) {
-  vnr_settings settings{};
-  settings.struct_size = sizeof settings;
-  requireDone(vnr_settings_classic(&noise, static_cast<float>(strength) / 100.0f, &settings));
-  for (std::size_t i = 0; i < NR_RESERVED && noise.reason == VNR_MEASURED; ++i) {
-    if (!asked[i].isMeasured) settings.params[i] = asked[i].value;
-  }
-  settings.recon_threshold = asked[kReconThreshold].value;
-  settings.recon_rolloff = asked[kReconRolloff].value;
-  settings.tile = tile;
-  return settings;
+Range rangeOf(std::size_t parameter) {
+  return kDescriptions[parameter].range;
 }
 
-Parameters usedParameters(const Parameters& asked, const vnr_settings& settings, bool measured) {
-  Parameters parameters = asked;
-  for (std::size_t i = 0; i < NR_RESERVED; ++i) {
-    Parameter& parameter = parameters[i];
-    const Origin origin = !measured ? Origin::kDefault : parameter.isMeasured ? Origin::kMeasured : parameter.origin;
-    parameter.set(settings.params[i], origin);
+Chosen::Chosen(Rule rule, const vnr_noise& noise, int strength)
+    : rule_(settingsBy(rule, noise, static_cast<float>(strength) / 100.0f)) {
+  const MeasuredBy by = !wasMeasured(rule, noise) ? kNone : rule == Rule::kBest ? kByBest : kByClassic;
+  for (std::size_t i = 0; i < kParameterCount; ++i) {
+    const Description& about = kDescriptions[i];
+    parameters_[i] = {about.name, about.meaning, defaultOf(i), valueIn(rule_, i), Origin::kDefault};
+    parameters_[i].origin = originOf(parameters_[i], (about.measured & by) != 0);
   }
-  return parameters;
+}
+
+void Chosen::set(const std::vector<Setting>& settings, Origin origin) {
+  for (const Setting& setting : settings) {
+    parameters_[setting.parameter].value = setting.value;
+    parameters_[setting.parameter].origin = origin;
+  }
+}
+
+vnr_settings Chosen::forLibrary(int tile) const {
+  vnr_settings settings = rule_;
+  for (std::size_t i = 0; i < NR_RESERVED; ++i) settings.params[i] = parameters_[i].value;
+  settings.recon_threshold = parameters_[kReconThreshold].value;
+  settings.recon_rolloff = parameters_[kReconRolloff].value;
+  settings.tile = tile;
+  return settings;
 }
 
 }  // namespace tool::run

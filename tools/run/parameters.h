@@ -6,12 +6,16 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tool::run {
 
 // The entries of the parameter vector (all but the last, which nothing reads) come first, by their index; those of
 // reconstruction follow.
 enum : std::size_t { kReconThreshold = NR_RESERVED, kReconRolloff, kParameterCount };
+
+// How a measurement becomes settings.
+enum class Rule { kBest, kClassic };
 
 enum class Origin { kDefault, kPreset, kSet, kMeasured };
 
@@ -21,32 +25,46 @@ const char* nameOf(Origin origin);
 struct Parameter {
   const char* name;
   const char* meaning;
-  bool isMeasured;  // in every picture; the user cannot set it
   float byDefault;
   float value;
   Origin origin;
-
-  void set(float to, Origin from) {
-    value = to;
-    origin = from;
-  }
 };
 
 using Parameters = std::array<Parameter, kParameterCount>;
 
-Parameters defaultParameters();
+// A parameter that is to have a value.
+struct Setting {
+  std::size_t parameter;
+  float value;
+};
 
 // Names may be written luma-keep, luma_keep or NR_LUMA_KEEP.
 std::optional<std::size_t> indexOfParameter(std::string name);
+const char* nameOfParameter(std::size_t parameter);
 
-// The names that can be set, in a row.
-std::string settableNames();
+// All names in a row.
+std::string parameterNames();
 
-// What the library works with, at a strength in percent and with tiles of this edge. Without a measurement its own
-// defaults hold for all of the vector, as in denoise2.
-vnr_settings librarySettings(const Parameters& asked, const vnr_noise& noise, int strength, int tile);
+struct Range {
+  float least, most;
+};
+Range rangeOf(std::size_t parameter);
 
-// The parameters as they are in these settings.
-Parameters usedParameters(const Parameters& asked, const vnr_settings& settings, bool measured);
+// What the library is told, and the same with the origin of each.
+class Chosen {
+ public:
+  // As the rule has it, at a strength in percent that it takes. Throws Failure.
+  Chosen(Rule rule, const vnr_noise& noise, int strength);
+
+  void set(const std::vector<Setting>& settings, Origin origin);
+
+  const Parameters& parameters() const { return parameters_; }
+  // With tiles of this edge.
+  vnr_settings forLibrary(int tile) const;
+
+ private:
+  vnr_settings rule_{};
+  Parameters parameters_;
+};
 
 }  // namespace tool::run

@@ -10,31 +10,33 @@
 namespace tool::run {
 namespace {
 
-std::vector<Setting> noiseReductionAlone(float level0, float level1, float level2, float level3) {
-  return {{NR_LUMA_KEEP, 0.0f},      {NR_LEVEL0_NOISE, level0}, {NR_LEVEL1_NOISE, level1},   {NR_LEVEL2_NOISE, level2},
-          {NR_LEVEL3_NOISE, level3}, {NR_SHARPENING, 0.0f},     {NR_CHROMA_SHARPENING, 0.0f}};
-}
+constexpr int kStrongest = 150;
 
-void apply(const std::vector<Setting>& settings, Origin origin, Parameters& parameters) {
-  for (const Setting& setting : settings) parameters[setting.parameter].set(setting.value, origin);
-}
+// Presets of earlier versions, and what to say today.
+struct Former {
+  const char* name;
+  const char* today;
+  const char* why;
+};
+constexpr Former kFormer[] = {
+    {"default", "classic", "has another name"},
+    {"detail", "best", "is gone, since another gains more"},
+    {"strong", "best", "is gone, since another gains more"},
+};
 
-std::size_t settableParameter(const std::string& name) {
+std::size_t parameterNamed(const std::string& name) {
   const std::optional<std::size_t> index = indexOfParameter(name);
-  if (!index) throw Failure(fmt::format("there is no parameter \"{}\"; there are {}", name, settableNames()));
-  const Parameter parameter = defaultParameters()[*index];
-  if (parameter.isMeasured) {
-    throw Failure(fmt::format("{} cannot be set: it is measured in every picture, which overwrites it{}",
-                              parameter.name, *index == NR_NOISE_LEVEL ? " (--strength scales it)" : ""));
-  }
+  if (!index) throw Failure(fmt::format("there is no parameter \"{}\"; there are {}", name, parameterNames()));
   return *index;
 }
 
 float parseValue(const std::string& number, std::size_t parameter) {
   char* end = nullptr;
   const float value = std::strtof(number.c_str(), &end);
-  if (number.empty() || *end != '\0' || !std::isfinite(value)) {
-    throw Failure(fmt::format("\"{}\" is no number that {} can take", number, defaultParameters()[parameter].name));
+  const Range range = rangeOf(parameter);
+  if (number.empty() || *end != '\0' || !(value >= range.least && value <= range.most)) {
+    throw Failure(fmt::format("\"{}\" is no number from {} to {}, which {} takes", number, range.least, range.most,
+                              nameOfParameter(parameter)));
   }
   return value;
 }
@@ -43,46 +45,59 @@ float parseValue(const std::string& number, std::size_t parameter) {
 
 const std::vector<Preset>& presets() {
   static const std::vector<Preset> all = {
-      // The library's own balance.
-      {"default", 100, {}},
-      // For heavy noise: smooth first, detail second.
-      {"strong", 50, noiseReductionAlone(1.0f, 1.0f, 0.5f, 0.25f)},
-      // Noise removed as far as fine detail survives.
-      {"detail", 50, noiseReductionAlone(0.55f, 0.4f, 0.2f, 0.1f)},
+      // What gains most.
+      {"best", Rule::kBest, {}},
+      // The same, and as quick as the filters alone whatever else "best" comes to do.
+      {"fast", Rule::kBest, {}},
+      // What a host gets from denoise2.
+      {"classic", Rule::kClassic, {}},
       // Colour blotches only; luminance stays as it is.
-      {"chroma-only", 100, {{NR_LUMA_KEEP, 1.0f}, {NR_SHARPENING, 0.0f}, {NR_CHROMA_SHARPENING, 0.0f}}},
+      {"chroma-only", Rule::kClassic, {{NR_LUMA_KEEP, 1.0f}, {NR_SHARPENING, 0.0f}, {NR_CHROMA_SHARPENING, 0.0f}}},
   };
   return all;
 }
 
-const Preset* findPreset(const std::string& name) {
-  for (const Preset& preset : presets()) {
-    if (name == preset.name) return &preset;
-  }
-  return nullptr;
+std::string presetNames() {
+  std::string names;
+  for (const Preset& preset : presets()) names += fmt::format("{}{}", names.empty() ? "" : ", ", preset.name);
+  return names;
 }
 
-int Settings::effectiveStrength() const {
-  const Preset* chosen = findPreset(preset);
-  return strength.value_or(chosen != nullptr ? chosen->strength : 100);
+const Preset& findPreset(const std::string& name) {
+  for (const Preset& preset : presets()) {
+    if (name == preset.name) return preset;
+  }
+  for (const Former& former : kFormer) {
+    if (name == former.name) {
+      throw Failure(fmt::format("the preset \"{}\" {}: use --preset {}", name, former.why, former.today));
+    }
+  }
+  throw Failure(fmt::format("there is no preset \"{}\"; there are {}", name, presetNames()));
 }
 
 bool Settings::keepsLuminance() const {
   return chromaOnly || preset == "chroma-only";
 }
 
-Parameters Settings::parameters() const {
-  Parameters parameters = defaultParameters();
-  if (const Preset* chosen = findPreset(preset)) apply(chosen->settings, Origin::kPreset, parameters);
-  if (chromaOnly) parameters[NR_LUMA_KEEP].set(1.0f, Origin::kSet);
-  apply(settings, Origin::kSet, parameters);
-  return parameters;
+Chosen Settings::chosenFor(const vnr_noise& noise) const {
+  Chosen chosen(rule(), noise, strength);
+  chosen.set(findPreset(preset).settings, Origin::kPreset);
+  if (chromaOnly) chosen.set({{NR_LUMA_KEEP, 1.0f}}, Origin::kSet);
+  chosen.set(settings, Origin::kSet);
+  return chosen;
+}
+
+void Settings::check() const {
+  const int least = findPreset(preset).leastStrength();
+  if (strength < least || strength > kStrongest) {
+    throw Failure(fmt::format("--strength is {} to {} with --preset {}, not {}", least, kStrongest, preset, strength));
+  }
 }
 
 Setting parseSetting(const std::string& text) {
   const std::size_t equals = text.find('=');
   if (equals == std::string::npos) throw Failure(fmt::format("--set takes NAME=VALUE, not \"{}\"", text));
-  const std::size_t parameter = settableParameter(text.substr(0, equals));
+  const std::size_t parameter = parameterNamed(text.substr(0, equals));
   return {parameter, parseValue(text.substr(equals + 1), parameter)};
 }
 

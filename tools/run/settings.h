@@ -9,37 +9,40 @@
 
 namespace tool::run {
 
-// A parameter that the user may set, and its value.
-struct Setting {
-  std::size_t parameter;
-  float value;
+struct Preset {
+  const char* name;
+  Rule rule;
+  std::vector<Setting> settings;
+
+  int leastStrength() const { return rule == Rule::kBest ? 60 : 50; }
 };
 
+const std::vector<Preset>& presets();
+
+// In a row.
+std::string presetNames();
+
+// Throws Failure with a sentence that says what there is instead.
+const Preset& findPreset(const std::string& name);
+
 struct Settings {
-  std::string preset = "default";
-  std::optional<int> strength;    // 50 to 150; the preset's otherwise
+  std::string preset = "best";
+  int strength = 100;             // from the preset's least to 150
   std::vector<Setting> settings;  // of --set, in order
   bool chromaOnly = false;
   int threads = 1;
   int tile = 256;
 
-  int effectiveStrength() const;
+  Rule rule() const { return findPreset(preset).rule; }
   // True when luminance is to stay as it is, by option or preset.
   bool keepsLuminance() const;
-  // The parameters before anything is measured.
-  Parameters parameters() const;
+  // The parameters for this noise: the rule's, then the preset's own, then what was set.
+  Chosen chosenFor(const vnr_noise& noise) const;
+  // Throws Failure with a sentence that says what is wrong.
+  void check() const;
 };
 
-struct Preset {
-  const char* name;
-  int strength;
-  std::vector<Setting> settings;
-};
-
-const std::vector<Preset>& presets();
-const Preset* findPreset(const std::string& name);
-
-// Parses "NAME=VALUE". Throws Failure with a sentence that says what is wrong, for the measured parameters too.
+// Parses "NAME=VALUE". Throws Failure with a sentence that says what is wrong.
 Setting parseSetting(const std::string& text);
 
 }  // namespace tool::run

@@ -23,23 +23,22 @@ Json parametersOf(const run::Parameters& parameters) {
   return json;
 }
 
-void addWork(const run::PhotoWork& work, const run::Settings& settings, Json& json) {
-  json["noise_level"] = rounded(work.parameters[NR_NOISE_LEVEL].value, 1e5);
-  json["noise_measured"] = work.noise.measured();
-  json["defaults_used"] = !work.noise.measured();
-  if (!work.noise.measured()) json["defaults_reason"] = work.noise.whyDefaults();
-  if (work.noise.measured()) json["noise_statistic"] = rounded(work.noise.noise.statistic);
-  json["blocks_usable"] = work.noise.blocks.size();
-  json["strength"] = settings.effectiveStrength();
+void addWork(const run::FilterWork& work, const run::Settings& settings, Json& json) {
+  addNoise(work.noise, json);
+  const bool usesDefaults = work.rule == run::Rule::kClassic && !work.noise.measured();
+  json["defaults_used"] = usesDefaults;
+  if (usesDefaults) json["defaults_reason"] = work.noise.whyNoLevel();
+  json["strength"] = settings.strength;
   json["preset"] = settings.preset;
   json["threads"] = settings.threads;
   json["tile"] = settings.tile;
   json["parameters"] = parametersOf(work.parameters);
 }
 
-void addWork(const run::HdrWork& work, const run::Settings&, Json& json) {
+void addWork(const run::HdrWork& work, const run::Settings& settings, Json& json) {
   json["mode"] = work.chromaOnly ? "chroma" : "full";
   json["strength"] = work.strength;
+  json["preset"] = settings.preset;
   json["threads"] = 1;
   json["statistics"] = describe(work.statistics);
 }
@@ -54,11 +53,16 @@ void addPicture(const run::Outcome& outcome, Json& json) {
   json["channels"] = layout.channels;
 }
 
-Json changeOf(const run::Done& done) {
+bool isHdr(const run::Outcome& outcome) {
+  return outcome.decoded.layout.colour == pictures::Colour::kRgbe;
+}
+
+Json changeOf(const run::Outcome& outcome) {
+  const run::Done& done = outcome.done;
   return {{"share", rounded(done.change.share)},
           {"mean", rounded(done.change.mean)},
           {"largest", rounded(done.change.largest)},
-          {"scale", std::holds_alternative<run::PhotoWork>(done.work) ? "0 to 255" : "bytes"}};
+          {"scale", isHdr(outcome) ? "bytes" : "0 to 255"}};
 }
 
 Json secondsOf(const run::Outcome& outcome) {
@@ -73,8 +77,9 @@ Json secondsOf(const run::Outcome& outcome) {
 
 void addOutcome(const run::Outcome& outcome, const run::Settings& settings, Json& json) {
   addPicture(outcome, json);
+  if (isHdr(outcome)) json["mode"] = "light";  // unless denoise1 had it
   std::visit([&](const auto& work) { addWork(work, settings, json); }, outcome.done.work);
-  json["changed"] = changeOf(outcome.done);
+  json["changed"] = changeOf(outcome);
   if (outcome.done.whyUnchanged) json["why_unchanged"] = *outcome.done.whyUnchanged;
   if (outcome.decoded.note) json["note"] = *outcome.decoded.note;
   json["seconds"] = secondsOf(outcome);
@@ -83,6 +88,21 @@ void addOutcome(const run::Outcome& outcome, const run::Settings& settings, Json
 }
 
 }  // namespace
+
+void addNoise(const run::NoiseProfile& profile, Json& json) {
+  const vnr_noise& noise = profile.noise;
+  json["noise_grain"] = profile.grain();
+  if (noise.grain != VNR_GRAIN_UNKNOWN) {
+    json["noise_sigma"] = {rounded(noise.sigma[0], 1e5), rounded(noise.sigma[1], 1e5), rounded(noise.sigma[2], 1e5)};
+    json["noise_correlation"] = rounded(noise.correlation, 1e5);
+    json["noise_blotches"] = rounded(noise.blotches, 1e5);
+  }
+  json["noise_measured"] = profile.measured();
+  json["blocks_usable"] = profile.blocks.size();
+  if (!profile.measured()) return;
+  json["noise_level"] = rounded(noise.level, 1e5);
+  json["noise_statistic"] = rounded(noise.statistic);
+}
 
 Json describe(const run::HdrStatistics& statistics) {
   static constexpr const char* kNames[] = {"log_sum_shadows",      "log_sum_saturation", "log_luminance_shadows",

@@ -13,6 +13,9 @@ using Json = nlohmann::ordered_json;
 
 Json describe(const run::FileResult& file, const run::Settings& settings);
 
+// What was measured of a picture's noise, under the names that both --json and profile --json have.
+void addNoise(const run::NoiseProfile& profile, Json& json);
+
 // The six statistics of a high-dynamic-range picture by name.
 Json describe(const run::HdrStatistics& statistics);
 

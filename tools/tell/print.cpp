@@ -7,9 +7,9 @@
 namespace tool::tell {
 namespace {
 
+using run::FilterWork;
 using run::HdrWork;
 using run::Outcome;
-using run::PhotoWork;
 using run::Settings;
 
 std::string nameOf(const std::string& path, const char* stream) {
@@ -28,31 +28,43 @@ std::string summaryOf(const HdrWork& work, const Settings&) {
                      work.strength);
 }
 
-std::string summaryOf(const PhotoWork& work, const Settings& settings) {
-  const std::string noise =
-      fmt::format(work.noise.measured() ? "noise level {:.1f}" : "noise not measurable, default level {:.1f}",
-                  work.parameters[NR_NOISE_LEVEL].value);
-  return fmt::format("{}, {} thread{}", noise, settings.threads, settings.threads == 1 ? "" : "s");
+std::string levelOf(const run::NoiseProfile& profile) {
+  return profile.measured() ? fmt::format("noise level {:.1f}", profile.noise.level) : "noise level not measurable";
 }
 
-std::string noiseLine(const run::NoiseProfile& profile) {
-  if (!profile.measured()) {
-    return fmt::format("  the library's defaults were used, presets and --set had no effect: {}\n",
-                       profile.whyDefaults());
+std::string summaryOf(const FilterWork& work, const Settings& settings) {
+  const bool isKnown = work.noise.noise.grain != VNR_GRAIN_UNKNOWN;
+  return fmt::format("{}, {}{}, {} thread{}", settings.preset, isKnown ? "sigma " + sigmaOf(work.noise) + ", " : "",
+                     levelOf(work.noise), settings.threads, settings.threads == 1 ? "" : "s");
+}
+
+std::string grainLine(const run::NoiseProfile& profile) {
+  const vnr_noise& noise = profile.noise;
+  if (noise.grain == VNR_GRAIN_UNKNOWN) return "  noise: unknown, the picture has less than 16 x 16 pixels\n";
+  const char* guarded =
+      noise.grain == VNR_GRAIN_TEXTURED ? "; textured: no block is smooth, so the milder of the readings counts" : "";
+  return fmt::format("  noise: sigma {} of 255 at mid grey, correlation {:.2f}, blotches {:.2f}{}\n", sigmaOf(profile),
+                     noise.correlation, noise.blotches, guarded);
+}
+
+std::string levelLine(const FilterWork& work) {
+  if (work.noise.measured()) {
+    return fmt::format("  noise level {:.1f}: {:.2f} a neighbour pair over the smoothest of {} usable blocks\n",
+                       work.noise.noise.level, work.noise.noise.statistic, work.noise.blocks.size());
   }
-  return fmt::format("  noise: {:.2f} a neighbour pair over the smoothest of {} usable blocks\n",
-                     profile.noise.statistic, profile.blocks.size());
+  const char* what = work.rule == run::Rule::kClassic ? "the library's defaults were used" : "no noise level";
+  return fmt::format("  {}: {}\n", what, work.noise.whyNoLevel());
 }
 
 std::string parameterLine(const run::Parameter& parameter) {
-  return fmt::format("  {:<18} {:>9.4g}  {:<9} {}\n", parameter.name, parameter.value, run::nameOf(parameter.origin),
+  return fmt::format("  {:<26} {:>9.4g}  {:<9} {}\n", parameter.name, parameter.value, run::nameOf(parameter.origin),
                      parameter.meaning);
 }
 
-std::string workDetails(const PhotoWork& work, const Settings& settings) {
-  std::string text = fmt::format("  preset {}, strength {}\n", settings.preset, settings.effectiveStrength());
-  text += noiseLine(work.noise);
-  for (std::size_t i = 0; i < NR_RESERVED; ++i) text += parameterLine(work.parameters[i]);
+std::string workDetails(const FilterWork& work, const Settings& settings) {
+  std::string text = fmt::format("  preset {}, strength {}\n", settings.preset, settings.strength);
+  text += grainLine(work.noise) + levelLine(work);
+  for (const run::Parameter& parameter : work.parameters) text += parameterLine(parameter);
   return text;
 }
 
@@ -66,8 +78,9 @@ std::string workDetails(const HdrWork& work, const Settings&) {
   return text;
 }
 
-std::string changeLines(const run::Done& done) {
-  const char* unit = std::holds_alternative<PhotoWork>(done.work) ? "of 255" : "in the bytes";
+std::string changeLines(const Outcome& outcome) {
+  const run::Done& done = outcome.done;
+  const char* unit = outcome.decoded.layout.colour == pictures::Colour::kRgbe ? "in the bytes" : "of 255";
   std::string text = fmt::format("  changed: {:.1f} % of the pixels, by {:.2f} {} on average and at most {:.1f}\n",
                                  100 * done.change.share, done.change.mean, unit, done.change.largest);
   if (done.whyUnchanged) text += fmt::format("  nothing changed: {}\n", *done.whyUnchanged);
@@ -83,6 +96,12 @@ std::string secondsLine(const Outcome& outcome) {
 }
 
 }  // namespace
+
+std::string sigmaOf(const run::NoiseProfile& profile) {
+  const float* sigma = profile.noise.sigma;
+  if (sigma[0] == sigma[1] && sigma[1] == sigma[2]) return fmt::format("{:.1f}", sigma[0]);
+  return fmt::format("{:.1f}, {:.1f}, {:.1f}", sigma[0], sigma[1], sigma[2]);
+}
 
 std::string samplesOf(const pictures::Layout& layout) {
   if (layout.colour == pictures::Colour::kRgbe) return "RGBE";
@@ -101,7 +120,7 @@ std::string lineOf(const run::FileResult& file, const Settings& settings) {
 
 std::string detailsOf(const Outcome& outcome, const Settings& settings) {
   return std::visit([&](const auto& work) { return workDetails(work, settings); }, outcome.done.work) +
-         changeLines(outcome.done) + secondsLine(outcome);
+         changeLines(outcome) + secondsLine(outcome);
 }
 
 }  // namespace tool::tell

@@ -9,19 +9,27 @@ const make = (name, text, className) => {
 };
 const show = (number, digits) => Number(number).toLocaleString("en", { maximumFractionDigits: digits });
 
+function sigma() {
+  const all = data.noise_sigma.map((value) => value.toFixed(1));
+  return all.every((value) => value === all[0]) ? all[0] : all.join(", ");
+}
+
 function summary() {
   const name = data.input.split("/").pop();
   at("name").textContent = name === "-" ? "standard input" : name;
   document.title = `${at("name").textContent} · veskaro-nr`;
   const layout = data.mode ? "RGBE" : `${data.bits}-bit ${data.channels < 3 ? "grey" : "RGB"}`;
   const parts = [`${data.width} × ${data.height}`, layout];
-  if (data.mode) parts.push(data.mode === "full" ? "chroma and luminance" : "chroma only");
-  else parts.push(`noise level ${data.noise_level.toFixed(1)}${data.noise_measured ? "" : " (default)"}`, `preset ${data.preset}`);
-  parts.push(`strength ${data.strength}`, `${show(100 * data.changed.share, 1)} % of the pixels changed`);
+  if (data.mode === "full") parts.push("chroma and luminance");
+  if (data.mode === "chroma") parts.push("chroma only");
+  if (data.noise_sigma) parts.push(`noise sigma ${sigma()}`);
+  if (data.noise_measured) parts.push(`noise level ${data.noise_level.toFixed(1)}`);
+  parts.push(`preset ${data.preset}`, `strength ${data.strength}`, `${show(100 * data.changed.share, 1)} % of the pixels changed`);
   if (!data.mode) parts.push(`by ${show(data.changed.mean, 2)} of 255 on average`);
   at("summary").textContent = parts.join(" · ");
   const why = [];
-  if (data.defaults_used) why.push(`The noise could not be measured, so the library worked with its defaults and presets had no effect: ${data.defaults_reason}.`);
+  if (data.defaults_used) why.push(`The noise could not be measured, so the library worked with its defaults: ${data.defaults_reason}.`);
+  if (data.noise_grain === "textured") why.push("No block of the picture is smooth. What was read may be texture, so the milder of the readings counts.");
   if (data.why_unchanged) why.push(`Nothing to see changed: ${data.why_unchanged}.`);
   if (data.note) why.push(`Note: ${data.note}.`);
   at("why").textContent = why.join(" ");
@@ -78,8 +86,11 @@ function crops() {
 function plot() {
   if (!data.blocks || data.blocks.length === 0) return;
   at("profile").hidden = false;
+  at("grain-words").textContent = data.noise_sigma
+    ? `Standard deviation ${sigma()} of 255 at mid grey${data.mode ? ", of square roots of the light" : ""} (red, green, blue); correlation ${data.noise_correlation.toFixed(2)} (0: white, 1: smoothed); blotches of colour ${data.noise_blotches.toFixed(2)} (0 to 1); grain ${data.noise_grain}.`
+    : "";
   at("profile-words").textContent = data.noise_measured
-    ? `Mean difference of neighbouring samples in each 32 × 32 block, made comparable across brightness. The smoothest blocks of the shadows and of the highlights were measured again; the lowest four of them average ${data.noise_statistic.toFixed(2)}, which gives noise level ${data.noise_level.toFixed(1)}.`
+    ? `Mean difference of neighbouring samples in each 32 × 32 block, made comparable across brightness. The smoothest blocks of the shadows and of the highlights were measured again; the lowest four of them average ${data.noise_statistic.toFixed(2)}, which gives the library's own noise level ${data.noise_level.toFixed(1)}.`
     : "Mean difference of neighbouring samples in each usable 32 × 32 block.";
   const canvas = at("plot");
   const style = getComputedStyle(document.documentElement);
@@ -184,7 +195,7 @@ function times() {
     row.append(make("span", name), cell, make("b", `${show(seconds * 1000, 1)} ms`));
     at("times").append(row);
   }
-  at("times").append(make("p", `${show(data.megapixels_per_second, 1)} megapixels a second on ${data.threads} thread${data.threads === 1 ? "" : "s"}; denoise includes the library's own measurement.`, "quiet"));
+  at("times").append(make("p", `${show(data.megapixels_per_second, 1)} megapixels a second on ${data.threads} thread${data.threads === 1 ? "" : "s"}${data.statistics ? "; denoise includes the library's own measurement" : ""}.`, "quiet"));
 }
 
 summary();

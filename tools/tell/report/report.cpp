@@ -94,8 +94,8 @@ void writeReport(const std::string& path, const run::FileResult& file, const Dis
   data["magnification"] = kMagnification;
   data["picture"] = picturesOf(display);
   data["crops"] = cropsOf(display);
-  if (const auto* photo = std::get_if<run::PhotoWork>(&file.outcome()->done.work)) {
-    data["blocks"] = blocksOf(photo->noise);
+  if (const auto* work = std::get_if<run::FilterWork>(&file.outcome()->done.work)) {
+    data["blocks"] = blocksOf(work->noise);
   }
   const std::string page = pageOf(data);
   pictures::writeWhole(path, reinterpret_cast<const std::uint8_t*>(page.data()), page.size(), overwrite);
