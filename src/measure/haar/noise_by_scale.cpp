@@ -40,6 +40,12 @@ double lerp(double a, double b, double t) {
   return a + (b - a) * t;
 }
 
+// Linear light has no largest value.
+float asFloat(double v) {
+  constexpr double kMost = 1e30;
+  return static_cast<float>(v < kMost ? v : kMost);
+}
+
 // A block with its noise evened out over brightness.
 struct EvenBlock {
   const HaarBlock* block;
@@ -212,12 +218,12 @@ void judge(Readings of, bool mayBeJpeg, NoiseByScale* noise) {
   const double blotch = fourthRoot(of.b[1] * of.b[2] * of.r[1] * of.r[2]);
   double level = unguarded;
   guardAgainstTexture(&of, &level, chroma, mayBeJpeg);
-  noise->luma = static_cast<float>(level);
-  noise->chroma = static_cast<float>(chroma);
-  noise->coarseChroma = static_cast<float>(blotch);
-  noise->correlation = static_cast<float>(correlationOf(of));
-  noise->blotches = static_cast<float>(blotchesOf(of, blotch));
-  noise->kept = unguarded > 0.0 ? static_cast<float>(level / unguarded) : 1.0f;
+  noise->luma = asFloat(level);
+  noise->chroma = asFloat(chroma);
+  noise->coarseChroma = asFloat(blotch);
+  noise->correlation = asFloat(correlationOf(of));
+  noise->blotches = asFloat(blotchesOf(of, blotch));
+  noise->kept = unguarded > 0.0 ? asFloat(level / unguarded) : 1.0f;
 }
 
 // Red, green and blue out of Y, Cb and Cr.
@@ -259,7 +265,7 @@ void takeSigma(const Selection& of, double toWorking, NoiseByScale* noise) {
       energies[s] = atLeast(meanOf(of, [k, s](const EvenBlock& b) { return energyOf(*b.block, s, kFromYcc[k]); }), 0.0);
     }
     const double sigma = deviationOf(energies, static_cast<double>(smoothed)) * toWorking;
-    noise->sigma[k] = static_cast<float>(sigma * static_cast<double>(noise->kept));
+    noise->sigma[k] = asFloat(sigma * static_cast<double>(noise->kept));
   }
 }
 
@@ -298,7 +304,7 @@ class Reader {
     judge(of, mayBeJpeg(), noise);
     takeSigma(nearestToGrey(passing_.smoothest(kSigmaShare, kFewestOfSigma), toWorking_), toWorking_, noise);
     passing_.select(blocks_, encoding_, kDarkBlocks[1].clippedShare);
-    noise->structure = static_cast<float>(passing_.structure() * toWorking_);
+    noise->structure = asFloat(passing_.structure() * toWorking_);
   }
 
   const HaarBlocks& blocks_;
