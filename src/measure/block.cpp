@@ -34,7 +34,24 @@ class BlockSamples {
   std::ptrdiff_t pixelStride_, rowStride_;
 };
 
-// Working values of integers, cut off: the factor is a power of two, so shifting does it.
+// Working values of integers that use all bits of their type, cut off: their upper eight bits.
+template <typename Sample>
+class WholeIntegerReader {
+ public:
+  explicit WholeIntegerReader(const BlockSamples& samples) : samples_(samples) {}
+
+  const BlockSamples& samples() const { return samples_; }
+  int value(const unsigned char* at) const {
+    return static_cast<int>(pixels::loadSample<Sample>(at)) >> (8 * (sizeof(Sample) - 1));
+  }
+  int operator()(int channel, int dx, int dy) const { return value(samples_.at(channel, dx, dy)); }
+  bool sawOnlyNumbers() const { return true; }
+
+ private:
+  const BlockSamples samples_;
+};
+
+// Those of integers of fewer bits: the factor is a power of two, so shifting does it.
 template <typename Sample>
 class IntegerReader {
  public:
@@ -187,8 +204,10 @@ bool withReader(const pixels::PictureView& picture, const pixels::SampleScale& s
   const BlockSamples samples(picture, x, y);
   switch (picture.type) {
     case pixels::SampleType::kUint8:
+      if (scale.white == 255.0f) return visit(WholeIntegerReader<std::uint8_t>(samples));
       return visit(IntegerReader<std::uint8_t>(samples, scale));
     case pixels::SampleType::kUint16:
+      if (scale.white == 65535.0f) return visit(WholeIntegerReader<std::uint16_t>(samples));
       return visit(IntegerReader<std::uint16_t>(samples, scale));
     default:
       return visit(FloatReader(samples, scale));

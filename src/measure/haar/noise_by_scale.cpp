@@ -102,8 +102,6 @@ class PassingBlocks {
     std::partial_sort(passing_.data(), passing_.data() + n, passing_.data() + count_, isSmoother);
     return {passing_.data(), n};
   }
-  std::size_t count() const { return count_; }
-
   // Deviation of the median block's straight luminance details at the second scale.
   double structure() {
     for (std::size_t i = 0; i < count_; ++i) {
@@ -269,7 +267,8 @@ void takeSigma(const Selection& of, double toWorking, NoiseByScale* noise) {
   }
 }
 
-// Reads the smoothest blocks, in the end those that the noise is taken from.
+// Reads the smoothest of the blocks, one of which has been seen at least; in the end those that the noise is taken
+// from.
 class Reader {
  public:
   Reader(const HaarBlocks& blocks, pixels::Encoding encoding, float toWorking)
@@ -278,9 +277,7 @@ class Reader {
   bool hasMemory() const { return static_cast<bool>(passing_); }
 
   void take(NoiseByScale* noise) {
-    for (std::int64_t i = 0; i < blocks_.grid().count(); ++i) noise->blocks += blocks_[i].isSeen != 0 ? 1 : 0;
     const Readings usual = readSmoothest(kClippedShare);
-    if (passing_.count() == 0) return;
     noise->grain = Grain::kMeasured;
     for (const DarkBlocks& darker : kDarkBlocks) {
       const Readings dark = readSmoothest(darker.clippedShare);
@@ -316,6 +313,8 @@ class Reader {
 }  // namespace
 
 bool noiseByScale(const HaarBlocks& blocks, pixels::Encoding encoding, float toWorking, NoiseByScale* noise) {
+  for (std::int64_t i = 0; i < blocks.grid().count(); ++i) noise->blocks += blocks[i].isSeen != 0 ? 1 : 0;
+  if (noise->blocks == 0) return true;
   Reader reader(blocks, encoding, toWorking);
   if (!reader.hasMemory()) return false;
   reader.take(noise);
