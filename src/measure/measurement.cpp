@@ -153,10 +153,11 @@ Result Measurement::measureAgain(const pixels::PictureView& piece, const pixels:
     return true;
   };
   if (seen_ == table_.count()) {
-    Noise found;
-    if (!noise(&found)) return Result::kNoMemory;
-    return resultOf(platform::forEachItem(control, found.candidates.count(), [&](std::int64_t k) {
-      const std::int64_t block = found.candidates.blocks[k].index;
+    platform::HeapArray<UsableBlock> usable(static_cast<std::size_t>(seen_), platform::Fill::kNothing);
+    if (!usable) return Result::kNoMemory;
+    const Candidates candidates = selectCandidates(usable.data(), listUsable(usable.data()));
+    return resultOf(platform::forEachItem(control, candidates.count(), [&](std::int64_t k) {
+      const std::int64_t block = candidates.blocks[k].index;
       return table_[block].isDense() || measureDense(block);
     }));
   }

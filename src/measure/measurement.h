@@ -82,7 +82,8 @@ class Measurement {
   void markSeen(std::int64_t block);
   void rank(std::int64_t block);
   bool wantsDense(std::int64_t block) const;
-  bool noiseOfDisplay(UsableBlock* usable, Noise* noise) const;
+  std::size_t listUsable(UsableBlock* usable) const;
+  void noiseOfDisplay(UsableBlock* usable, Noise* noise) const;
   bool noiseOfLinear(UsableBlock* usable, Noise* noise) const;
 
   int width_, height_;

@@ -36,16 +36,26 @@ bool Measurement::noise(Noise* noise) const {
   platform::HeapArray<UsableBlock> usable(static_cast<std::size_t>(seen_), platform::Fill::kNothing);
   if (!usable) return false;
   const bool isLinear = encoding_ == pixels::Encoding::kLinear;
-  if (!(isLinear ? noiseOfLinear(usable.data(), noise) : noiseOfDisplay(usable.data(), noise))) return false;
+  if (!isLinear) {
+    noiseOfDisplay(usable.data(), noise);
+  } else if (!noiseOfLinear(usable.data(), noise)) {
+    return false;
+  }
   return noiseByScale(haarBlocks_, encoding_, isLinear ? 255.0f / noise->whiteRoot : 1.0f, &noise->byScale);
 }
 
-bool Measurement::noiseOfDisplay(UsableBlock* usable, Noise* noise) const {
+// Those of a picture of display values; returns their number.
+std::size_t Measurement::listUsable(UsableBlock* usable) const {
   std::size_t count = 0;
   for (std::int64_t block = 0; block < table_.count(); ++block) {
     const BlockRecord& r = table_[block];
     if (r.isSeen() && isUsable(r.average)) usable[count++] = {evenedOut(r.sparse, r.average), r.average, block};
   }
+  return count;
+}
+
+void Measurement::noiseOfDisplay(UsableBlock* usable, Noise* noise) const {
+  const std::size_t count = listUsable(usable);
   noise->usable = static_cast<std::int64_t>(count);
   noise->candidates = selectCandidates(usable, count);
   for (int k = 0; k < noise->candidates.count(); ++k) {
@@ -53,7 +63,6 @@ bool Measurement::noiseOfDisplay(UsableBlock* usable, Noise* noise) const {
     noise->evenedOut[k] = evenedOut(table_[candidate.index].dense, candidate.average);
   }
   finish(noise);
-  return true;
 }
 
 // Square roots have the same noise at every brightness, and no white that clips.

@@ -5,9 +5,10 @@
 
 namespace veskaro::tiled {
 
-constexpr int kPadding = 8;       // zeros on each side of a tile that lies on the picture's border
-constexpr int kOverlap = 32;      // neighbouring picture on each side that lies inside
-constexpr int kCoarseLevels = 3;  // levels of a tile pyramid beside the finest
+constexpr int kPadding = 8;            // zeros on each side of a tile that lies on the picture's border
+constexpr int kSmallestUnitTile = 56;  // the first tile's overlap stays inside the picture
+constexpr int kOverlap = 32;           // neighbouring picture on each side that lies inside
+constexpr int kCoarseLevels = 3;       // levels of a tile pyramid beside the finest
 
 // The tile grid of a picture along one axis. 64 bits, so that no size a host may ask about overflows.
 struct GridAxis {

@@ -13,7 +13,6 @@
 namespace veskaro::api {
 namespace {
 
-constexpr int kSmallestUnitTile = 56;           // the first tile's overlap stays inside the picture
 constexpr int kSmallestUnitTileOneThread = 48;  // one thread never shrinks the unit tile
 
 // A host's picture; the row distance of a single row is not looked at.
@@ -24,7 +23,7 @@ bool isRightFormat(int width, int height, int samplesPerPixel, int rowStride, in
 }
 
 bool isRightTiling(int baseUnitTile, int threads) {
-  return threads >= 1 && baseUnitTile >= (threads == 1 ? kSmallestUnitTileOneThread : kSmallestUnitTile);
+  return threads >= 1 && baseUnitTile >= (threads == 1 ? kSmallestUnitTileOneThread : tiled::kSmallestUnitTile);
 }
 
 pixels::PictureView viewOf(unsigned char* samples, int width, int height, int rowStride, int bits) {

@@ -7,11 +7,11 @@
 #include "params/noise_level.h"
 #include "params/tuning.h"
 #include "platform/fp_environment.h"
+#include "tiled/tile_geometry.h"
 
 namespace veskaro::api {
 namespace {
 
-constexpr int kSmallestTile = 56;  // the first tile's overlap stays inside the picture
 constexpr int kLargestTile = 32768;
 constexpr int kUsualTile = 256;
 
@@ -115,7 +115,7 @@ int checkSettings(const vnr_settings* given, vnr_settings* settings) {
   const int taken = takeStruct(given, settings);
   if (taken != VNR_OK) return taken;
   const vnr_settings& s = *settings;
-  const bool inRange = s.tile >= kSmallestTile && s.tile <= kLargestTile && s.rounding >= VNR_ROUND_AUTO &&
+  const bool inRange = s.tile >= tiled::kSmallestUnitTile && s.tile <= kLargestTile && s.rounding >= VNR_ROUND_AUTO &&
                        s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
   return inRange && areNumbers(s) ? VNR_OK : VNR_ERROR_SETTINGS;
 }
