@@ -23,8 +23,8 @@
  *   - Results: VNR_OK, or a negative vnr_result that says what is wrong; nothing has been written then unless the
  *     comment says so. Nothing is printed, no exception leaves, the process is never ended.
  *   - Structs that a host fills begin with struct_size, which the host sets to sizeof the struct. They may grow in
- * later versions: a shorter one from an older header is taken, with defaults for what it lacks, a longer one is
- * refused. Zero is the default of every other field that has one.
+ *     later versions: a shorter one from an older header is taken, with defaults for what it lacks, a longer one is
+ *     refused. Zero is the default of every other field that has one.
  *   - Ownership: buffers and structs belong to the host and are not kept after a call, but for callbacks and flags
  * while the call runs. Measurements and plans belong to the library until the host ends them.
  *   - Threads: functions may be called from any thread, and from many at once. One measurement is for one thread at a
@@ -237,6 +237,8 @@ typedef struct vnr_noise {
   float texture_guard;   /**< share of the luminance reading that luma is, 0 to 1; the rest was taken for texture */
   float structure; /**< deviation of middle luminance details in the median block, noise and picture: how much there
                         is to lose */
+  float spectrum[3][64]; /**< power of the noise in Y, B - Y and R - Y by frequency, 8 * vertical + horizontal: mean
+                              squares of an orthonormal 8 x 8 DCT's coefficients, as black has them; 0: not known */
 } vnr_noise;
 
 /** What a block was good for. */
@@ -329,6 +331,16 @@ typedef struct vnr_settings {
   float linear_scale;           /**< s of linear pictures, > 0; not used for others */
   int32_t tile;                 /**< nominal edge of a tile in pixels, 56 to 32768; 256. It decides the bytes. */
   int32_t rounding;             /**< vnr_rounding */
+  /* Stages beyond denoise2's filters. What is 0 does not run; an older, shorter struct has none of them. */
+  float patch;              /**< share, 0 to 1, of the mean over 3 x 3 neighbours in the finest level's distances */
+  float dots_luma;          /**< isolated dots go where their 8 neighbours lie within this of each other, >= 0 */
+  float dots_chroma;        /**< likewise, of B - Y and R - Y */
+  float shrink_luma;        /**< factor on the spectrum of Y by which 8 x 8 DCT blocks of the input are shrunk, >= 0 */
+  float shrink_chroma;      /**< likewise, of B - Y and R - Y */
+  float residual_luma[8];   /**< share of what the filtered picture lacks that may come back from the input, by the
+                                 larger of a coefficient's two frequencies */
+  float residual_chroma[8]; /**< likewise, of B - Y and R - Y */
+  float spectrum[3][64];    /**< power of the noise, as vnr_noise has it, >= 0 */
 } vnr_settings;
 
 /** What denoise2 would use.
@@ -338,12 +350,15 @@ typedef struct vnr_settings {
  * @param settings receives all fields; struct_size set by the host */
 VESKARONR_API int vnr_settings_classic(const vnr_noise* noise, float strength, vnr_settings* settings);
 
-/** What gains most over the noisy picture, at the speed of the others. All entries follow from the second measurement;
- * none of what denoise2 measures has a say. Rounding is VNR_ROUND_FINEST.
+/** What gains most over the noisy picture at the speed of the others: denoise2's filters alone. All entries follow from
+ * the second measurement; none of what denoise2 measures has a say. Rounding is VNR_ROUND_FINEST.
  *
  * @param noise a measurement's result; one without grain gives settings that change nothing
  * @param strength factor on the differences that count as noise, 0.6 to 1.5; VNR_ERROR_SETTINGS outside
  * @param settings receives all fields; struct_size set by the host */
+VESKARONR_API int vnr_settings_fast(const vnr_noise* noise, float strength, vnr_settings* settings);
+
+/** What gains most over the noisy picture, with all stages. As vnr_settings_fast otherwise. */
 VESKARONR_API int vnr_settings_best(const vnr_noise* noise, float strength, vnr_settings* settings);
 
 /** @} */

@@ -12,6 +12,7 @@ struct NoiseSettings {
   float amount;          // share of the neighbour average that a fully supported pixel takes
   float threshold;       // distance up to which a neighbour has full weight, at black
   float highlightSlope;  // change of the noise model per unit of R + G + B
+  float patch = 0.0f;    // share of the mean over 3 x 3 neighbours in the distances
 };
 
 // Whether the filter's kernels may take shortcuts that hold for positive rolloffs and finite thresholds only, as every
@@ -42,12 +43,32 @@ struct BlendSettings {
   float highlightAbove;
 };
 
+// Isolated dots go where their neighbours lie within this of each other; 0: stay.
+struct DotSettings {
+  float luma = 0.0f, chroma = 0.0f;
+  bool areOn() const { return luma > 0.0f || chroma > 0.0f; }
+};
+
+constexpr int kBlock = 8;  // edge of the blocks that are shrunk
+enum ShrunkChannel { kShrunkY, kShrunkBMinusY, kShrunkRMinusY, kShrunkChannels };
+
+// Blocks of the input shrunk under the guidance of the filtered picture; a channel without power stays as filtered.
+struct ShrinkSettings {
+  float power[kShrunkChannels][kBlock * kBlock] = {};  // of the noise, times its factor, as black has it
+  float residual[kShrunkChannels][kBlock] = {};        // share of what the guide lacks, by frequency
+  float slope = 0.0f;                                  // change of the noise's deviation per unit of Y
+  bool isOn[kShrunkChannels] = {};
+  bool isOnForAny() const { return isOn[0] || isOn[1] || isOn[2]; }
+};
+
 // All that the stages of a tile are told.
 struct TileSettings {
   NoiseSettings noise[kLevels];
   SharpenSettings sharpen[kLevels];
   ReconstructSettings reconstruct;
   BlendSettings blend;
+  DotSettings dots;
+  ShrinkSettings shrink;
 };
 
 }  // namespace veskaro::params

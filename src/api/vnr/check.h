@@ -16,6 +16,10 @@ namespace veskaro::api {
 // Bytes of the first version of a struct, which every later one begins with.
 template <class Struct>
 constexpr std::size_t kFirstSize = sizeof(Struct);
+template <>
+inline constexpr std::size_t kFirstSize<vnr_noise> = offsetof(vnr_noise, spectrum);
+template <>
+inline constexpr std::size_t kFirstSize<vnr_settings> = offsetof(vnr_settings, patch);
 
 template <class Struct>
 int checkStruct(const Struct* given) {

@@ -15,11 +15,37 @@ namespace {
 constexpr int kLargestTile = 32768;
 constexpr int kUsualTile = 256;
 
-bool areNumbers(const vnr_settings& s) {
-  for (const float entry : s.params) {
-    if (!std::isfinite(entry)) return false;
+template <class Floats, class Test>
+bool allOf(const Floats& values, const Test& test) {
+  for (const float v : values) {
+    if (!test(v)) return false;
   }
-  return std::isfinite(s.recon_threshold) && std::isfinite(s.recon_rolloff) && std::isfinite(s.linear_scale);
+  return true;
+}
+
+bool isNumber(float v) {
+  return std::isfinite(v);
+}
+bool isNotNegative(float v) {
+  return std::isfinite(v) && v >= 0.0f;
+}
+bool arePowers(const float (&spectrum)[3][64]) {
+  for (const auto& channel : spectrum) {
+    if (!allOf(channel, isNotNegative)) return false;
+  }
+  return true;
+}
+
+bool areNumbers(const vnr_settings& s) {
+  return allOf(s.params, isNumber) && isNumber(s.recon_threshold) && isNumber(s.recon_rolloff) &&
+         isNumber(s.linear_scale);
+}
+
+// Of the stages beyond denoise2's filters.
+bool areStages(const vnr_settings& s) {
+  return s.patch >= 0.0f && s.patch <= 1.0f && isNotNegative(s.dots_luma) && isNotNegative(s.dots_chroma) &&
+         isNotNegative(s.shrink_luma) && isNotNegative(s.shrink_chroma) && allOf(s.residual_luma, isNumber) &&
+         allOf(s.residual_chroma, isNumber) && arePowers(s.spectrum);
 }
 
 int reasonOf(measure::Reason reason) {
@@ -65,10 +91,10 @@ void evenOutLinear(const vnr_noise& noise, vnr_settings* settings) {
 
 // What a measurement may tell, whoever told it.
 bool isMeasurement(const vnr_noise& n) {
-  const auto isDeviation = [](float v) { return std::isfinite(v) && v >= 0.0f; };
   const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
-  return isDeviation(n.luma) && isDeviation(n.coarse_chroma) && isDeviation(n.structure) && isShare(n.correlation) &&
-         isShare(n.blotches) && isShare(n.texture_guard) && std::isfinite(n.linear_scale);
+  return isNotNegative(n.luma) && isNotNegative(n.coarse_chroma) && isNotNegative(n.structure) &&
+         isShare(n.correlation) && isShare(n.blotches) && isShare(n.texture_guard) && isNumber(n.linear_scale) &&
+         arePowers(n.spectrum);
 }
 
 }  // namespace
@@ -102,7 +128,7 @@ vnr_settings classicSettings(const vnr_noise* noise, float strength) {
   return s;
 }
 
-vnr_settings bestSettings(const vnr_noise& noise, float strength) {
+vnr_settings fastSettings(const vnr_noise& noise, float strength) {
   vnr_settings s = usualSettings(scaleOf(&noise), VNR_ROUND_FINEST);
   params::setBest({noise.luma, noise.coarse_chroma, noise.structure, noise.correlation, noise.blotches,
                    noise.texture_guard, noise.encoding == VNR_LINEAR},
@@ -111,15 +137,32 @@ vnr_settings bestSettings(const vnr_noise& noise, float strength) {
   return s;
 }
 
+vnr_settings bestSettings(const vnr_noise& noise, float strength) {
+  return fastSettings(noise, strength);
+}
+
 int checkSettings(const vnr_settings* given, vnr_settings* settings) {
   const int taken = takeStruct(given, settings);
   if (taken != VNR_OK) return taken;
   const vnr_settings& s = *settings;
   const bool inRange = s.tile >= tiled::kSmallestUnitTile && s.tile <= kLargestTile && s.rounding >= VNR_ROUND_AUTO &&
                        s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
-  return inRange && areNumbers(s) ? VNR_OK : VNR_ERROR_SETTINGS;
+  return inRange && areNumbers(s) && areStages(s) ? VNR_OK : VNR_ERROR_SETTINGS;
 }
 
+namespace {
+
+int settingsByGrain(vnr_settings (*rule)(const vnr_noise&, float), const vnr_noise* noise, float strength,
+                    vnr_settings* settings) {
+  vnr_noise own;
+  const int taken = takeStruct(noise, &own);
+  if (taken != VNR_OK) return taken;
+  if (!isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
+  const platform::DefaultFpEnvironment environment;
+  return giveStruct(rule(own, strength), settings);
+}
+
+}  // namespace
 }  // namespace veskaro::api
 
 int vnr_settings_classic(const vnr_noise* noise, float strength, vnr_settings* settings) {
@@ -134,12 +177,10 @@ int vnr_settings_classic(const vnr_noise* noise, float strength, vnr_settings* s
   return api::giveStruct(api::classicSettings(noise != nullptr ? &own : nullptr, strength), settings);
 }
 
+int vnr_settings_fast(const vnr_noise* noise, float strength, vnr_settings* settings) {
+  return veskaro::api::settingsByGrain(veskaro::api::fastSettings, noise, strength, settings);
+}
+
 int vnr_settings_best(const vnr_noise* noise, float strength, vnr_settings* settings) {
-  using namespace veskaro;
-  vnr_noise own;
-  const int taken = api::takeStruct(noise, &own);
-  if (taken != VNR_OK) return taken;
-  if (!api::isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
-  const platform::DefaultFpEnvironment environment;
-  return api::giveStruct(api::bestSettings(own, strength), settings);
+  return veskaro::api::settingsByGrain(veskaro::api::bestSettings, noise, strength, settings);
 }

@@ -11,7 +11,10 @@ vnr_noise noiseOf(const measure::Measurement& measurement, const measure::Noise&
 // What denoise2 would use; noise may be null.
 vnr_settings classicSettings(const vnr_noise* noise, float strength);
 
-// What gains most.
+// What gains most with denoise2's filters alone.
+vnr_settings fastSettings(const vnr_noise& noise, float strength);
+
+// What gains most with all stages.
 vnr_settings bestSettings(const vnr_noise& noise, float strength);
 
 // A copy of a host's settings, every value of which is a number within its range.
