@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -18,13 +19,36 @@ struct vnr_plan {
 namespace veskaro::api {
 namespace {
 
+params::ShrinkSettings shrinkSettings(const vnr_settings& s, float highlightReduction) {
+  constexpr float kMostPower = 1e30f;  // so that products stay numbers
+  constexpr float kWhite = 255.0f;
+  params::ShrinkSettings shrink;
+  shrink.slope = -highlightReduction / kWhite;
+  for (int c = 0; c < params::kShrunkChannels; ++c) {
+    const float factor = c == params::kShrunkY ? s.shrink_luma : s.shrink_chroma;
+    const float* const residual = c == params::kShrunkY ? s.residual_luma : s.residual_chroma;
+    shrink.isOn[c] = factor > 0.0f;
+    std::copy(residual, residual + params::kBlock, shrink.residual[c]);
+    for (int i = 0; i < params::kBlock * params::kBlock; ++i) {
+      shrink.power[c][i] = std::min(factor * s.spectrum[c][i], kMostPower);
+    }
+  }
+  return shrink;
+}
+
+params::TileSettings tileSettings(const vnr_settings& s) {
+  const params::Tuning tuning = params::deriveTuning(s.params);
+  params::TileSettings tile = params::tileSettings(tuning, {s.recon_threshold, s.recon_rolloff});
+  tile.noise[0].patch = s.patch;
+  tile.dots = {s.dots_luma, s.dots_chroma};
+  tile.shrink = shrinkSettings(s, tuning.highlightReduction);
+  return tile;
+}
+
 // The grid of two threads and more, whatever runs it.
 vnr_plan planOf(int width, int height, const vnr_settings& s) {
   constexpr int kSeveralThreads = 2;
-  vnr_plan p = {
-      {width, height, {}, params::tileSettings(params::deriveTuning(s.params), {s.recon_threshold, s.recon_rolloff})},
-      s.linear_scale,
-      s.rounding};
+  vnr_plan p = {{width, height, {}, tileSettings(s)}, s.linear_scale, s.rounding};
   tiled::tileGrid(width, height, s.tile, kSeveralThreads, tiled::kPadding, tiled::kOverlap, &p.plan.grid);
   return p;
 }
