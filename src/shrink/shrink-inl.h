@@ -153,19 +153,20 @@ class BlockStream {
       float* const first = to.at(0, p);
       for (int i = 0; i < groups_; i += lanes()) {
         V column[kBlock];
-        for (int k = 0; k < kBlock; ++k) column[k] = hn::Load(d, from[k] + i);
+        unrolled<kBlock>([&](int k) VESKARO_INLINE_LAMBDA { column[k] = hn::Load(d, from[k] + i); });
         forwardDct(column);
-        for (int k = 0; k < kBlock; ++k) hn::Store(column[k], d, first + k * kPhases * kPhaseFloats + i);
+        unrolled<kBlock>(
+            [&](int k) VESKARO_INLINE_LAMBDA { hn::Store(column[k], d, first + k * kPhases * kPhaseFloats + i); });
       }
     }
   }
 
   static HWY_INLINE void loadBlocks(const float* line, int i, V (&x)[kBlock]) {
     const Floats d;
-    for (int p = 0; p < kPhases; ++p) {
+    unrolled<kPhases>([&](int p) VESKARO_INLINE_LAMBDA {
       x[p] = hn::Load(d, line + p * kPhaseFloats + i);
       x[p + kPhases] = hn::LoadU(d, line + p * kPhaseFloats + i + 1);
-    }
+    });
   }
 
   static HWY_INLINE V shrunk(V guide, V noisy, V factor, const Gains& gains, int i) {
@@ -187,12 +188,13 @@ class BlockStream {
       forwardDct(noisy);
       forwardDct(x);
       const V factor = hn::Load(d, factors_.at(0, 0) + i);
-      for (int h = 0; h < kBlock; ++h) x[h] = shrunk(x[h], noisy[h], factor, gains, v * kBlock + h);
+      unrolled<kBlock>([&](int h)
+                           VESKARO_INLINE_LAMBDA { x[h] = shrunk(x[h], noisy[h], factor, gains, v * kBlock + h); });
       inverseDct(x);
-      for (int p = 0; p < kPhases; ++p) {
+      unrolled<kPhases>([&](int p) VESKARO_INLINE_LAMBDA {
         hn::Store(hn::Mul(x[p], hn::Set(d, kWindow[p])), d, left_.at(v, p) + i);
         hn::Store(hn::Mul(x[p + kPhases], hn::Set(d, kWindow[p + kPhases])), d, right_.at(v, p) + i);
-      }
+      });
     }
   }
 
@@ -202,16 +204,16 @@ class BlockStream {
     for (int p = 0; p < kPhases; ++p) {
       for (int i = 0; i < groups_; i += lanes()) {
         V column[kBlock];
-        for (int v = 0; v < kBlock; ++v) {
+        unrolled<kBlock>([&](int v) VESKARO_INLINE_LAMBDA {
           column[v] = hn::Add(hn::Load(d, left_.at(v, p) + i), hn::LoadU(d, right_.at(v, p) + i - 1));
-        }
+        });
         inverseDct(column);
-        for (int y = 0; y < kStep; ++y) {
+        unrolled<kStep>([&](int y) VESKARO_INLINE_LAMBDA {
           const V upper = hn::Mul(column[y], hn::Set(d, kWindow[y]));
           const V lower = hn::Mul(column[y + kStep], hn::Set(d, kWindow[y + kStep]));
           hn::Store(hn::Add(hn::Load(d, above.at(y, p) + i), upper), d, whole.at(y, p) + i);
           hn::Store(lower, d, above.at(y, p) + i);
-        }
+        });
       }
     }
   }
