@@ -3,10 +3,11 @@
 #define VESKARO_MEASURE_SPECTRUM_BLOCK_SPECTRUM_H
 
 #include "measure/haar/haar_block.h"
+#include "pixels/dct.h"
 
 namespace veskaro::measure {
 
-constexpr int kFrequencies = 8;  // each way
+constexpr int kFrequencies = pixels::kDctSize;  // each way
 enum SpectrumChannel { kSpectrumY, kSpectrumBMinusY, kSpectrumRMinusY, kSpectrumChannels };
 
 // Mean squares of the coefficients of orthonormal 8 x 8 cosine transforms, at nine places of the block that half
