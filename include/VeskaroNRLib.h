@@ -46,7 +46,11 @@
 /** @} */
 
 /** @cond */
-#if defined(__GNUC__)
+#if defined(_WIN32) && defined(VESKARONR_STATIC) /* the library's own objects, or linked with them */
+#define VESKARONR_API
+#elif defined(_WIN32)
+#define VESKARONR_API __declspec(dllimport)
+#elif defined(__GNUC__)
 #define VESKARONR_API __attribute__((visibility("default")))
 #else
 #define VESKARONR_API
