@@ -241,7 +241,7 @@ VESKARONR_API int noiseReduce_set(int rang, int wImage, int hImage, int* startCo
                                   int doDespeckle, float* workDiff, float* workDest, float* workTemp, float* inImg);
 
 /** Body of a noise-reduction worker, for pthread_create: filters the band of its nr_data, stores the result in retour
- * and ends its thread with pthread_exit. */
+ * and ends its thread with pthread_exit (on Windows: ends the thread that calls it). */
 VESKARONR_API void* nr_threaded(void* threadData);
 
 /** Body of a sharpening worker, as nr_threaded. */

@@ -282,6 +282,12 @@ vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
   const float strength = c.real(0.4f, 1.6f);
   const int code = ask(call, [&] { return vnr_settings_classic(isKnown ? &noise : nullptr, strength, &s); });
   call.expect(code == VNR_OK && isRight(s), "settings_classic: result");
+  for (const auto settingsOf : {vnr_settings_fast, vnr_settings_best}) {
+    vnr_settings measuredOnes = {};
+    measuredOnes.struct_size = sizeof s;
+    if (ask(call, [&] { return settingsOf(&noise, strength, &measuredOnes); }) != VNR_OK) continue;
+    for (const float v : measuredOnes.params) call.note(v);
+  }
   vnr_noise none = noise;
   vnr_settings unchanged = s;
   (c.oneIn(2) ? none.level : none.linear_scale) = c.oneIn(2) ? kNaN : kInf;
