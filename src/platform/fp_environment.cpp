@@ -1,3 +1,5 @@
+// Where the C environment is not all there is to set, it is set by name: on x86 the control word. On 64-bit ARM flushing
+// denormal numbers is part of the C environment; other processors do not flush them unless told by a word of their own.
 #include "platform/fp_environment.h"
 
 #if defined(__SSE__)
