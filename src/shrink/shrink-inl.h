@@ -62,7 +62,7 @@ class BlockStream {
   void begin(int columns) { groups_ = columns / kPhases; }
 
   // Row y, counted from the first; from.plane[] is readable up to whole vectors of groups.
-  void take(Picture picture, int y, const simd::Rows& from) const {
+  HWY_NOINLINE void take(Picture picture, int y, const simd::Rows& from) const {
     const Floats d;
     for (int c = 0; c < params::kShrunkChannels; ++c) {
       const Rows& rows = rows_[picture][c];
@@ -76,7 +76,7 @@ class BlockStream {
   }
 
   // Once row y + 7 has been taken, y a multiple of 4.
-  void shrink(int y, const Rule& rule) const {
+  HWY_NOINLINE void shrink(int y, const Rule& rule) const {
     findFactors(y, rule.slope);
     for (int c = 0; c < params::kShrunkChannels; ++c) {
       if (rule.isOn[c]) {
@@ -88,7 +88,7 @@ class BlockStream {
   }
 
   // Row y + i of what shrink(y) has made whole; writes whole vectors of groups.
-  void give(int i, const simd::Rows& to) const {
+  HWY_NOINLINE void give(int i, const simd::Rows& to) const {
     const Floats d;
     for (int c = 0; c < params::kShrunkChannels; ++c) {
       for (int k = 0; k < groups_; k += lanes()) {

@@ -25,14 +25,53 @@ using simd::RowsOf;
 
 // Fills the pixels of a row that lie beyond the picture's edge, as far as [xStart, xEnd) goes. Pixel x of the picture
 // lies at plane[x].
-inline void mirrorColumns(const Rows& row, int xStart, int xEnd, int width) {
+HWY_NOINLINE void mirrorColumns(const Rows& row, int xStart, int xEnd, int width) {
   for (float* plane : row.plane) {
     for (int x = xStart; x < 0; ++x) plane[x] = plane[pixels::mirrored(x, width)];
     for (int x = width; x < xEnd; ++x) plane[x] = plane[pixels::mirrored(x, width)];
   }
 }
 
-// The memory of the stages: the blocks, and rows of Y, B - Y, R - Y.
+// The blended picture: the filtered region of a tile, row by row. Pixel x of the picture lies at plane[x].
+class Guide {
+ public:
+  Guide(const Tile& t, const PlanarImage& tile) : t_(t), tile_(tile) {}
+
+  // The picture's size where the tile is the last one. Nothing is looked at beyond it elsewhere.
+  int width() const { return t_.x.readEnd; }
+  int height() const { return t_.y.readEnd; }
+
+  Rows row(int y) const { return tile_.row(t_.yInTile(y)) + t_.xInTile(0); }
+
+  // Once the pixels of a row's filtered region have been written.
+  void completeRow(int y) const {
+    const pixels::Region r = t_.filtered();
+    mirrorColumns(row(y), r.x0 - dots::kReach, r.x1 == width() ? width() + dots::kReach : 0, width());
+  }
+
+  // Pixels of a row without dots.
+  HWY_NOINLINE void copyRow(int y, int xStart, int xEnd, const Rows& to) const {
+    const params::DotSettings& s = t_.settings.dots;
+    const Rows above = row(pixels::mirrored(y - 1, height())), own = row(y),
+               below = row(pixels::mirrored(y + 1, height()));
+    for (int c = 0; c < params::kShrunkChannels; ++c) {
+      const float radius = c == params::kShrunkY ? s.luma : s.chroma;
+      if (radius > 0.0f) {
+        dots::HWY_NAMESPACE::removeDots({above.plane[c], own.plane[c], below.plane[c]}, xStart, xEnd, radius,
+                                        to.plane[c]);
+      } else {
+        std::memcpy(to.plane[c] + xStart, own.plane[c] + xStart,
+                    sizeof(float) * static_cast<std::size_t>(xEnd - xStart));
+      }
+    }
+  }
+
+ private:
+  const Tile& t_;
+  const PlanarImage tile_;
+};
+
+// The memory of the stages: the blocks, and a row of Y, B - Y, R - Y.
 struct StageMemory {
   explicit StageMemory(simd::Arena* arena)
       : blocks(arena), row(arena, simd::Pitch(shrink::HWY_NAMESPACE::kMostCovered + 6 * simd::kMaxLanes)) {}
@@ -41,12 +80,12 @@ struct StageMemory {
   simd::Ring<1, 3> row;
 };
 
-template <typename Sample, Rounding kRounding>
+template <typename Sample>
 class Stages {
  public:
-  // The tile has been filtered and holds the whole of its filtered region; samples is room for a row of them.
+  // The tile has been filtered; samples is room for a row of them.
   Stages(const Tile& t, const PlanarImage& tile, const RowsOf<Sample>& samples, simd::Arena scratch)
-      : t_(t), tile_(tile), samples_(samples), memory_(&scratch), rule_(t.settings.shrink) {}
+      : t_(t), guide_(t, tile), samples_(samples), memory_(&scratch), rule_(t.settings.shrink) {}
 
   void run() {
     blend();
@@ -59,13 +98,7 @@ class Stages {
   }
 
  private:
-  int width() const { return t_.x.readEnd; }  // the picture's, where the tile is the last
-  int height() const { return t_.y.readEnd; }
-
-  // Row y of the tile; pixel x of the picture lies at plane[x].
-  Rows tileRow(int y) const { return tile_.row(t_.yInTile(y)) + t_.xInTile(0); }
-
-  // The input's pixels on the working scale, a vector of them.
+  // A vector of the input's pixels on the working scale.
   HWY_INLINE VectorRgb noisy(int x) const {
     return times(blendValues(samples_, x, t_.scale), hn::Set(Floats(), t_.scale.blendToWorking));
   }
@@ -75,33 +108,16 @@ class Stages {
     const pixels::Region r = t_.filtered();
     for (int y = r.y0; y < r.y1; ++y) {
       loadRow(t_.in, r.x0, y, r.x1 - r.x0, samples_);
-      const Rows row = tileRow(y);
+      const Rows row = guide_.row(y);
       for (int x = r.x0; x < r.x1; x += lanes()) {
         const VectorYcc mixed = blend::HWY_NAMESPACE::mixYcc(noisy(x - r.x0), loadRgb(row, x), 1.0f, t_.settings.blend);
         storeRgb({mixed.y, mixed.bMinusY, mixed.rMinusY}, row, x);
       }
-      mirrorColumns(row, r.x0 == 0 ? -dots::kReach : 0, r.x1 == width() ? width() + dots::kReach : 0, width());
+      guide_.completeRow(y);
     }
   }
 
-  // The guide's row without dots.
-  void guideRow(int y, int xStart, int xEnd, const Rows& to) const {
-    const params::DotSettings& s = t_.settings.dots;
-    const Rows above = tileRow(pixels::mirrored(y - 1, height())), row = tileRow(y),
-               below = tileRow(pixels::mirrored(y + 1, height()));
-    for (int c = 0; c < 3; ++c) {
-      const float radius = c == 0 ? s.luma : s.chroma;
-      if (radius > 0.0f) {
-        dots::HWY_NAMESPACE::removeDots({above.plane[c], row.plane[c], below.plane[c]}, xStart, xEnd, radius,
-                                        to.plane[c]);
-      } else {
-        std::memcpy(to.plane[c] + xStart, row.plane[c] + xStart,
-                    sizeof(float) * static_cast<std::size_t>(xEnd - xStart));
-      }
-    }
-  }
-
-  void noisyRow(int y, int xStart, int xEnd, const Rows& to) const {
+  HWY_NOINLINE void noisyRow(int y, int xStart, int xEnd, const Rows& to) const {
     loadRow(t_.in, xStart, y, xEnd - xStart, samples_);
     for (int x = xStart; x < xEnd; x += lanes()) {
       const VectorYcc p = toYcc(noisy(x - xStart));
@@ -111,6 +127,21 @@ class Stages {
 
   // A row of Y, B - Y, R - Y becomes the output's.
   void store(const Rows& from, int y, int xStart, int xEnd) const {
+    switch (t_.scale.rounding) {
+      case Rounding::kTruncate:
+        round<Rounding::kTruncate>(from, xStart, xEnd);
+        break;
+      case Rounding::kNearest:
+        round<Rounding::kNearest>(from, xStart, xEnd);
+        break;
+      case Rounding::kNone:
+        if constexpr (sizeof(Sample) == sizeof(float)) round<Rounding::kNone>(from, xStart, xEnd);
+    }
+    storeRow(samples_, t_.out, xStart, y, xEnd - xStart);
+  }
+
+  template <Rounding kRounding>
+  HWY_NOINLINE void round(const Rows& from, int xStart, int xEnd) const {
     const V toBlend = hn::Set(Floats(), t_.scale.toBlend);
     for (int x = xStart; x < xEnd; x += lanes()) {
       const VectorRgb p = loadRgb(from, x);
@@ -119,16 +150,15 @@ class Stages {
       storeBlended<Sample, kRounding>(rgb.g, t_.scale, samples_.plane[1] + x - xStart);
       storeBlended<Sample, kRounding>(rgb.b, t_.scale, samples_.plane[2] + x - xStart);
     }
-    storeRow(samples_, t_.out, xStart, y, xEnd - xStart);
   }
 
-  // Scratch whose plane[x] is pixel x of the picture, for x from some vectors before xStart on.
+  // Scratch whose plane[x] is pixel x of the picture, from a vector before xStart on.
   Rows scratchFrom(int xStart) const { return memory_.row.at(0).rows() + (simd::kMaxLanes - xStart); }
 
   void copyStrip(const pixels::Region& strip) const {
     const Rows row = scratchFrom(strip.x0);
     for (int y = strip.y0; y < strip.y1; ++y) {
-      guideRow(y, strip.x0, strip.x1, row);
+      guide_.copyRow(y, strip.x0, strip.x1, row);
       store(row, y, strip.x0, strip.x1);
     }
   }
@@ -139,7 +169,7 @@ class Stages {
     for (int row = y.start; row < y.end; ++row) {
       take(row, row - y.start, strip, x);
       const int ofBlocks = row + 1 - shrink::kBlock;
-      if (ofBlocks < y.start || (row + 1) % shrink::kStep != 0) continue;
+      if (ofBlocks < y.start || ofBlocks % shrink::kStep != 0) continue;
       memory_.blocks.shrink(ofBlocks - y.start, rule_);
       give(ofBlocks, strip, x);
     }
@@ -148,14 +178,14 @@ class Stages {
   // A row of the cover, of what lies inside the picture and its mirror image.
   void take(int y, int index, const pixels::Region& strip, const shrink::Cover& cover) const {
     const int first = strip.x0 - shrink::kReach, end = strip.x1 + shrink::kReach;
-    const int xStart = first > 0 ? first : 0, xEnd = end < width() ? end : width();
-    const int inside = pixels::mirrored(y, height());
+    const int xStart = first > 0 ? first : 0, xEnd = end < guide_.width() ? end : guide_.width();
+    const int inside = pixels::mirrored(y, guide_.height());
     const Rows row = scratchFrom(cover.start);
     noisyRow(inside, xStart, xEnd, row);
-    mirrorColumns(row, cover.start, cover.end, width());
+    mirrorColumns(row, cover.start, cover.end, guide_.width());
     memory_.blocks.take(shrink::HWY_NAMESPACE::kNoisy, index, row + cover.start);
-    guideRow(inside, xStart, xEnd, row);
-    mirrorColumns(row, cover.start, cover.end, width());
+    guide_.copyRow(inside, xStart, xEnd, row);
+    mirrorColumns(row, cover.start, cover.end, guide_.width());
     memory_.blocks.take(shrink::HWY_NAMESPACE::kGuide, index, row + cover.start);
   }
 
@@ -170,7 +200,7 @@ class Stages {
   }
 
   const Tile& t_;
-  const PlanarImage tile_;
+  const Guide guide_;
   const RowsOf<Sample> samples_;
   StageMemory memory_;
   const shrink::Rule rule_;

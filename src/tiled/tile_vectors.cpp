@@ -188,7 +188,6 @@ HWY_NOINLINE void blendRow(const Rows& filtered, int pixels, const RowsOf<Sample
 template <typename Sample, Rounding kRounding>
 void finish(const Tile& t, const TileMemory& m) {
   const RowsOf<Sample> samples = m.sampleRow<Sample>();
-  if (t.settings.haveGuide()) return Stages<Sample, kRounding>(t, m.level[0].image, samples, m.scratch).run();
   const pixels::Region written = t.written();
   const int width = written.x1 - written.x0;
   for (int y = written.y0; y < written.y1; ++y) {
@@ -199,21 +198,27 @@ void finish(const Tile& t, const TileMemory& m) {
 }
 
 template <typename Sample>
+void finish(const Tile& t, const TileMemory& m) {
+  if (t.settings.haveGuide()) {
+    return Stages<Sample>(t, m.level[0].image, m.sampleRow<Sample>(), m.scratch).run();
+  }
+  switch (t.scale.rounding) {
+    case Rounding::kTruncate:
+      return finish<Sample, Rounding::kTruncate>(t, m);
+    case Rounding::kNearest:
+      return finish<Sample, Rounding::kNearest>(t, m);
+    case Rounding::kNone:
+      if constexpr (sizeof(Sample) == sizeof(float)) finish<Sample, Rounding::kNone>(t, m);
+  }
+}
+
+template <typename Sample>
 bool processSamples(const Tile& t, float* memory) {
   Arena arena(memory);
   const TileMemory m(&arena, t.x.tileSize, t.y.tileSize, sizeof(Sample));
   if (!fill<Sample>(t, m)) return false;
   filterPyramid(m, t.filteredArea(), t.settings);
-  switch (t.scale.rounding) {
-    case Rounding::kTruncate:
-      finish<Sample, Rounding::kTruncate>(t, m);
-      break;
-    case Rounding::kNearest:
-      finish<Sample, Rounding::kNearest>(t, m);
-      break;
-    case Rounding::kNone:
-      if constexpr (sizeof(Sample) == sizeof(float)) finish<Sample, Rounding::kNone>(t, m);
-  }
+  finish<Sample>(t, m);
   return true;
 }
 
