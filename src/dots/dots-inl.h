@@ -24,9 +24,9 @@ HWY_INLINE void widenTo(Range& range, V value) {
 }
 
 // rows: those above, of and below the pixels. Writes whole vectors.
-HWY_NOINLINE void removeDots(const float* const (&rows)[3], int xStart, int xEnd, float radius, float* to) {
+HWY_NOINLINE void removeDots(const float* const (&rows)[3], int pixels, float radius, float* to) {
   const Floats d;
-  for (int x = xStart; x < xEnd; x += lanes()) {
+  for (int x = 0; x < pixels; x += lanes()) {
     const V above = hn::LoadU(d, rows[0] + x), centre = hn::LoadU(d, rows[1] + x), below = hn::LoadU(d, rows[2] + x);
     Range range = {hn::Min(above, below), hn::Max(above, below)};
     for (const int dx : {-1, 1}) {

@@ -10,6 +10,8 @@
 #ifndef VESKARO_SHRINK_SHRINK_H
 #define VESKARO_SHRINK_SHRINK_H
 
+#include <cstddef>
+
 #include "params/settings.h"
 #include "pixels/dct.h"
 
@@ -64,7 +66,7 @@ struct Image {
   float* samples;
   int width, height;
 
-  float* at(int x, int y) const { return samples + (static_cast<long>(y) * width + x) * params::kShrunkChannels; }
+  float* at(int x, int y) const { return samples + (std::ptrdiff_t{y} * width + x) * params::kShrunkChannels; }
 };
 
 // The images are of one size and apart. The result's frame of four pixels is not the whole sum.

@@ -23,16 +23,24 @@ using simd::Rows;
 using simd::RowsOf;
 #if VESKARO_HAS_VECTORS
 
-// Fills the pixels of a row that lie beyond the picture's edge, as far as [xStart, xEnd) goes. Pixel x of the picture
-// lies at plane[x].
-HWY_NOINLINE void mirrorColumns(const Rows& row, int xStart, int xEnd, int width) {
-  for (float* plane : row.plane) {
-    for (int x = xStart; x < 0; ++x) plane[x] = plane[pixels::mirrored(x, width)];
-    for (int x = width; x < xEnd; ++x) plane[x] = plane[pixels::mirrored(x, width)];
+// A row of the picture, or a part of one, that is known by the picture's columns.
+struct PictureRow {
+  Rows first;
+  int column;  // of the first
+
+  Rows from(int x) const { return first + (x - column); }
+};
+
+// Fills the pixels that lie beyond the picture's edge, as far as [xStart, xEnd) goes.
+HWY_NOINLINE void mirrorColumns(const PictureRow& row, int xStart, int xEnd, int width) {
+  for (float* plane : row.first.plane) {
+    const auto at = [&](int x) -> float& { return plane[x - row.column]; };
+    for (int x = xStart; x < 0; ++x) at(x) = at(pixels::mirrored(x, width));
+    for (int x = width; x < xEnd; ++x) at(x) = at(pixels::mirrored(x, width));
   }
 }
 
-// The blended picture: the filtered region of a tile, row by row. Pixel x of the picture lies at plane[x].
+// The blended picture: the filtered region of a tile, row by row.
 class Guide {
  public:
   Guide(const Tile& t, const PlanarImage& tile) : t_(t), tile_(tile) {}
@@ -41,7 +49,7 @@ class Guide {
   int width() const { return t_.x.readEnd; }
   int height() const { return t_.y.readEnd; }
 
-  Rows row(int y) const { return tile_.row(t_.yInTile(y)) + t_.xInTile(0); }
+  PictureRow row(int y) const { return {tile_.row(t_.yInTile(y)), -t_.xInTile(0)}; }
 
   // Once the pixels of a row's filtered region have been written.
   void completeRow(int y) const {
@@ -52,16 +60,15 @@ class Guide {
   // Pixels of a row without dots.
   HWY_NOINLINE void copyRow(int y, int xStart, int xEnd, const Rows& to) const {
     const params::DotSettings& s = t_.settings.dots;
-    const Rows above = row(pixels::mirrored(y - 1, height())), own = row(y),
-               below = row(pixels::mirrored(y + 1, height()));
+    const auto from = [&](int row) { return this->row(pixels::mirrored(row, height())).from(xStart); };
+    const Rows above = from(y - 1), own = from(y), below = from(y + 1);
+    const int columns = xEnd - xStart;
     for (int c = 0; c < params::kShrunkChannels; ++c) {
       const float radius = c == params::kShrunkY ? s.luma : s.chroma;
       if (radius > 0.0f) {
-        dots::HWY_NAMESPACE::removeDots({above.plane[c], own.plane[c], below.plane[c]}, xStart, xEnd, radius,
-                                        to.plane[c]);
+        dots::HWY_NAMESPACE::removeDots({above.plane[c], own.plane[c], below.plane[c]}, columns, radius, to.plane[c]);
       } else {
-        std::memcpy(to.plane[c] + xStart, own.plane[c] + xStart,
-                    sizeof(float) * static_cast<std::size_t>(xEnd - xStart));
+        std::memcpy(to.plane[c], own.plane[c], sizeof(float) * static_cast<std::size_t>(columns));
       }
     }
   }
@@ -107,20 +114,21 @@ class Stages {
   HWY_NOINLINE void blend() const {
     const pixels::Region r = t_.filtered();
     for (int y = r.y0; y < r.y1; ++y) {
-      loadRow(t_.in, r.x0, y, r.x1 - r.x0, samples_);
-      const Rows row = guide_.row(y);
-      for (int x = r.x0; x < r.x1; x += lanes()) {
-        const VectorYcc mixed = blend::HWY_NAMESPACE::mixYcc(noisy(x - r.x0), loadRgb(row, x), 1.0f, t_.settings.blend);
+      const int columns = r.x1 - r.x0;
+      const Rows row = guide_.row(y).from(r.x0);
+      loadRow(t_.in, r.x0, y, columns, samples_);
+      for (int x = 0; x < columns; x += lanes()) {
+        const VectorYcc mixed = blend::HWY_NAMESPACE::mixYcc(noisy(x), loadRgb(row, x), 1.0f, t_.settings.blend);
         storeRgb({mixed.y, mixed.bMinusY, mixed.rMinusY}, row, x);
       }
       guide_.completeRow(y);
     }
   }
 
-  HWY_NOINLINE void noisyRow(int y, int xStart, int xEnd, const Rows& to) const {
+  HWY_NOINLINE void copyNoisyRow(int y, int xStart, int xEnd, const Rows& to) const {
     loadRow(t_.in, xStart, y, xEnd - xStart, samples_);
-    for (int x = xStart; x < xEnd; x += lanes()) {
-      const VectorYcc p = toYcc(noisy(x - xStart));
+    for (int x = 0; x < xEnd - xStart; x += lanes()) {
+      const VectorYcc p = toYcc(noisy(x));
       storeRgb({p.y, p.bMinusY, p.rMinusY}, to, x);
     }
   }
@@ -129,34 +137,31 @@ class Stages {
   void store(const Rows& from, int y, int xStart, int xEnd) const {
     switch (t_.scale.rounding) {
       case Rounding::kTruncate:
-        round<Rounding::kTruncate>(from, xStart, xEnd);
+        round<Rounding::kTruncate>(from, xEnd - xStart);
         break;
       case Rounding::kNearest:
-        round<Rounding::kNearest>(from, xStart, xEnd);
+        round<Rounding::kNearest>(from, xEnd - xStart);
         break;
       case Rounding::kNone:
-        if constexpr (sizeof(Sample) == sizeof(float)) round<Rounding::kNone>(from, xStart, xEnd);
+        if constexpr (sizeof(Sample) == sizeof(float)) round<Rounding::kNone>(from, xEnd - xStart);
     }
     storeRow(samples_, t_.out, xStart, y, xEnd - xStart);
   }
 
   template <Rounding kRounding>
-  HWY_NOINLINE void round(const Rows& from, int xStart, int xEnd) const {
+  HWY_NOINLINE void round(const Rows& from, int columns) const {
     const V toBlend = hn::Set(Floats(), t_.scale.toBlend);
-    for (int x = xStart; x < xEnd; x += lanes()) {
+    for (int x = 0; x < columns; x += lanes()) {
       const VectorRgb p = loadRgb(from, x);
       const VectorRgb rgb = times(toRgb(VectorYcc{p.r, p.g, p.b}), toBlend);
-      storeBlended<Sample, kRounding>(rgb.r, t_.scale, samples_.plane[0] + x - xStart);
-      storeBlended<Sample, kRounding>(rgb.g, t_.scale, samples_.plane[1] + x - xStart);
-      storeBlended<Sample, kRounding>(rgb.b, t_.scale, samples_.plane[2] + x - xStart);
+      storeBlended<Sample, kRounding>(rgb.r, t_.scale, samples_.plane[0] + x);
+      storeBlended<Sample, kRounding>(rgb.g, t_.scale, samples_.plane[1] + x);
+      storeBlended<Sample, kRounding>(rgb.b, t_.scale, samples_.plane[2] + x);
     }
   }
 
-  // Scratch whose plane[x] is pixel x of the picture, from a vector before xStart on.
-  Rows scratchFrom(int xStart) const { return memory_.row.at(0).rows() + (simd::kMaxLanes - xStart); }
-
   void copyStrip(const pixels::Region& strip) const {
-    const Rows row = scratchFrom(strip.x0);
+    const Rows row = memory_.row.at(0).rows();
     for (int y = strip.y0; y < strip.y1; ++y) {
       guide_.copyRow(y, strip.x0, strip.x1, row);
       store(row, y, strip.x0, strip.x1);
@@ -175,27 +180,28 @@ class Stages {
     }
   }
 
-  // A row of the cover, of what lies inside the picture and its mirror image.
+  // A row of the cover, of what lies inside the picture and its mirror image. What is read begins a few pixels before
+  // the cover, for which the row has room.
   void take(int y, int index, const pixels::Region& strip, const shrink::Cover& cover) const {
     const int first = strip.x0 - shrink::kReach, end = strip.x1 + shrink::kReach;
     const int xStart = first > 0 ? first : 0, xEnd = end < guide_.width() ? end : guide_.width();
     const int inside = pixels::mirrored(y, guide_.height());
-    const Rows row = scratchFrom(cover.start);
-    noisyRow(inside, xStart, xEnd, row);
+    const PictureRow row = {memory_.row.at(0).rows(), cover.start};
+    copyNoisyRow(inside, xStart, xEnd, row.from(xStart));
     mirrorColumns(row, cover.start, cover.end, guide_.width());
-    memory_.blocks.take(shrink::HWY_NAMESPACE::kNoisy, index, row + cover.start);
-    guide_.copyRow(inside, xStart, xEnd, row);
+    memory_.blocks.take(shrink::HWY_NAMESPACE::kNoisy, index, row.first);
+    guide_.copyRow(inside, xStart, xEnd, row.from(xStart));
     mirrorColumns(row, cover.start, cover.end, guide_.width());
-    memory_.blocks.take(shrink::HWY_NAMESPACE::kGuide, index, row + cover.start);
+    memory_.blocks.take(shrink::HWY_NAMESPACE::kGuide, index, row.first);
   }
 
   void give(int yStart, const pixels::Region& strip, const shrink::Cover& cover) const {
-    const Rows row = scratchFrom(cover.start);
+    const PictureRow row = {memory_.row.at(0).rows(), cover.start};
     for (int i = 0; i < shrink::kStep; ++i) {
       const int y = yStart + i;
       if (y < strip.y0 || y >= strip.y1) continue;
-      memory_.blocks.give(i, row + cover.start);
-      store(row, y, strip.x0, strip.x1);
+      memory_.blocks.give(i, row.first);
+      store(row.from(strip.x0), y, strip.x0, strip.x1);
     }
   }
 

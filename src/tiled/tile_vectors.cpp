@@ -96,7 +96,7 @@ bool fill(const Tile& t, const TileMemory& m) {
     loadRow(t.in, t.x.readStart, y, pixels, samples);
     if (!toWorkingRow(samples, pixels, t.scale, row + t.x.tileStart)) return false;
     if (mirrors) {
-      mirrorColumns(row + t.xInTile(0), -t.x.tileStart, t.x.tileSize - t.xInTile(0), t.x.readEnd);
+      mirrorColumns({row, -t.xInTile(0)}, -t.x.tileStart, t.x.tileSize - t.xInTile(0), t.x.readEnd);
     } else {
       zeroColumns(row, 0, t.x.tileStart);
       zeroColumns(row, t.x.tileStart + pixels, tile.w);
