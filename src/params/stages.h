@@ -6,8 +6,11 @@ namespace veskaro::params {
 
 struct NoiseForStages {
   float luma, chroma;  // deviations of fine details, of black
+  float structure;     // of the median block's middle luminance details, noise and picture
   float correlation;   // 0 white, 1 smoothed
   float blotches;      // 0 none, 1 blotches of colour
+  float kept;          // share of the luminance reading that is noise and no texture
+  bool isLinear;       // deviations of square roots of linear light
 };
 
 constexpr int kResiduals = 8;  // frequencies of a block

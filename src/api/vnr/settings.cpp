@@ -142,8 +142,9 @@ vnr_settings fastSettings(const vnr_noise& noise, float strength) {
 
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
   vnr_settings s = fastSettings(noise, strength);
-  const params::Stages stages =
-      params::setStages({noise.luma, noise.chroma, noise.correlation, noise.blotches}, strength, s.params);
+  const params::Stages stages = params::setStages({noise.luma, noise.chroma, noise.structure, noise.correlation,
+                                                   noise.blotches, noise.texture_guard, noise.encoding == VNR_LINEAR},
+                                                  strength, s.params);
   s.patch = stages.patch;
   s.dots_luma = stages.dotsLuma;
   s.dots_chroma = stages.dotsChroma;
