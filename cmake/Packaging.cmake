@@ -80,6 +80,9 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The companion's own library is found here; which package brings it is said by the components' dependencies.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+if(CMAKE_CROSSCOMPILING)
+  list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_FIND_ROOT_PATH}/lib)
+endif()
 
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "image noise reduction for host applications
 VeskaroNRLib removes noise from pictures held in memory: interleaved RGB of
