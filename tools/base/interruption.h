@@ -19,8 +19,8 @@ void watchForSignals();
 // How far the work is, as "interrupted" goes on. Clears the line of the terminal first when a bar stands there.
 void noteHowFar(const std::string& words, bool clearsLine);
 
-// While one lives, a signal raises the flag, and the process is ended only when that has led to nothing for two seconds,
-// or by a second signal. Without one the first ends it.
+// While one lives, a signal raises the flag, and the process is ended only when that has led to nothing for two
+// seconds, or by a second signal. Without one the first ends it.
 class StopsInOrder {
  public:
   StopsInOrder();

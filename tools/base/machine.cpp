@@ -80,7 +80,8 @@ int allowedProcessors() {
 
 int processors() {
   double count = allowedProcessors();
-  forEachGroup("cpu", [&](const std::string& group) { count = std::min(count, std::ceil(quotaOf(group).value_or(count))); });
+  forEachGroup("cpu",
+               [&](const std::string& group) { count = std::min(count, std::ceil(quotaOf(group).value_or(count))); });
   return std::max(1, static_cast<int>(count));
 }
 

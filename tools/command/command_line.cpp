@@ -31,7 +31,8 @@ CLI::Option* addNames(CLI::App& app, find::Inputs& inputs, const char* help) {
 }
 
 void addList(CLI::App& app, find::Inputs& inputs, const char* group) {
-  CLI::Option* list = app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
+  CLI::Option* list =
+      app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
   list->type_name("FILE")->group(group);
   app.add_flag("--null", inputs.endsWithNul, "The names on that list end in NUL, as those of find -print0")
       ->group(group)
@@ -117,13 +118,14 @@ class DenoiseOptions {
   void addControl() {
     const char* group = "Control";
     run::Settings& settings = denoise_.settings;
-    strength_ = add("--strength", settings.strength, "100 is nominal; best and fast take 60 at least", "50..150", group);
+    strength_ =
+        add("--strength", settings.strength, "100 is nominal; best and fast take 60 at least", "50..150", group);
     preset_ = add("--preset", settings.preset, fmt::format("{} [best]", run::presetNames()), "NAME", group);
     add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
     app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
     add("--tile", denoise_.tile, "Edge of a tile in pixels [256]", "56..", group)->check(CLI::Range(56, 1 << 15));
-    CLI::Option* noise =
-        add("--noise-from", denoise_.noiseFrom, "Go by the noise of this picture, or profile --json of one", "FILE", group);
+    CLI::Option* noise = add("--noise-from", denoise_.noiseFrom,
+                             "Go by the noise of this picture, or profile --json of one", "FILE", group);
     add("--recipe", denoise_.recipe, "Use these settings, all of them", "FILE", group)
         ->excludes(strength_)
         ->excludes(preset_)

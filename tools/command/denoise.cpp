@@ -37,7 +37,8 @@ std::string wordsFor(const FileResult& file, const Denoise& command) {
   }
   const bool isSkipped = std::holds_alternative<run::Skipped>(file.end);
   if (isSkipped && !isVerbose && !command.dryRun) return "";
-  return tell::printable(fmt::format("{} -> {}{}", file.input, file.output, isSkipped ? ": exists already" : "")) + "\n";
+  return tell::printable(fmt::format("{} -> {}{}", file.input, file.output, isSkipped ? ": exists already" : "")) +
+         "\n";
 }
 
 tell::Said saidOf(const FileResult& file, const Denoise& command) {
@@ -70,7 +71,8 @@ class Batch {
     vips_concurrency_set(std::max(1, pool_.threads() / pool_.jobs()));
     {
       const StopsInOrder stopping;
-      pool_.forEachItem([this](int worker, std::size_t index) { return workOn(static_cast<std::size_t>(worker), index); });
+      pool_.forEachItem(
+          [this](int worker, std::size_t index) { return workOn(static_cast<std::size_t>(worker), index); });
     }
     sayWhatItCameTo();
     if (isInterrupted()) throw Interrupted{};
@@ -153,8 +155,7 @@ auto named(const std::string& name, Read read) -> decltype(read()) try {
 void readSettings(Denoise& command) {
   run::Settings& settings = command.settings;
   if (const auto& name = command.noiseFrom) {
-    settings.noise =
-        std::make_shared<vnr_noise>(named(*name, [&] { return noiseIn(*name, command.limits); }));
+    settings.noise = std::make_shared<vnr_noise>(named(*name, [&] { return noiseIn(*name, command.limits); }));
   }
   if (const auto& name = command.recipe) {
     settings.recipe = std::make_shared<vnr_settings>(named(*name, [&] { return settingsIn(*name); }));

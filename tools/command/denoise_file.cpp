@@ -76,8 +76,7 @@ Through photoThrough(Bytes file, Format from, Format to, const Denoise& command,
   if (wantsDisplay(command)) display = beside([&] { return tell::displayPair(photo, after.samples); });
   photo.decoded = {};
   timer.lap();
-  Bytes encoded =
-      beside([&] { return pictures::encodePhoto(photo, std::move(after.samples), to, command.save); });
+  Bytes encoded = beside([&] { return pictures::encodePhoto(photo, std::move(after.samples), to, command.save); });
   return {about, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
@@ -157,7 +156,8 @@ class Way {
   void plan() {
     // What can be told by the names alone.
     const Bytes beginning = pictures::readBeginning(result_.input).bytes;
-    if (!pictures::isStandardStream(result_.input)) find::outputFormat(result_.output, command_.naming, requireFormat(beginning));
+    if (!pictures::isStandardStream(result_.input))
+      find::outputFormat(result_.output, command_.naming, requireFormat(beginning));
     result_.end = run::Planned{};
   }
 

@@ -25,8 +25,8 @@ Failure unreadable(const std::string& name, const std::string& why) {
   return {Kind::kUnreadable, "cannot read " + name + ": " + why};
 }
 
-// Adds the pictures of one folder given as input. A folder below it that cannot be listed is found with its problem; the
-// others go on.
+// Adds the pictures of one folder given as input. A folder below it that cannot be listed is found with its problem;
+// the others go on.
 class FolderSearch {
  public:
   FolderSearch(const fs::path& top, const EarlierResults& passedOver, Pictures& found)

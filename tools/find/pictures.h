@@ -30,9 +30,10 @@ struct Inputs {
 
 // A file to work on.
 struct Found {
-  const char* name;         // lives as long as the list of all
-  std::uint64_t size = 0;   // in bytes, 0 when not known
-  std::uint32_t below = 0;  // where the part of the name begins that lies below the folder given; 0 for a file given itself
+  const char* name;        // lives as long as the list of all
+  std::uint64_t size = 0;  // in bytes, 0 when not known
+  std::uint32_t below =
+      0;  // where the part of the name begins that lies below the folder given; 0 for a file given itself
 
   // The folder of the file, seen from the one that was given.
   std::string folderBelow() const;

@@ -85,8 +85,10 @@ std::optional<Format> Plan::formatOf(std::size_t index) {
   const pictures::Beginning beginning = pictures::readBeginning(found.name);
   std::error_code error;
   if (!beginning.isFile && !naming_.output && !naming_.format && fs::is_other(found.name, error)) {
-    pictures_.setProblem(index, {Kind::kUnsupported, std::string(found.name) + ": not a regular file, whose format would "
-                                                     "be known beforehand (--format or --output says that of the result)"});
+    pictures_.setProblem(
+        index, {Kind::kUnsupported, std::string(found.name) +
+                                        ": not a regular file, whose format would "
+                                        "be known beforehand (--format or --output says that of the result)"});
   }
   return pictures::sniffFormat(beginning.bytes);
 }

@@ -216,7 +216,8 @@ Beginning readBeginning(const std::string& path) {
   if (!beginning.isFile) return beginning;
   beginning.size = static_cast<std::uintmax_t>(status.st_size);
   beginning.bytes.resize(kEnough);
-  beginning.bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(0, read(file.fd, beginning.bytes.data(), kEnough))));
+  beginning.bytes.resize(
+      static_cast<std::size_t>(std::max<ssize_t>(0, read(file.fd, beginning.bytes.data(), kEnough))));
   return beginning;
 }
 

@@ -52,8 +52,8 @@ std::size_t headerLength(const Bytes& file) {
 void requireUsableSize(int width, int height) {
   const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   if (pixels * 8 > INT_MAX) {
-    throw Failure(Kind::kUnsupported, fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height,
-                                                  INT_MAX / 8000000));
+    throw Failure(Kind::kUnsupported,
+                  fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
   }
   requireMemory(pixels * (20 + 4 * 6));
 }

@@ -115,8 +115,7 @@ DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, c
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
   const Light light = pictures::toLight(picture);
-  NoiseProfile noise =
-      settings.noise ? givenNoise(*settings.noise, VNR_LINEAR) : measure(picture, light, &control);
+  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, VNR_LINEAR) : measure(picture, light, &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
   const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;

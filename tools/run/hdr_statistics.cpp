@@ -25,7 +25,8 @@ void requireEnoughPixels(int width, int height) {
 
 void requireSuccess(int code) {
   if (code == NR_ERROR_STATISTICS) {
-    throw Failure(Kind::kUnsupported, "the picture has no range of brightness to measure (all of it black or of one colour)");
+    throw Failure(Kind::kUnsupported,
+                  "the picture has no range of brightness to measure (all of it black or of one colour)");
   }
   if (code == NR_ERROR_MEMORY) throw Failure(Kind::kNoMemory, "memory exhausted");
   if (code <= 0) throw Failure(fmt::format("the library refused the picture (code {})", code));

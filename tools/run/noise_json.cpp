@@ -71,8 +71,7 @@ void requireUsable(const vnr_noise& noise) {
   settings.struct_size = sizeof settings;
   for (const auto rule : {vnr_settings_best, vnr_settings_classic}) {
     vnr_plan* plan = nullptr;
-    const bool isUsable =
-        rule(&noise, 1.0f, &settings) == VNR_OK && vnr_plan_begin(64, 64, &settings, &plan) == VNR_OK;
+    const bool isUsable = rule(&noise, 1.0f, &settings) == VNR_OK && vnr_plan_begin(64, 64, &settings, &plan) == VNR_OK;
     vnr_plan_end(plan);
     if (!isUsable) throw Failure("the noise has values that no picture has");
   }

@@ -174,7 +174,8 @@ Chosen::Chosen(Rule rule, const vnr_noise& noise, int strength)
 
 Chosen::Chosen(const vnr_settings& recipe) : rule_(recipe) {
   for (std::size_t i = 0; i < kParameterCount; ++i)
-    parameters_[i] = {kDescriptions[i].name, kDescriptions[i].meaning, defaultOf(i), valueIn(rule_, i), Origin::kRecipe};
+    parameters_[i] = {kDescriptions[i].name, kDescriptions[i].meaning, defaultOf(i), valueIn(rule_, i),
+                      Origin::kRecipe};
 }
 
 void Chosen::set(const std::vector<Setting>& settings, Origin origin) {

@@ -72,7 +72,8 @@ void Pool::runOne(Call& call, Lock& lock) {
 }
 
 Pool::Call* Pool::unfinishedCall() {
-  const auto found = std::find_if(calls_.begin(), calls_.end(), [](const Call* call) { return call->next < call->count; });
+  const auto found =
+      std::find_if(calls_.begin(), calls_.end(), [](const Call* call) { return call->next < call->count; });
   return found == calls_.end() ? nullptr : *found;
 }
 
@@ -117,8 +118,7 @@ void Pool::stop(std::exception_ptr thrown) {
 Pool::Part::Part(Pool& pool, std::size_t bytes) : pool_(pool), bytes_(std::min(bytes, pool.memory_)) {
   Lock lock(pool.mutex_);
   const std::uint64_t ticket = pool.nextTicket_++;
-  pool.helpUntil(
-      lock, [&] { return ticket == pool_.nextServed_ && bytes_ <= pool_.memory_ - pool_.taken_; });
+  pool.helpUntil(lock, [&] { return ticket == pool_.nextServed_ && bytes_ <= pool_.memory_ - pool_.taken_; });
   ++pool.nextServed_;
   pool.taken_ += bytes_;
   pool.changed_.notify_all();

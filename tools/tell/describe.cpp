@@ -159,7 +159,8 @@ std::string nameAsText(const std::string& bytes) {
     if (length > 0)
       text.append(bytes, at, length);
     else
-      text += {'\xf4', '\x8f', static_cast<char>(0xbe | (bytes[at] >> 6 & 1)), static_cast<char>(0x80 | (bytes[at] & 0x3f))};
+      text += {'\xf4', '\x8f', static_cast<char>(0xbe | (bytes[at] >> 6 & 1)),
+               static_cast<char>(0x80 | (bytes[at] & 0x3f))};
     at += std::max<std::size_t>(1, length);
   }
   return text;

@@ -66,8 +66,8 @@ std::string parameterLine(const run::Parameter& parameter) {
 }
 
 std::string workDetails(const FilterWork& work, const Settings& settings) {
-  std::string text =
-      settings.recipe ? "  by a recipe\n" : fmt::format("  preset {}, strength {}\n", settings.preset, settings.strength);
+  std::string text = settings.recipe ? "  by a recipe\n"
+                                     : fmt::format("  preset {}, strength {}\n", settings.preset, settings.strength);
   text += grainLine(work.noise) + levelLine(work);
   for (const run::Parameter& parameter : work.parameters) text += parameterLine(parameter);
   return text;

@@ -22,7 +22,9 @@ void Summary::add(const run::FileResult& file) {
 }
 
 std::string Summary::line(std::size_t files) const {
-  const auto some = [](std::size_t count, const char* what) { return count > 0 ? fmt::format("{} {}, ", count, what) : ""; };
+  const auto some = [](std::size_t count, const char* what) {
+    return count > 0 ? fmt::format("{} {}, ", count, what) : "";
+  };
   const std::string first = planned_ > 0 ? some(planned_, "to do") : fmt::format("{} done, ", done_);
   return first + some(skipped_, "skipped") + some(files - ended(), "not tried") +
          fmt::format("{} failed, {:.1f} MP in {:.1f} s", failed_, megapixels_, timer_.seconds());
