@@ -93,6 +93,7 @@ class CNoise(Structure):
         ("coarse_chroma", c_float),
         ("texture_guard", c_float),
         ("structure", c_float),
+        ("spectrum", c_float * 8 * 8 * 3),
     ]
 
 
@@ -107,6 +108,14 @@ class CSettings(Structure):
         ("linear_scale", c_float),
         ("tile", c_int32),
         ("rounding", c_int32),
+        ("patch", c_float),
+        ("dots_luma", c_float),
+        ("dots_chroma", c_float),
+        ("shrink_luma", c_float),
+        ("shrink_chroma", c_float),
+        ("residual_luma", c_float * 8),
+        ("residual_chroma", c_float * 8),
+        ("spectrum", c_float * 8 * 8 * 3),
     ]
 
 
@@ -133,6 +142,7 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "vnr_measure_load": (c_int, [c_char_p, c_size_t, POINTER(c_void_p)]),
     "vnr_measure_end": (None, [c_void_p]),
     "vnr_settings_classic": (c_int, [_NOISE, c_float, _SETTINGS]),
+    "vnr_settings_fast": (c_int, [_NOISE, c_float, _SETTINGS]),
     "vnr_settings_best": (c_int, [_NOISE, c_float, _SETTINGS]),
     "vnr_plan_begin": (c_int, [c_int32, c_int32, _SETTINGS, POINTER(c_void_p)]),
     "vnr_plan_cover": (c_int, [c_void_p, _RECTANGLE, _RECTANGLE, _RECTANGLE]),
