@@ -7,8 +7,7 @@ namespace veskaro::platform {
 // 2 to a power, to 0.7 units in the last place; infinity beyond the range of doubles, 0 below it.
 double powerOfTwo(double power);
 
-// A base to a power, with as many units in the last place more as the result's exponent has places. Not a number for a
-// base below 0.
+// A base to a power, to 2^-48 of it where that lies between 2^-30 and 2^30. Not a number for a base below 0.
 double powerOf(double base, double power);
 
 }  // namespace veskaro::platform

@@ -350,7 +350,7 @@ void callHdrHelpers(Call& call) {
   int* histogram = call.ints(static_cast<std::size_t>(bins));
   for (int k = 0; k < bins; ++k) histogram[k] = c.oneIn(4) ? extremeInt(c) : c.number(0, 100);
   const float share = c.oneIn(4) ? extremeValue(c) : c.real(0.0f, 1.0f);
-  const auto pixelCount = static_cast<std::size_t>(c.oneIn(4) ? extremeInt(c) : c.number(0, 3000));
+  const auto pixelCount = static_cast<std::size_t>(c.oneIn(4) ? extremeInt(c) & 0x7fffffff : c.number(0, 3000));
   const int length = c.oneIn(8) ? -1 : bins;
   const int bin = call.made([&] { return percentileD(share, pixelCount, length, histogram); });
   call.expect(bin >= 0 && bin <= bins, "percentileD: result");

@@ -20,7 +20,9 @@ class Digest {
     std::uint64_t bits = 0x7fc00000u;
     if constexpr (std::is_floating_point_v<T>) {
       static_assert(sizeof value == 4);
-      if (!std::isnan(value)) std::memcpy(&bits, &value, sizeof value), bits &= 0xffffffffu;
+      std::uint32_t word;
+      std::memcpy(&word, &value, sizeof word);
+      if (!std::isnan(value)) bits = word;
     } else {
       bits = static_cast<std::uint64_t>(value);
     }
