@@ -108,7 +108,8 @@ Format requireFormat(const Bytes& file) {
 
 bool isThere(const std::string& output) {
   std::error_code error;
-  return !pictures::isStandardStream(output) && std::filesystem::exists(output, error);
+  const auto status = std::filesystem::status(output, error);
+  return !pictures::isStandardStream(output) && exists(status) && !is_directory(status);
 }
 
 // All that may stand in the way of the results, before the work is done rather than after it.
