@@ -19,6 +19,7 @@ constexpr int kAllDone = 0, kSomeFailed = 1, kUsage = 2;
 void startLibvips(const char* name) {
   if (VIPS_INIT(name) != 0) throw tool::Failure("libvips does not start");
   tool::pictures::listenToDecoders();
+  tool::pictures::blockOtherLoaders();
   // Every picture is decoded once; keeping it would only take memory.
   vips_cache_set_max(0);
 }

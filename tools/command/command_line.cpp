@@ -86,8 +86,10 @@ class DenoiseOptions {
     add("-d,--output-dir", naming.outputDir, "Folder of the results; their names stay", "DIR", group);
     add("--suffix", naming.suffix, "Added to the names of results, before the extension [-clean]", "TEXT", group);
     app_.add_flag("-f,--force", naming.force, "Replace files that exist")->group(group);
-    add("--format", format_, "png, jpg, tif, webp or hdr, whatever the name says", "NAME", group);
-    add("--quality", denoise_.save.quality, "Of JPEG and lossy WebP [95]", "1..100", group)->check(CLI::Range(1, 100));
+    add("--format", format_, fmt::format("{}, whatever the name says", pictures::writtenWords()), "NAME", group);
+    add("--quality", denoise_.save.quality, "Of JPEG, AVIF and what else has losses [a JPEG's own, or 95]", "1..100",
+        group)
+        ->check(CLI::Range(1, 100));
   }
 
   void addControl() {
@@ -98,6 +100,8 @@ class DenoiseOptions {
     add("--preset", settings.preset, fmt::format("{} [best]", run::presetNames()), "NAME", group);
     add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
     app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
+    app_.add_flag("--display-referred", settings.displayReferred, "Floats are as a screen takes them, not light")
+        ->group(group);
     add("--threads", settings.threads, "Threads [one a processor]", "1..", group)->check(CLI::Range(1, 1024));
     add("--tile", settings.tile, "Edge of a tile in pixels [256]", "56..", group)->check(CLI::Range(56, 1 << 15));
   }
@@ -114,8 +118,10 @@ class DenoiseOptions {
   void takeFormat() {
     if (!format_) return;
     denoise_.naming.format = pictures::formatOfExtension(*format_);
-    if (!denoise_.naming.format)
-      throw UsageError{fmt::format("there is no format \"{}\"; there are png, jpg, tif, webp and hdr", *format_)};
+    const std::optional<pictures::Format> format = denoise_.naming.format;
+    if (!format || pictures::resultFormat(*format) != *format)
+      throw UsageError{
+          fmt::format("there is no format \"{}\" to write; there are {}", *format_, pictures::writtenWords())};
   }
 
   void takeSettings() try {
@@ -141,9 +147,6 @@ class DenoiseOptions {
     checkOne();
     if (verbose_ && quiet_) throw UsageError{"--verbose and --quiet exclude each other"};
     checkSuffix();
-    if (denoise_.naming.format == pictures::Format::kOpenExr) {
-      throw UsageError{"OpenEXR is read, not written; results are Radiance (--format hdr)"};
-    }
   }
 
   void checkOne() const {

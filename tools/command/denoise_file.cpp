@@ -9,8 +9,11 @@
 #include "base/timer.h"
 #include "pictures/file_io.h"
 #include "pictures/hdr.h"
+#include "pictures/light.h"
 #include "pictures/photo.h"
+#include "pictures/recognise.h"
 #include "run/denoise_hdr.h"
+#include "run/denoise_linear.h"
 #include "run/denoise_photo.h"
 #include "tell/comparison.h"
 #include "tell/display.h"
@@ -35,14 +38,23 @@ bool wantsDisplay(const Denoise& command) {
   return command.compare || command.report;
 }
 
-std::optional<std::string> noteOn(const pictures::Photo& photo) {
-  if (photo.pages <= 1) return std::nullopt;
-  return fmt::format("only the first of the file's {} pictures is denoised and written", photo.pages);
+std::string onPages(int pages) {
+  if (pages <= 1) return "";
+  return fmt::format("only the first of the file's {} pictures is denoised and written", pages);
 }
 
-std::optional<std::string> noteOn(const pictures::HdrPicture& picture) {
-  if (picture.format != Format::kOpenExr) return std::nullopt;
-  return "OpenEXR goes through RGBE: 8 bits of mantissa, no alpha";
+std::optional<std::string> noteOn(const pictures::Photo& photo) {
+  std::string note = onPages(photo.pages);
+  if (!photo.leftBehind.empty()) note += fmt::format("{}{} is left behind", note.empty() ? "" : "; ", photo.leftBehind);
+  return note.empty() ? std::nullopt : std::optional(note);
+}
+
+std::optional<std::string> noteOn(const pictures::LightPicture& picture, const run::Settings& settings, Format to) {
+  std::string note = onPages(picture.pages);
+  const bool isRgbe = !settings.displayReferred && settings.rule() == run::Rule::kClassic;
+  const char* as = isRgbe ? "denoised" : to == Format::kRadiance ? "written" : nullptr;
+  if (as != nullptr) note += fmt::format("{}{} as RGBE: 8 bits of mantissa", note.empty() ? "" : "; ", as);
+  return note.empty() ? std::nullopt : std::optional(note);
 }
 
 run::DenoisedPhoto denoised(const pictures::Photo& photo, const run::Settings& settings, const Progress& progress) {
@@ -78,10 +90,10 @@ run::DenoisedHdr denoised(const pictures::HdrPicture& picture, const run::Settin
   return denoised;
 }
 
-Through hdrThrough(const Bytes& file, Format from, const Denoise& command, const Progress& progress) {
+Through hdrThrough(const Bytes& file, const Denoise& command, const Progress& progress) {
   Timer timer;
-  const pictures::HdrPicture picture = pictures::decodeHdr(file, from);
-  const run::Decoded decoded{picture.layout(), noteOn(picture), timer.lap()};
+  const pictures::HdrPicture picture = pictures::decodeHdr(file);
+  const run::Decoded decoded{picture.layout(), std::nullopt, timer.lap()};
   run::DenoisedHdr after = denoised(picture, command.settings, progress);
   std::optional<tell::DisplayPair> display;
   if (wantsDisplay(command)) display = tell::displayPair(picture, after.planar);
@@ -90,16 +102,34 @@ Through hdrThrough(const Bytes& file, Format from, const Denoise& command, const
   return {decoded, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Through goThrough(Bytes file, Format from, Format to, const Denoise& command, const Progress& progress) {
-  if (!isHdr(from)) return photoThrough(std::move(file), from, to, command, progress);
-  if (to == Format::kRadiance) return hdrThrough(file, from, command, progress);
-  throw Failure(fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
+run::DenoisedLight denoised(const pictures::LightPicture& picture, const run::Settings& settings,
+                            const Progress& progress) {
+  const Cancellable cancellable;
+  run::DenoisedLight denoised = run::denoiseLight(picture, settings, {progress, cancellable.flag()});
+  cancellable.check();
+  return denoised;
 }
 
-Format requireFormat(const Bytes& file) {
-  const std::optional<Format> format = pictures::sniffFormat(file);
-  if (format) return *format;
-  throw Failure(file.empty() ? "the file is empty" : "not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
+Through lightThrough(Bytes file, Format from, Format to, const Denoise& command, const Progress& progress) {
+  Timer timer;
+  pictures::LightPicture picture = pictures::decodeLight(file, from);
+  file = Bytes();
+  const run::Decoded decoded{picture.layout(), noteOn(picture, command.settings, to), timer.lap()};
+  pictures::requireFits(picture, to);
+  run::DenoisedLight after = denoised(picture, command.settings, progress);
+  std::optional<tell::DisplayPair> display;
+  if (wantsDisplay(command)) display = tell::displayPair(picture, after.after, command.settings.displayReferred);
+  picture.light = std::move(after.after);
+  timer.lap();
+  Bytes encoded = pictures::encodeLight(picture, to);
+  return {decoded, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
+}
+
+Through goThrough(Bytes file, Format from, Format to, const Denoise& command, const Progress& progress) {
+  if (from == Format::kRadiance && to == Format::kRadiance) return hdrThrough(file, command, progress);
+  if (isHdr(from) || pictures::holdsFloats(file, from))
+    return lightThrough(std::move(file), from, to, command, progress);
+  return photoThrough(std::move(file), from, to, command, progress);
 }
 
 // All that may stand in the way of the results, before the work is done rather than after it.
@@ -124,7 +154,7 @@ void denoise(const find::Job& job, const Denoise& command, Taken& taken, const P
   const Timer total;
   Bytes file = pictures::readWhole(result.input);
   const double reading = total.seconds();
-  const Format from = requireFormat(file);
+  const Format from = pictures::recognise(file, result.input);
   result.output = find::outputFor(result.input, job.place, command.naming, from);
   const Format to = find::outputFormat(result.output, command.naming, from);
   requireWritable(result.input, result.output, command, taken);

@@ -10,7 +10,9 @@
 #include "find/jobs.h"
 #include "pictures/file_io.h"
 #include "pictures/hdr.h"
+#include "pictures/light.h"
 #include "pictures/photo.h"
+#include "pictures/recognise.h"
 #include "run/denoise_linear.h"
 #include "run/hdr_statistics.h"
 #include "run/library.h"
@@ -52,19 +54,28 @@ std::optional<HdrStatistics> statisticsOf(pictures::HdrPicture& picture) try {
   return std::nullopt;
 }
 
-Measured measureHdr(const std::string& name, const Bytes& file, Format format) {
-  pictures::HdrPicture picture = pictures::decodeHdr(file, format);
-  return {name, picture.layout(), run::measureLight(picture), statisticsOf(picture)};
+Measured measureHdr(const std::string& name, const Bytes& file) {
+  pictures::HdrPicture picture = pictures::decodeHdr(file);
+  return {name, picture.layout(), run::measureLight(pictures::lightOf(picture, 3)), statisticsOf(picture)};
+}
+
+Measured measureFloats(const std::string& name, const Bytes& file, Format format) {
+  const pictures::LightPicture picture = pictures::decodeLight(file, format);
+  return {name, picture.layout(), run::measureLight(picture.light), std::nullopt};
+}
+
+Measured measure(const std::string& name, const Bytes& file, Format format) {
+  if (format == Format::kRadiance) return measureHdr(name, file);
+  const bool isFloat = format == Format::kOpenExr || pictures::holdsFloats(file, format);
+  return isFloat ? measureFloats(name, file, format) : measurePhoto(name, file, format);
 }
 
 Measured measure(const find::Found& found) {
   if (found.problem) throw Failure(*found.problem);
   const std::string& name = found.name;
   const Bytes file = pictures::readWhole(name);
-  const std::optional<Format> format = pictures::sniffFormat(file);
-  if (!format) throw Failure(name + ": not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
   try {
-    return isHdr(*format) ? measureHdr(name, file, *format) : measurePhoto(name, file, *format);
+    return measure(name, file, pictures::recognise(file, name));
   } catch (const Failure& failure) {
     throw Failure(name + ": " + failure.what());
   }

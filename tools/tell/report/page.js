@@ -18,14 +18,13 @@ function summary() {
   const name = data.input.split("/").pop();
   at("name").textContent = name === "-" ? "standard input" : name;
   document.title = `${at("name").textContent} · veskaro-nr`;
-  const layout = data.mode ? "RGBE" : `${data.bits}-bit ${data.channels < 3 ? "grey" : "RGB"}`;
-  const parts = [`${data.width} × ${data.height}`, layout];
+  const parts = [`${data.width} × ${data.height}`, data.samples];
   if (data.mode === "full") parts.push("chroma and luminance");
   if (data.mode === "chroma") parts.push("chroma only");
   if (data.noise_sigma) parts.push(`noise sigma ${sigma()}`);
   if (data.noise_measured) parts.push(`noise level ${data.noise_level.toFixed(1)}`);
   parts.push(`preset ${data.preset}`, `strength ${data.strength}`, `${show(100 * data.changed.share, 1)} % of the pixels changed`);
-  if (!data.mode) parts.push(`by ${show(data.changed.mean, 2)} of 255 on average`);
+  if (data.changed.scale === "0 to 255") parts.push(`by ${show(data.changed.mean, 2)} of 255 on average`);
   at("summary").textContent = parts.join(" · ");
   const why = [];
   if (data.defaults_used) why.push(`The noise could not be measured, so the library worked with its defaults: ${data.defaults_reason}.`);
