@@ -8,7 +8,7 @@
 #include "pictures/blob.h"
 #include "pictures/file_io.h"
 #include "pictures/libvips.h"
-#include "tell/most_changed.h"
+#include "tell/places.h"
 
 namespace tool::tell {
 namespace {
@@ -64,7 +64,7 @@ VImage three(const DisplayPair& pair, const VImage& difference, const std::strin
 
 VImage comparison(const DisplayPair& pair) {
   const VImage difference = magnifiedDifference(pair);
-  const Rectangle window = mostChanged(pair, kColumn, kColumn * 3 / 4, 1).at(0);
+  const Rectangle window = placesOf(pair, kColumn, kColumn * 3 / 4, {Look::kChange}).at(0).window;
   const DisplayPair whole = {fitted(pair.before), fitted(pair.after)};
   const DisplayPair closer = {window.cutFrom(pair.before), window.cutFrom(pair.after)};
   const int width = std::max(whole.before.width(), window.width);
