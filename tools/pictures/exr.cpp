@@ -94,20 +94,21 @@ class Window {
 std::vector<std::string> colourNames(const Imf::ChannelList& channels) {
   if (channels.findChannel("R") && channels.findChannel("G") && channels.findChannel("B")) return {"R", "G", "B"};
   if (channels.findChannel("RY") || channels.findChannel("BY"))
-    throw Failure("luminance with chroma of lower resolution is not supported; write it as RGB");
+    throw Failure(Kind::kUnsupported, "luminance with chroma of lower resolution is not supported; write it as RGB");
   if (channels.findChannel("Y")) return {"Y"};
-  throw Failure("there are no channels R, G and B, nor Y");
+  throw Failure(Kind::kUnsupported, "there are no channels R, G and B, nor Y");
 }
 
 void requireKept(const Imf::ChannelList& channels, const std::vector<std::string>& colours) {
   for (auto at = channels.begin(); at != channels.end(); ++at) {
     if (at.channel().xSampling != 1 || at.channel().ySampling != 1)
-      throw Failure(fmt::format("channel {} is subsampled, which is not supported", at.name()));
+      throw Failure(Kind::kUnsupported, fmt::format("channel {} is subsampled, which is not supported", at.name()));
   }
   for (const std::string& name : colours) {
     const Imf::PixelType type = channels[name].type;
-    if (type == Imf::UINT) throw Failure("colours of whole numbers are not supported");
-    if (type != channels[colours[0]].type) throw Failure("colours of different types are not supported");
+    if (type == Imf::UINT) throw Failure(Kind::kUnsupported, "colours of whole numbers are not supported");
+    if (type != channels[colours[0]].type)
+      throw Failure(Kind::kUnsupported, "colours of different types are not supported");
   }
 }
 
@@ -166,9 +167,11 @@ LightPicture decode(const Bytes& file) {
   // One thread: several pictures are decoded side by side.
   Imf::MultiPartInputFile parts(reader, 0);
   if (parts.parts() != 1)
-    throw Failure(fmt::format("the file has {} parts, and only a single one can be kept", parts.parts()));
+    throw Failure(Kind::kUnsupported,
+                  fmt::format("the file has {} parts, and only a single one can be kept", parts.parts()));
   const Imf::Header& header = parts.header(0);
-  if (header.hasType() && header.type().find("deep") == 0) throw Failure("deep pictures are not supported");
+  if (header.hasType() && header.type().find("deep") == 0)
+    throw Failure(Kind::kUnsupported, "deep pictures are not supported");
   const std::vector<std::string> colours = colourNames(header.channels());
   requireKept(header.channels(), colours);
   const Window window(header);

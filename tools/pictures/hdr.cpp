@@ -32,7 +32,8 @@ std::size_t headerLength(const Bytes& file) {
 void requireUsableSize(int width, int height) {
   const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   if (pixels * 8 > INT_MAX) {
-    throw Failure(fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
+    throw Failure(Kind::kUnsupported,
+                  fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
   }
   requireMemory(pixels * (20 + 4 * 6));
 }
@@ -61,7 +62,7 @@ DecodedPixels readPixelsOf(const VImage& image, HdrPicture& picture) {
 DecodedPixels readRadiance(const Bytes& file, HdrPicture& picture) {
   picture.header.assign(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(headerLength(file)));
   if (picture.header.find("32-bit_rle_xyze") != std::string::npos) {
-    throw Failure("the picture is in XYZ colour (XYZE); only RGBE is supported");
+    throw Failure(Kind::kUnsupported, "the picture is in XYZ colour (XYZE); only RGBE is supported");
   }
   const Blob blob = blobOver(file);
   VOption* options = VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_ERROR);

@@ -65,10 +65,11 @@ bool isRawInTiff(const Bytes& file) {
 }
 
 [[noreturn]] void refuse(const Bytes& file) {
-  if (file.empty()) throw Failure("the file is empty");
+  if (file.empty()) throw Failure(Kind::kDamaged, "the file is empty");
   const Signature* known = signatureOf(file);
-  if (known != nullptr) throw Failure(fmt::format("{}, which is not read; convert it to PNG, say", known->what));
-  throw Failure(fmt::format("not a {} picture", formatNames()));
+  if (known != nullptr)
+    throw Failure(Kind::kUnsupported, fmt::format("{}, which is not read; convert it to PNG, say", known->what));
+  throw Failure(Kind::kUnsupported, fmt::format("not a {} picture", formatNames()));
 }
 
 }  // namespace
@@ -79,7 +80,8 @@ Format recognise(const Bytes& file, const std::string& name) {
   const Signature* known = format ? nullptr : signatureOf(file);
   if ((known != nullptr && known->what == nullptr) || (isTiff && isRawInTiff(file)) ||
       ((!format || isTiff) && !file.empty() && isNamedRaw(name))) {
-    throw Failure("a camera's raw file; develop it with a raw converter, to a 16-bit TIFF say, and denoise that");
+    throw Failure(Kind::kUnsupported,
+                  "a camera's raw file; develop it with a raw converter, to a 16-bit TIFF say, and denoise that");
   }
   if (!format) refuse(file);
   return *format;

@@ -139,26 +139,27 @@ struct Filtered {
   std::optional<Light> after;  // nothing: as before
   NoiseProfile noise;
   Parameters parameters;
+  vnr_settings used;
   double seconds;
 };
 
 Filtered filter(const Light& light, vnr_encoding encoding, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
-  NoiseProfile noise = measure(light, encoding, &control);
+  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, encoding) : measure(light, encoding, &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
   const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
   std::optional<Light> after;
   if (!keepsAll(own)) after = filtered(light, encoding, own, control);
-  return {std::move(after), std::move(noise), chosen.parameters(), timer.seconds()};
+  return {std::move(after), std::move(noise), chosen.parameters(), own, timer.seconds()};
 }
 
 Done doneOf(Filtered& filtered, const Settings& settings, const Change& change) {
   const double measuring = filtered.noise.seconds;
   const std::optional<std::string> why = whyUnchanged(filtered.noise, change);
-  return {FilterWork{std::move(filtered.noise), settings.rule(), filtered.parameters}, measuring, filtered.seconds,
-          change, why};
+  return {FilterWork{std::move(filtered.noise), settings.rule(), filtered.parameters, filtered.used}, measuring,
+          filtered.seconds, change, why};
 }
 
 bool holdsOnlyNumbers(const Light& light) {
@@ -195,8 +196,10 @@ DenoisedLight denoiseLight(const pictures::LightPicture& picture, const Settings
   return {std::move(after), doneOf(filtered, settings, change)};
 }
 
-NoiseProfile measureLight(const Light& light) {
-  return measure(holdsOnlyNumbers(light) ? light : cleaned(light), VNR_LINEAR, nullptr);
+NoiseProfile measureLight(const Light& light, const Watch& watch) {
+  StripProgress progress{watch};
+  const vnr_control control = controlOf(watch.pool->threads(), progress);
+  return measure(holdsOnlyNumbers(light) ? light : cleaned(light), VNR_LINEAR, &control);
 }
 
 }  // namespace tool::run

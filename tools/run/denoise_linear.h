@@ -19,6 +19,6 @@ struct DenoisedLight {
 DenoisedLight denoiseLight(const pictures::LightPicture& picture, const Settings& settings, const Watch& watch);
 
 // The noise of such a picture. Throws Failure.
-NoiseProfile measureLight(const pictures::Light& light);
+NoiseProfile measureLight(const pictures::Light& light, const Watch& watch);
 
 }  // namespace tool::run

@@ -17,7 +17,7 @@ enum : std::size_t { kReconThreshold = NR_RESERVED, kReconRolloff, kParameterCou
 // How a measurement becomes settings.
 enum class Rule { kBest, kClassic };
 
-enum class Origin { kDefault, kPreset, kSet, kMeasured };
+enum class Origin { kDefault, kPreset, kSet, kMeasured, kRecipe };
 
 // The word for it, wherever a parameter is told of.
 const char* nameOf(Origin origin);
@@ -55,6 +55,8 @@ class Chosen {
  public:
   // As the rule has it, at a strength in percent that it takes. Throws Failure.
   Chosen(Rule rule, const vnr_noise& noise, int strength);
+  // As a recipe has it.
+  explicit Chosen(const vnr_settings& recipe);
 
   void set(const std::vector<Setting>& settings, Origin origin);
 
