@@ -25,16 +25,17 @@ bool isFolder(const std::string& path) {
   return std::filesystem::is_directory(path, error);
 }
 
-// The options that say where names come from and how many pictures are at work, of denoising and of profile.
-CLI::Option* addInputs(CLI::App& app, find::Inputs& inputs, const char* help, const char* group) {
-  CLI::Option* files = app.add_option("files", inputs.names, help)->type_name("FILE");
-  CLI::Option* list =
-      app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
+// The options of denoising and of profile that say where names come from and how many pictures are at work.
+CLI::Option* addNames(CLI::App& app, find::Inputs& inputs, const char* help) {
+  return app.add_option("files", inputs.names, help)->type_name("FILE");
+}
+
+void addList(CLI::App& app, find::Inputs& inputs, const char* group) {
+  CLI::Option* list = app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
   list->type_name("FILE")->group(group);
   app.add_flag("--null", inputs.endsWithNul, "The names on that list end in NUL, as those of find -print0")
       ->group(group)
       ->needs(list);
-  return files;
 }
 
 void addLimits(CLI::App& app, run::Limits& limits, const char* group) {
@@ -75,8 +76,7 @@ class DenoiseOptions {
   explicit DenoiseOptions(CLI::App& app) : app_(app) {
     app.footer(kFooter);
     app.formatter(std::make_shared<DenoiseHelp>());
-    files_ =
-        addInputs(app, denoise_.inputs, "Pictures or folders of pictures; - is standard input or output", "Batches");
+    files_ = addNames(app, denoise_.inputs, "Pictures or folders of pictures; - is standard input or output");
     addOutput();
     addControl();
     addBatches();
@@ -138,6 +138,7 @@ class DenoiseOptions {
 
   void addBatches() {
     const char* group = "Batches";
+    addList(app_, denoise_.inputs, group);
     app_.add_flag("--skip-existing", denoise_.skipExisting, "Pass over pictures whose result exists, whatever is in it")
         ->group(group)
         ->excludes(app_.get_option("--force"));
@@ -235,7 +236,8 @@ CLI::App* addProfile(CLI::App& app, Profile& profile) {
       "green and blue at mid grey, of 255; corr its correlation, 0 for white noise to 1 for smoothed; blotch "
       "0 to 1 for blotches of colour. The level is what denoise2 works with at strength 100; pair is the mean "
       "difference of neighbouring samples in the smoothest blocks.");
-  addInputs(*command, profile.inputs, "Pictures or folders of pictures", "Options");
+  addNames(*command, profile.inputs, "Pictures or folders of pictures");
+  addList(*command, profile.inputs, "Options");
   addLimits(*command, profile.limits, "Options");
   command
       ->add_option_function<std::string>(
@@ -273,7 +275,8 @@ Command parseCommandLine(int argc, const char* const* argv) {
     options.requireFiles();
     app.exit(answered);
     return Answered{};
-  } catch (const CLI::ExcludesError&) {
+  } catch (const CLI::ExcludesError& error) {
+    if (app.get_subcommands().empty()) throw UsageError{error.what()};
     const std::string name = app.get_subcommands().front()->get_name();
     throw UsageError{fmt::format("{0} comes before all else (a file of that name is ./{0})", name)};
   } catch (const CLI::ParseError& error) {

@@ -108,6 +108,8 @@ Bytes iptcOfPhotoshopBlock(const std::uint8_t* block, std::size_t size) {
     size -= sizeof kName;
   }
   if (size == 0) return {};
+  constexpr std::uint8_t kRecord = 0x1c;
+  if (block[0] == kRecord) return Bytes(block, block + size);
   const Exiv2::byte* record = nullptr;
   std::uint32_t header = 0, length = 0;
   if (Exiv2::Photoshop::locateIptcIrb(block, static_cast<long>(size), &record, &header, &length) != 0) return {};
