@@ -13,7 +13,7 @@ from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
-from support import SAMPLE, SAMPLE_HDR, SOURCE, ToolTest, header, noisy, pixels, save
+from support import SAMPLE, SAMPLE_HDR, SOURCE, ToolTest, command, header, noisy, pixels, save
 
 
 # Where "npm install axe-core" puts it; without it the pages are looked at, but not audited.
@@ -156,6 +156,61 @@ class Report(ToolTest):
         self.clean_console()
 
 
+    def test_batch(self):
+        inputs = self.folder / "in & out"
+        inputs.mkdir()
+        names = ["a <b>&'\"#?%.png", "ünï \N{SNOWMAN}.png", "plain.png"]
+        for seed, name in enumerate(names):
+            picture = noisy(80, 100, seed=seed) if seed < 2 else numpy.full((80, 100, 3), 99, dtype="uint8")
+            save(picture, self.folder / "seed.png").rename(inputs / name)
+        (inputs / "broken.png").write_text("junk")
+        (inputs / "notes.txt").write_text("no picture")
+        for name in names:
+            os.chmod(inputs / name, 0o640)
+        page = self.folder / "report.html"
+        done = command(inputs, "-d", self.folder / "out", "--report", page)
+        self.assertRegex(done.stdout.splitlines()[-1], "3 done, 1 other file passed over, 1 failed")
+        self.assertEqual({path.stat().st_mode & 0o777 for path in [*(self.folder / "out").iterdir(), *(self.folder / "report_files").iterdir()]}, {0o640})
+        self.assertEqual(page.stat().st_mode & 0o777, 0o640)
+        # All still fits when both lie elsewhere.
+        moved = self.folder / "moved"
+        moved.mkdir()
+        for path in (page, self.folder / "report_files"):
+            path.rename(moved / path.name)
+        self.driver.get((moved / "report.html").as_uri())
+        self.audit()
+        rows = self.driver.find_elements(By.CSS_SELECTOR, "tbody tr")
+        self.assertEqual([row.find_elements(By.TAG_NAME, "td")[2].text for row in rows], [names[0], "broken.png", "plain.png", names[1]])
+        self.assertEqual(len(self.driver.find_elements(By.CSS_SELECTOR, "tbody img")), 3)
+        self.assertIn("failed: ", rows[1].text)
+        numbers = lambda: [row.find_element(By.TAG_NAME, "td").text for row in self.driver.find_elements(By.CSS_SELECTOR, "tbody tr")]
+        noise = self.driver.find_elements(By.CSS_SELECTOR, "th button")[3]
+        noise.click()
+        self.assertEqual((numbers()[0], numbers()[-1], noise.find_element(By.XPATH, "..").get_attribute("aria-sort")), ("3", "2", "ascending"))
+        noise.click()
+        self.assertEqual(numbers()[-2:], ["3", "2"])
+        links = [link.get_attribute("href") for link in self.driver.find_elements(By.CSS_SELECTOR, "tbody a")]
+        for link, name in zip(links, [names[n] for n in (1, 0, 2)] if numbers()[0] == "4" else [names[n] for n in (0, 1, 2)]):
+            self.driver.get(link)
+            self.assertEqual(self.text("name"), name)
+        self.clean_console()
+        self.fails(1, inputs, "-d", self.folder / "again", "--report", moved / "report.html")
+        self.assertFalse((self.folder / "again").exists())
+
+    def test_batch_of_many(self):
+        inputs = self.folder / "in"
+        inputs.mkdir()
+        for number in range(501):
+            (inputs / f"{number}.png").write_text("junk")
+        command(inputs, "-d", self.folder / "out", "--report", self.folder / "r.html")
+        self.driver.get((self.folder / "r.html").as_uri())
+        counts = []
+        for _ in range(2):
+            counts.append(len(self.driver.find_elements(By.CSS_SELECTOR, "tbody tr")))
+            self.driver.find_elements(By.CSS_SELECTOR, "nav a")[1].click()
+        self.assertEqual(counts, [500, 1])
+
+
 class Comparison(ToolTest):
     def test_pictures_side_by_side(self):
         path = self.folder / "compare.png"
@@ -177,7 +232,7 @@ class Comparison(ToolTest):
         for option in ("--compare", "--report"):
             self.assertIn("exists already", self.fails(1, tall, self.folder / "p.jpg", option, self.folder / "c.png"))
             self.assertFalse((self.folder / "p.jpg").exists())
-            self.fails(2, tall, tall, tall, "-d", self.folder, option, self.folder / "d.png")
+        self.fails(2, tall, tall, tall, "-d", self.folder, "--compare", self.folder / "d.png")
 
 
 if __name__ == "__main__":

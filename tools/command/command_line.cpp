@@ -31,7 +31,8 @@ CLI::Option* addNames(CLI::App& app, find::Inputs& inputs, const char* help) {
 }
 
 void addList(CLI::App& app, find::Inputs& inputs, const char* group) {
-  CLI::Option* list = app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
+  CLI::Option* list =
+      app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
   list->type_name("FILE")->group(group);
   app.add_flag("--null", inputs.endsWithNul, "The names on that list end in NUL, as those of find -print0")
       ->group(group)
@@ -93,6 +94,7 @@ class DenoiseOptions {
     takeSettings();
     takeSecondAsOutput();
     check();
+    denoise_.one = denoise_.inputs.isOneFile();
     denoise_.words = quiet_ ? Words::kQuiet : verbose_ ? Words::kVerbose : Words::kLine;
     return std::move(denoise_);
   }
@@ -151,7 +153,8 @@ class DenoiseOptions {
   void addShow() {
     const char* group = "To see and to know";
     add("--compare", denoise_.compare, "Write a picture of before, after and difference", "FILE.png", group);
-    add("--report", denoise_.report, "Write a page to look at in a browser", "FILE.html", group);
+    add("--report", denoise_.report, "Write a page to look at in a browser, of one picture or a batch", "FILE.html",
+        group);
     app_.add_flag("-v,--verbose", verbose_, "Say what was measured, set and changed")->group(group);
     app_.add_flag("-q,--quiet", quiet_, "Say nothing but errors")->group(group);
     app_.add_flag("--json", denoise_.json, "Print a JSON object a file, one a line")->group(group);
@@ -198,7 +201,6 @@ class DenoiseOptions {
       throw UsageError{"--output names one file and takes one input (--output-dir takes many)"};
     if (naming.output && naming.outputDir) throw UsageError{"--output and --output-dir exclude each other"};
     if (denoise_.compare && !one) throw UsageError{"--compare takes one input"};
-    if (denoise_.report && !one) throw UsageError{"--report takes one input"};
     if (denoise_.saveRecipe && !one) throw UsageError{"--save-recipe takes one input"};
   }
 

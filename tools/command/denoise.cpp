@@ -19,6 +19,7 @@
 #include "tell/lines.h"
 #include "tell/print.h"
 #include "tell/printable.h"
+#include "tell/report/batch.h"
 #include "tell/summary.h"
 
 namespace tool::command {
@@ -63,7 +64,10 @@ class Batch {
       : command_(command),
         plan_(plan),
         pool_(command.limits, plan.size()),
-        progress_(plan.size(), plan.bytes(), static_cast<std::size_t>(pool_.jobs()), command.words != Words::kQuiet) {}
+        progress_(plan.size(), plan.bytes(), static_cast<std::size_t>(pool_.jobs()), command.words != Words::kQuiet) {
+    if (command.report && command.isBatch() && !command.dryRun)
+      report_.emplace(*command.report, plan.size(), command.settings, command.naming.force);
+  }
 
   // Denoises all; returns the exit status.
   int run() {
@@ -75,6 +79,7 @@ class Batch {
           [this](int worker, std::size_t index) { return workOn(static_cast<std::size_t>(worker), index); });
     }
     sayWhatItCameTo();
+    if (report_) report_->finish();
     if (isInterrupted()) throw Interrupted{};
     return summary_.failed() > 0 ? 1 : 0;
   }
@@ -89,6 +94,7 @@ class Batch {
         denoiseFile(plan_, index, command_, pool_, [&](double share) { progress_.advance(worker, share); });
     summary_.add(file);
     lines_.say(index, saidOf(file, command_));
+    if (report_) report_->add(index, file);
     progress_.done(worker, megapixelsOf(file));
     const bool isFull = file.failure() != nullptr && file.failure()->kind == Kind::kNoSpace;
     isFull_ = isFull_ || isFull;
@@ -119,7 +125,8 @@ class Batch {
   run::Pool pool_;
   tell::Progress progress_;
   tell::Lines lines_{command_.ordered, progress_};
-  tell::Summary summary_;
+  std::optional<tell::BatchReport> report_;
+  tell::Summary summary_{plan_.passedOver()};
   std::atomic<bool> isFull_{false};
 };
 
@@ -169,6 +176,7 @@ void requireApart(const find::Plan& plan, const Denoise& command) {
   std::set<std::string> names;
   for (const std::string& beside : command.beside()) {
     plan.requireApart(beside);
+    if (command.isBatch()) find::requireWritable(beside, command.naming);
     if (!names.insert(beside).second) throw Failure(Kind::kDuplicate, beside + " is to be written twice");
   }
 }

@@ -21,6 +21,7 @@
 #include "run/recipe.h"
 #include "tell/comparison.h"
 #include "tell/display.h"
+#include "tell/report/batch.h"
 #include "tell/report/report.h"
 
 namespace tool::command {
@@ -135,6 +136,8 @@ bool isThere(const std::string& output) {
 // All that may stand in the way of the results, before the work is done rather than after it.
 void requireWritable(const std::string& output, const Denoise& command) {
   find::requireWritable(output, command.naming);
+  // A batch's were looked at once.
+  if (command.isBatch()) return;
   for (const std::string& beside : command.beside()) find::requireWritable(beside, command.naming);
 }
 
@@ -143,22 +146,15 @@ const vnr_settings& settingsOf(const run::Outcome& outcome) {
   throw Failure(Kind::kUnsupported, "denoise1, which this preset uses, has no settings for a recipe");
 }
 
-void writeRecipe(const std::string& path, const vnr_settings& settings, bool overwrite) {
-  const std::string text = run::recipeOf(settings);
-  pictures::writeWhole(path, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), overwrite);
-}
-
-void show(const run::FileResult& result, const tell::DisplayPair& display, const Denoise& command) {
-  const bool force = command.naming.force;
-  if (command.compare) tell::writeComparison(*command.compare, display, force);
-  if (command.report) tell::writeReport(*command.report, result, display, command.settings, force);
-}
-
 // One file's way; what has to be known of it is in the result as soon as it is known.
 class Way {
  public:
   Way(const find::Plan& plan, std::size_t index, const Denoise& command, run::FileResult& result)
-      : plan_(plan), index_(index), command_(command), result_(result) {}
+      : plan_(plan),
+        index_(index),
+        command_(command),
+        result_(result),
+        writing_{command.naming.force, {result.input}} {}
 
   void go(run::Pool& pool, const Progress& progress) {
     if (const Failure* problem = plan_.problem(index_)) throw *problem;
@@ -193,21 +189,33 @@ class Way {
     requireNotInterrupted();
     const Timer writing;
     find::makeFolderOf(result_.output, command_.naming);
-    pictures::writeWhole(result_.output, through.encoded, command_.naming.force);
+    pictures::writeWhole(result_.output, through.encoded, writing_);
     const run::Written written{to, through.encodeSeconds, writing.seconds()};
     result_.end = run::Outcome{{from, reading}, through.decoded, through.done, written, total.seconds()};
     writeBeside(through);
   }
 
   void writeBeside(const Through& through) {
-    if (through.display) beside([&] { show(result_, *through.display, command_); });
-    if (command_.saveRecipe) writeRecipe(*command_.saveRecipe, settingsOf(*result_.outcome()), command_.naming.force);
+    if (through.display) beside([&] { show(*through.display); });
+    if (command_.saveRecipe)
+      pictures::writeWhole(*command_.saveRecipe, run::recipeOf(settingsOf(*result_.outcome())), writing_);
+  }
+
+  void show(const tell::DisplayPair& display) {
+    if (command_.compare) tell::writeComparison(*command_.compare, display, writing_);
+    if (!command_.report) return;
+    if (!command_.isBatch()) return tell::writeReport(*command_.report, result_, display, command_.settings, writing_);
+    // What lies in the folder of a batch's reports is that batch's own.
+    const std::string report = tell::reportInBatch(*command_.report, index_, result_.input);
+    tell::writeReport(report, result_, display, command_.settings, {true, {result_.input}});
+    result_.shown = tell::thumbnailOf(display);
   }
 
   const find::Plan& plan_;
   const std::size_t index_;
   const Denoise& command_;
   run::FileResult& result_;
+  const pictures::Writing writing_;
 };
 
 // Messages that name no file get the name of the one that was read.

@@ -81,9 +81,9 @@ VImage framed(const VImage& image) {
 
 }  // namespace
 
-void writeComparison(const std::string& path, const DisplayPair& pair, bool overwrite) try {
+void writeComparison(const std::string& path, const DisplayPair& pair, const pictures::Writing& writing) try {
   const pictures::Blob png(framed(comparison(pair)).pngsave_buffer(VImage::option()->set("strip", true)));
-  pictures::writeWhole(path, png.data(), png.size(), overwrite);
+  pictures::writeWhole(path, png.data(), png.size(), writing);
 } catch (const vips::VError& error) {
   throw Failure("cannot make " + path + ": " + pictures::vipsReason(error));
 }

@@ -138,9 +138,8 @@ std::string pageOf(const run::FileResult& file, const DisplayPair& display, cons
 }  // namespace
 
 void writeReport(const std::string& path, const run::FileResult& file, const DisplayPair& display,
-                 const run::Settings& settings, bool overwrite) try {
-  const std::string page = pageOf(file, display, settings);
-  pictures::writeWhole(path, reinterpret_cast<const std::uint8_t*>(page.data()), page.size(), overwrite);
+                 const run::Settings& settings, const pictures::Writing& writing) try {
+  pictures::writeWhole(path, pageOf(file, display, settings), writing);
 } catch (const vips::VError& error) {
   throw Failure("cannot make " + path + ": " + pictures::vipsReason(error));
 }
