@@ -255,7 +255,8 @@ def denoise_files(
     """
     names = [os.fspath(path) for path in paths]
     _require_own_results(names, renames="--format" in options)
-    arguments = [command, "--json", "--threads", "1", "--strength", str(round(100 * strength)), "--preset", preset]
+    arguments = [command, "--json", "--jobs", "1", "--threads", "1"]
+    arguments += ["--strength", str(round(100 * strength)), "--preset", preset]
     arguments += [*options, "--output-dir", os.fspath(output_dir), "--"]
     tasks = [dask.delayed(_run)(arguments, names[k : k + batch]) for k in range(0, len(names), batch)]
     return [told for batch_told in dask.compute(*tasks) for told in batch_told]

@@ -226,6 +226,15 @@ class Failures(ToolTest):
         self.assertEqual(out.read_text(), "precious")
         self.denoise(source, out, "--force")
         self.assertEqual((header(out)[1], out.stat().st_mode & 0o777), (64, 0o640))
+        # Never more than the input's, which stand before the name does.
+        for mode, old in ((0o600, 0o644), (0o444, None), (0o755, 0o711)):
+            os.chmod(source, mode)
+            out.unlink() if old is None else os.chmod(out, old)
+            beside = self.folder / "r.html", self.folder / "r.json"
+            self.denoise(source, out, *(["--force"] if old else []), "--report", beside[0], "--save-recipe", beside[1])
+            self.assertEqual([path.stat().st_mode & 0o777 for path in (out, *beside)], [mode & (old or mode), mode, mode])
+            for path in beside:
+                path.unlink()
         # In place, through a link, which stays a link.
         link = self.folder / "link.png"
         link.symlink_to(source)
