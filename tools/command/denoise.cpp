@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "base/interruption.h"
+#include "base/own_words.h"
 #include "command/denoise_file.h"
 #include "command/measure_file.h"
 #include "find/plan.h"
@@ -50,7 +51,7 @@ tell::Said saidOf(const FileResult& file, const Denoise& command) {
     said.errors = fmt::format("veskaro-nr: {}\n", tell::printable(failure->what()));
   said.words = wordsFor(file, command);
   // A picture on standard output leaves no room for words there.
-  said.wordsTo = pictures::isStandardStream(file.output) ? stderr : stdout;
+  said.wordsTo = pictures::isStandardStream(file.output) ? standardError() : stdout;
   return said;
 }
 
@@ -109,8 +110,9 @@ class Batch {
   void sayWhatItCameTo() {
     const std::size_t left = plan_.size() - summary_.ended();
     if (isFull_ && left > 0) {
-      tell::printNow(stderr, fmt::format("veskaro-nr: the disk is full: stopped with {} of {} pictures not tried\n",
-                                         left, plan_.size()));
+      tell::printNow(
+          standardError(),
+          fmt::format("veskaro-nr: the disk is full: stopped with {} of {} pictures not tried\n", left, plan_.size()));
     }
     const bool toStream = command_.naming.output && pictures::isStandardStream(*command_.naming.output);
     if (command_.inputs.isOneFile() || toStream) return;

@@ -76,8 +76,8 @@ constexpr char kIptcKey[] = "Raw profile type iptc";
 Bytes iptcChunk(const Bytes& iptc) {
   const Bytes block = photoshopBlockOfIptc(iptc);
   const std::string count = std::to_string(block.size());
-  std::string text = std::string(kIptcKey) + '\0' + "\niptc\n" +
-                     std::string(8 - std::min<std::size_t>(8, count.size()), ' ') + count;
+  std::string text =
+      std::string(kIptcKey) + '\0' + "\niptc\n" + std::string(8 - std::min<std::size_t>(8, count.size()), ' ') + count;
   constexpr char kDigits[] = "0123456789abcdef";
   for (std::size_t i = 0; i < block.size(); ++i) {
     if (i % 36 == 0) text += '\n';
