@@ -58,6 +58,26 @@ class Documents(unittest.TestCase):
         }
         for name, text in texts.items():
             self.assertEqual({option for option in options if option not in text}, set(), f"missing in {name}")
+        refused = subprocess.run([tool, "a", "b", "--set", "nothing=1"], capture_output=True, text=True).stderr
+        parameters = re.findall(r"[a-z0-9-]+", refused.partition("there are ")[2].partition(" (see")[0])
+        self.assertIn("luma-keep", parameters)
+        for name in ("bash", "zsh", "fish"):
+            self.assertEqual({p for p in parameters if not re.search(rf"(?<![\w-]){p}(?![\w-])", texts[name])}, set(), name)
+
+    def test_completion_in_bash(self):
+        script = """source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _veskaro_nr; printf '%s\\n' "${COMPREPLY[@]}" """
+        with tempfile.TemporaryDirectory() as folder:
+            for name in ("a b.jpg", "a c"):
+                (pathlib.Path(folder) / name).touch()
+            complete = lambda *words: set(
+                run("bash", "-c", script, SOURCE / "tools/completion/veskaro-nr.bash", "veskaro-nr", *words, cwd=folder).splitlines()
+            )
+            self.assertEqual(complete("a"), {"a b.jpg", "a c"})
+            self.assertEqual(complete("--set", "luma"), {"luma-keep="})
+            self.assertEqual(complete("--preset", "=", "b"), {"best"})
+            self.assertEqual(complete("profile", "--sort", ""), {"name", "noise", "size"})
+            self.assertEqual(complete("profile", "--s"), {"--sort"})
+            self.assertEqual(complete("--skip"), {"--skip-existing"})
 
 
 if __name__ == "__main__":

@@ -31,10 +31,18 @@ Notes& notes() {
   return *all;
 }
 
+// Whether whoever started the process (nohup, say) wants it to go on.
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 sigset_t setOf(std::initializer_list<int> signals) {
   sigset_t set;
   sigemptyset(&set);
-  for (int signal : signals) sigaddset(&set, signal);
+  for (int signal : signals) {
+    if (!isIgnored(signal)) sigaddset(&set, signal);
+  }
   return set;
 }
 

@@ -130,7 +130,8 @@ Through goThrough(Bytes file, Format from, Format to, const Denoise& command, co
 
 bool isThere(const std::string& output) {
   std::error_code error;
-  return !pictures::isStandardStream(output) && std::filesystem::exists(output, error);
+  const auto status = std::filesystem::status(output, error);
+  return !pictures::isStandardStream(output) && exists(status) && !is_directory(status);
 }
 
 // All that may stand in the way of the results, before the work is done rather than after it.

@@ -86,7 +86,10 @@ void addFolder(const std::string& folder, const EarlierResults& passedOver, Pict
 }
 
 void addFile(const std::string& name, Pictures& found) {
-  if (pictures::isLeftover(name)) return;
+  if (pictures::isLeftover(name)) {
+    found.addProblem(name, {Kind::kUnreadable, name + " is what a run that did not end well has left"});
+    return;
+  }
   std::error_code error;
   const std::uintmax_t size = pictures::isStandardStream(name) ? 0 : fs::file_size(name, error);
   found.add(name, error ? 0 : size, 0);
@@ -135,7 +138,7 @@ void addList(const Inputs& inputs, Pictures& found) {
     requireNotInterrupted();
     if (std::strlen(name.c_str()) < name.size())
       found.addProblem(name.c_str(), unreadable(name.c_str(), "the name on the list holds a NUL (--null is missing?)"));
-    else if (!name.empty())
+    else if (!name.empty() && !pictures::isLeftover(name))
       // Names are of files, one that is a dash too.
       addFile(pictures::isStandardStream(name) ? "./" + name : name, found);
   }

@@ -37,7 +37,7 @@ DenoisedHdr throughDenoise1(const pictures::HdrPicture& picture, const Settings&
 }  // namespace
 
 DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& settings, const Watch& watch) {
-  return settings.rule() == Rule::kBest ? denoiseLinear(picture, settings, watch) : throughDenoise1(picture, settings);
+  return takesGrain(settings.rule()) ? denoiseLinear(picture, settings, watch) : throughDenoise1(picture, settings);
 }
 
 }  // namespace tool::run

@@ -132,7 +132,9 @@ Light filtered(const Light& light, vnr_encoding encoding, const vnr_settings& se
 
 // What would come out as it went in stays the same to the byte, RGBE that is written otherwise than here too.
 bool keepsAll(const vnr_settings& settings) {
-  return settings.params[NR_LUMA_KEEP] == 1 && settings.params[NR_CHROMA_KEEP] == 1;
+  const bool hasStages =
+      settings.dots_luma > 0 || settings.dots_chroma > 0 || settings.shrink_luma > 0 || settings.shrink_chroma > 0;
+  return settings.params[NR_LUMA_KEEP] == 1 && settings.params[NR_CHROMA_KEEP] == 1 && !hasStages;
 }
 
 struct Filtered {

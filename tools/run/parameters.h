@@ -11,11 +11,25 @@
 namespace tool::run {
 
 // The entries of the parameter vector (all but the last, which nothing reads) come first, by their index; those of
-// reconstruction follow.
-enum : std::size_t { kReconThreshold = NR_RESERVED, kReconRolloff, kParameterCount };
+// reconstruction and of the stages beyond denoise2's filters follow.
+enum : std::size_t {
+  kReconThreshold = NR_RESERVED,
+  kReconRolloff,
+  kPatch,
+  kDotsLuma,
+  kDotsChroma,
+  kShrinkLuma,
+  kShrinkChroma,
+  kParameterCount
+};
 
 // How a measurement becomes settings.
-enum class Rule { kBest, kClassic };
+enum class Rule { kBest, kFast, kClassic };
+
+// Whether a rule works with the second measurement, by scale, instead of the noise level.
+inline bool takesGrain(Rule rule) {
+  return rule != Rule::kClassic;
+}
 
 enum class Origin { kDefault, kPreset, kSet, kMeasured, kRecipe };
 

@@ -20,7 +20,9 @@ std::size_t halfOfFree() {
 }  // namespace
 
 Pool::Pool(const Limits& limits, std::size_t items)
-    : items_(items), threads_(limits.threads.value_or(processors())), memory_(limits.memory.value_or(halfOfFree())) {
+    : items_(items),
+      threads_(limits.threads.value_or(processors())),
+      memory_(std::max<std::size_t>(1, limits.memory.value_or(halfOfFree()))) {
   if (!limits.threads) threads_ = std::max(threads_, limits.jobs.value_or(1));
   const std::size_t most = static_cast<std::size_t>(std::min(limits.jobs.value_or(threads_), threads_));
   jobs_ = static_cast<int>(std::max<std::size_t>(1, std::min(most, items)));

@@ -15,7 +15,7 @@ struct Preset {
   Rule rule;
   std::vector<Setting> settings;
 
-  int leastStrength() const { return rule == Rule::kBest ? 60 : 50; }
+  int leastStrength() const { return takesGrain(rule) ? 60 : 50; }
 };
 
 const std::vector<Preset>& presets();

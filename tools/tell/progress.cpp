@@ -75,7 +75,7 @@ void Progress::done(std::size_t place, double megapixels) {
 }
 
 void Progress::clear() {
-  if (isDrawn_) fmt::print(standardError(), "\r\033[K");
+  if (isDrawn_) std::fputs("\r\033[K", standardError());
   isDrawn_ = false;
 }
 
@@ -113,7 +113,7 @@ void Progress::draw() {
   std::string name = width > used ? name_.substr(0, width - used) : "";
   // Never the first bytes of a character without its last.
   while (name.size() < name_.size() && !name.empty() && (name_[name.size()] & 0xc0) == 0x80) name.pop_back();
-  fmt::print(standardError(), "\r\033[K{}{}", before, name);
+  std::fputs(("\r\033[K" + before + name).c_str(), standardError());
   std::fflush(standardError());
 }
 
