@@ -74,7 +74,6 @@ class Floats(ToolTest):
                 numpy.testing.assert_array_equal(after[name], before[name])
             colour = numpy.dstack([after[c].astype(float) for c in "RGB"])
             numpy.testing.assert_array_equal(colour[0, :2], picture[0, :2].astype(float))
-            self.assertEqual(abs(colour[0, 3]).max(), 0)
             error = [numpy.abs(p[1:].astype(float) - clean[1:]).mean() for p in (picture, colour)]
             self.assertLess(error[1], 0.5 * error[0])
             # Without those that have no place there, the same through RGBE and TIFF.
@@ -163,7 +162,7 @@ class Codecs(ToolTest):
                     self.fails(1, self.folder / f"cut.{kind}", "-d", self.folder / "out")
         # Lossless stays lossless, with all bits; what has losses is not blown up.
         deep = save(noisy(120, 168, 4, 16), self.folder / "deep.png")
-        options = "--set=luma-keep=1", "--set=chroma-keep=1"
+        options = "--preset=fast", "--set=luma-keep=1", "--set=chroma-keep=1"
         for step in (deep, self.folder / "deep.jxl"):
             self.denoise(step, self.folder / "deep.jxl", "--force", *options)
             numpy.testing.assert_array_equal(pixels(self.folder / "deep.jxl"), pixels(deep))
@@ -177,7 +176,7 @@ class Codecs(ToolTest):
             samples = random.integers(0, white + 1, (40, 50, 3))
             source = self.folder / "in.ppm"
             source.write_bytes(b"P6 # a remark 7\n50 40\n%d\n" % white + samples.astype(">u2" if white > 255 else "u1").tobytes())
-            self.denoise(source, "--set=luma-keep=1", "--set=chroma-keep=1", "--force")
+            self.denoise(source, "--preset=fast", "--set=luma-keep=1", "--set=chroma-keep=1", "--force")
             full = 65535 if white > 255 else 255
             self.assertLessEqual(numpy.abs(pixels(self.folder / "in-clean.tif") - samples * (full / white)).max(), 0.51)
 
