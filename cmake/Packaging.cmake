@@ -135,6 +135,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3-numpy, python3:any")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-distributed, python3-zarr")
 
 # A host that builds the library inside its own project makes its own packages.
 if(PROJECT_IS_TOP_LEVEL)

@@ -7,6 +7,7 @@
 
 #include "base/failure.h"
 #include "base/interruption.h"
+#include "base/own_words.h"
 #include "command/command_line.h"
 #include "command/denoise.h"
 #include "command/profile.h"
@@ -20,7 +21,9 @@ constexpr int kAllDone = 0, kSomeFailed = 1, kUsage = 2;
 
 void startLibvips(const char* name) {
   if (VIPS_INIT(name) != 0) throw tool::Failure("libvips does not start");
+  tool::keepOwnWords();
   tool::pictures::listenToDecoders();
+  tool::pictures::blockOtherLoaders();
   tool::pictures::startTags();
   // Every picture is decoded once; keeping it would only take memory.
   vips_cache_set_max(0);
@@ -45,11 +48,11 @@ struct Run {
 int main(int argc, char** argv) try {
   return std::visit(Run{argv[0]}, tool::command::parseCommandLine(argc, argv));
 } catch (const tool::command::UsageError& error) {
-  fmt::print(stderr, "veskaro-nr: {} (see veskaro-nr --help)\n", error.text);
+  fmt::print(tool::standardError(), "veskaro-nr: {} (see veskaro-nr --help)\n", error.text);
   return kUsage;
 } catch (const tool::Interrupted&) {
   tool::endInterrupted();
 } catch (const std::exception& unexpected) {
-  fmt::print(stderr, "veskaro-nr: {}\n", unexpected.what());
+  fmt::print(tool::standardError(), "veskaro-nr: {}\n", unexpected.what());
   return kSomeFailed;
 }

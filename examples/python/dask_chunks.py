@@ -1,39 +1,48 @@
-"""A dask array chunk by chunk: measured in pieces, filtered in pieces, and the bytes of the whole."""
+"""A picture in a zarr store through two worker processes: no more than some chunks of it are ever in memory.
 
-from importlib import import_module
-from itertools import pairwise, product
-from typing import Any
+    dask_chunks.py [FOLDER [EDGE]]
 
+with EDGE 10000, a picture of 100 megapixels. It says at the end whether the bytes are those of one call.
+"""
+
+import sys
+import time
+from pathlib import Path
+from tempfile import TemporaryDirectory
+
+import dask.array as da
 import numpy as np
+import zarr
+from distributed import Client, LocalCluster
 from noisy_picture import add_noise, clean_picture, write
-from numpy.typing import NDArray
 
 import veskaronr
+import veskaronr.dask
 
-dask, da = import_module("dask"), import_module("dask.array")  # like this, mypy does not look into dask
-picture = da.from_array(add_noise(clean_picture(1200, 1600)), chunks=(512, 512, 3))
-rows, columns = (list(pairwise(np.cumsum((0, *sizes)).tolist())) for sizes in picture.chunks[:2])
-chunks = [veskaronr.Box(*column, *row) for row, column in product(rows, columns)]
-
-
-def measured(piece: NDArray[np.uint8], box: veskaronr.Box) -> veskaronr.Measurement:
-    part = veskaronr.Measurement(picture.shape)
-    part.add(piece, box.x0, box.y0)
-    return part
+EDGE = int(sys.argv[2]) if len(sys.argv) > 2 else 1200
+CHUNK = min(1024, EDGE // 2)
 
 
-whole, *parts = dask.compute(*(dask.delayed(measured)(picture[box.slices], box) for box in chunks))
-for part in parts:
-    whole.merge(part)
-plan = veskaronr.Plan(picture.shape, picture.dtype, whole.finish().settings())
+def fill(store: zarr.Array) -> None:
+    """Row by row of chunks, so that a picture of any size can be made."""
+    for top in range(0, EDGE, CHUNK):
+        rows = min(CHUNK, EDGE - top)
+        store[top : top + rows] = add_noise(clean_picture(rows, EDGE), seed=top)
 
 
-def filtered(box: veskaronr.Box) -> Any:
-    read, _ = plan.cover(box)
-    piece = dask.delayed(plan.filter)(picture[read.slices], read, box)
-    return da.from_delayed(piece, (box.y1 - box.y0, box.x1 - box.x0, 3), picture.dtype)
+def same(folder: str) -> bool:
+    noisy, clean = (zarr.open(f"{folder}/{name}.zarr", "r") for name in ("noisy", "clean"))
+    return bool((veskaronr.denoise(noisy[:]) == clean[:]).all())
 
 
-width = len(columns)
-result = da.block([[[filtered(box)] for box in chunks[k : k + width]] for k in range(0, len(chunks), width)])
-write("dask_chunks.png", result.compute())
+if __name__ == "__main__":
+    with TemporaryDirectory() as folder:
+        shape, chunks = (EDGE, EDGE, 3), (CHUNK, CHUNK, 3)
+        fill(zarr.open(f"{folder}/noisy.zarr", "w", shape=shape, chunks=chunks, dtype=np.uint8))
+        with LocalCluster(n_workers=2, threads_per_worker=1, dashboard_address=None, local_directory=folder) as cluster:
+            with Client(cluster):
+                start = time.perf_counter()
+                clean = veskaronr.dask.denoise(da.from_zarr(f"{folder}/noisy.zarr"))
+                clean.to_zarr(f"{folder}/clean.zarr")
+                print(f"{EDGE} x {EDGE} in {time.perf_counter() - start:.1f} s; as in one call: {same(folder)}")
+        write("dask_chunks.png", zarr.open(f"{folder}/clean.zarr", "r")[:600, :800])

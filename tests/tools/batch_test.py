@@ -4,6 +4,7 @@ import json
 import os
 import pty
 import re
+import shutil
 import signal
 import subprocess
 import time
@@ -107,6 +108,31 @@ class Batches(ToolTest):
         self.assertEqual(len(os.listdir(self.folder / "out")), 98)
         quiet = command(inputs, "-d", self.folder / "out", "--force", "--quiet")
         self.assertEqual((quiet.returncode, quiet.stdout, quiet.stderr.count("\n")), (1, "", 2))
+
+    @unittest.skipUnless(shutil.which("parallel"), "GNU parallel is not installed")
+    def test_by_gnu_parallel(self):
+        """The command of docs/cluster.md on a folder of this machine, stopped after half and gone on with."""
+        folder = self.folder / "in"
+        folder.mkdir()
+        for number in range(5):
+            save(noisy(48, 64, seed=number), folder / f"{number} a'b.png")
+        self.denoise(folder, "-d", self.folder / "alone", "--quiet")
+        # Of each line of the document that runs on.
+        text = (SOURCE / "docs/cluster.md").read_text()
+        words = re.search(r"```\n(find .*?)\n```", text, re.S)[1]
+        for name, here in (("veskaro-nr", str(BUILD / "veskaro-nr")), ("/pictures", "in"), ("'*.jpg'", "'*.png'"), (" --sshlogin machines", ""), ("-n 32", "-n 2"),
+                           ("done.log", "log"), ("/clean", "out"), ("told.json", "told")):
+            self.assertIn(name, words)
+            words = words.replace(name, here)
+        for skipped in (0, 3):
+            subprocess.run(["bash", "-c", words], cwd=self.folder, check=True, timeout=300, stderr=subprocess.DEVNULL)
+            told = [json.loads(line) for line in (self.folder / "told").read_text().splitlines()]
+            self.assertEqual(sum("input" in one for one in told), 5)
+            self.assertEqual(sum("skipped" in one for one in told), skipped)
+            for path in (self.folder / "alone").iterdir():
+                self.assertEqual((self.folder / "out" / path.name).read_bytes(), path.read_bytes())
+            for number in (1, 4):
+                (self.folder / "out" / f"{number} a'b.png").unlink()
 
     def on_a_terminal(self, *arguments):
         """Standard output, and what a terminal at standard error was sent."""

@@ -17,6 +17,8 @@ class Damaged(ToolTest):
         yield save(noisy(120, 150, 3, 16), self.folder / "deep.png")
         yield save(picture, self.folder / "lossless.webp", "lossless")
         yield save(picture, self.folder / "in.webp")
+        # Its decoder says on standard error what it thinks.
+        yield save(picture, self.folder / "in.jxl")
         vips("extract_area", SAMPLE_HDR, self.folder / "in.hdr", 0, 0, 64, 48)
         yield self.folder / "in.hdr"
 

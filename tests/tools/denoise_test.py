@@ -3,7 +3,6 @@
 import ctypes
 import json
 import os
-import struct
 import unittest
 
 import numpy
@@ -140,7 +139,7 @@ class HighDynamicRange(ToolTest):
         small = self.folder / "small.hdr"
         small.write_bytes(b"#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 31 +X 40\n" + bytes(range(124)) * 40)
         self.assertIn("at least 32 x 32", self.fails(1, small, *classic))
-        self.assertIn("choose .hdr", self.fails(1, SAMPLE_HDR, self.folder / "o.png"))
+        self.assertIn("or .hdr", self.fails(1, SAMPLE_HDR, self.folder / "o.png"))
         self.assertEqual(self.names(), ["black.hdr", "small.hdr"])
 
     def test_best_gains_and_leaves_black_and_suns(self):
@@ -181,37 +180,6 @@ def of_rgbe(pixels):
     return pixels[:, :, :3] * 2.0 ** (pixels[:, :, 3:].astype(float) - 136)
 
 
-def exr(path, picture):
-    """A plain OpenEXR file, written by hand: three float channels, not compressed."""
-    height, width, _ = picture.shape
-    field = lambda name, kind, value: name + b"\0" + kind + b"\0" + struct.pack("<i", len(value)) + value
-    channels = b"".join(name + b"\0" + struct.pack("<iiii", 2, 0, 1, 1) for name in (b"B", b"G", b"R")) + b"\0"
-    box = struct.pack("<iiii", 0, 0, width - 1, height - 1)
-    head = struct.pack("<II", 20000630, 2) + field(b"channels", b"chlist", channels) + field(b"compression", b"compression", b"\0")
-    head += field(b"dataWindow", b"box2i", box) + field(b"displayWindow", b"box2i", box) + field(b"lineOrder", b"lineOrder", b"\0")
-    head += field(b"pixelAspectRatio", b"float", struct.pack("<f", 1)) + field(b"screenWindowCenter", b"v2f", bytes(8))
-    head += field(b"screenWindowWidth", b"float", struct.pack("<f", 1)) + b"\0"
-    rows = [struct.pack("<ii", y, 12 * width) + picture[y, :, ::-1].T.astype("<f4").tobytes() for y in range(height)]
-    start = len(head) + 8 * height
-    path.write_bytes(head + b"".join(struct.pack("<Q", start + y * len(rows[0])) for y in range(height)) + b"".join(rows))
-    return path
-
-
-class OpenExr(ToolTest):
-    def test_goes_through_rgbe(self):
-        picture = numpy.random.default_rng(4).lognormal(-2, 0.3, (40, 60, 3)).astype("float32")
-        picture[0, :4] = [[numpy.nan] * 3, [numpy.inf] * 3, [-1] * 3, [0] * 3]
-        source = exr(self.folder / "in.exr", picture)
-        self.assertIn("RGBE", self.denoise(source))
-        after = pixels(self.folder / "in-clean.hdr").astype(float)
-        self.assertEqual(after.shape, (40, 60, 4))
-        level = after[:, :, :3].sum(axis=2) * 2.0 ** (after[:, :, 3] - 136)
-        self.assertLess(abs(numpy.median(level) / numpy.nanmedian(picture.sum(axis=2)) - 1), 0.05)
-        for part in range(1, 20):
-            (self.folder / "cut.exr").write_bytes(source.read_bytes()[: source.stat().st_size * part // 20])
-            self.fails(1, self.folder / "cut.exr", "-d", self.folder / "out")
-
-
 class Failures(ToolTest):
     def test_one_line_and_no_file(self):
         source = save(noisy(64, 64, 3, 16), self.folder / "in.png")
@@ -228,7 +196,8 @@ class Failures(ToolTest):
                                  ([self.folder / "cmyk.tif", out], "cmyk"),
                                  ([source, self.folder / "no/such/out.png"], "No such file"),
                                  ([source, self.folder / "out.jpg"], "8 bits"),
-                                 ([source, self.folder / "out.exr"], "OpenEXR"),
+                                 ([source, self.folder / "out.exr"], "high dynamic range"),
+                                 ([source, self.folder / "out.heic"], "read, not written"),
                                  ([source, self.folder / "out.xyz"], "--format"),
                                  ([source, self.folder / "out.hdr"], "high dynamic range")]:
             self.assertIn(words, self.fails(1, *arguments))
@@ -240,7 +209,7 @@ class Failures(ToolTest):
                           [source, "o.png", "--strength", "49", "--preset", "classic"], [source, "o.png", "--strength", "59", "--preset", "fast"], [source, "o.png", "--nonsense"], [source, "o.png", "--preset", "x"],
                           [source, "o.png", "--set", "noise-level=-3"], [source, "o.png", "--set", "sharpening=much"], [source, "o.png", "--set", "luma-keep=nan"],
                           [source, "o.png", "--set", "nothing=1"], [source, "o.png", "--tile", "55"],
-                          [source, "--format", "exr"], [source, self.folder], ["profile"], ["selftest", source]]:
+                          [source, "--format", "heic"], [source, "--format", "ppm"], [source, self.folder], ["profile"], ["selftest", source]]:
             self.fails(2, *arguments)
         for before in (["--json"], [source]):
             self.assertIn("a file of that name is ./profile", self.fails(2, *before, "profile", source))
@@ -257,6 +226,15 @@ class Failures(ToolTest):
         self.assertEqual(out.read_text(), "precious")
         self.denoise(source, out, "--force")
         self.assertEqual((header(out)[1], out.stat().st_mode & 0o777), (64, 0o640))
+        # Never more than the input's, which stand before the name does.
+        for mode, old in ((0o600, 0o644), (0o444, None), (0o755, 0o711)):
+            os.chmod(source, mode)
+            out.unlink() if old is None else os.chmod(out, old)
+            beside = self.folder / "r.html", self.folder / "r.json"
+            self.denoise(source, out, *(["--force"] if old else []), "--report", beside[0], "--save-recipe", beside[1])
+            self.assertEqual([path.stat().st_mode & 0o777 for path in (out, *beside)], [mode & (old or mode), mode, mode])
+            for path in beside:
+                path.unlink()
         # In place, through a link, which stays a link.
         link = self.folder / "link.png"
         link.symlink_to(source)

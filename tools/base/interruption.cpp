@@ -8,6 +8,8 @@
 #include <set>
 #include <thread>
 
+#include "base/own_words.h"
+
 namespace tool {
 namespace {
 
@@ -46,7 +48,7 @@ sigset_t setOf(std::initializer_list<int> signals) {
 
 // Standard error may be closed, and there is nothing to be done then.
 void say(const std::string& words) {
-  if (write(STDERR_FILENO, words.data(), words.size()) < 0) return;
+  if (write(standardErrorNumber(), words.data(), words.size()) < 0) return;
 }
 
 [[noreturn]] void endBy(int signal) {

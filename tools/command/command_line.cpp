@@ -94,6 +94,7 @@ class DenoiseOptions {
     takeSettings();
     takeSecondAsOutput();
     check();
+    denoise_.one = denoise_.inputs.isOneFile();
     denoise_.words = quiet_ ? Words::kQuiet : verbose_ ? Words::kVerbose : Words::kLine;
     return std::move(denoise_);
   }
@@ -111,8 +112,10 @@ class DenoiseOptions {
     add("-d,--output-dir", naming.outputDir, "Folder of the results; their names stay", "DIR", group);
     add("--suffix", naming.suffix, "Added to the names of results, before the extension [-clean]", "TEXT", group);
     app_.add_flag("-f,--force", naming.force, "Replace files that exist")->group(group);
-    add("--format", format_, "png, jpg, tif, webp or hdr, whatever the name says", "NAME", group);
-    add("--quality", denoise_.save.quality, "Of JPEG and lossy WebP [95]", "1..100", group)->check(CLI::Range(1, 100));
+    add("--format", format_, fmt::format("{}, whatever the name says", pictures::writtenWords()), "NAME", group);
+    add("--quality", denoise_.save.quality, "Of JPEG, AVIF and what else has losses [a JPEG's own, or 95]", "1..100",
+        group)
+        ->check(CLI::Range(1, 100));
   }
 
   void addControl() {
@@ -123,6 +126,8 @@ class DenoiseOptions {
     preset_ = add("--preset", settings.preset, fmt::format("{} [best]", run::presetNames()), "NAME", group);
     add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
     app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
+    app_.add_flag("--display-referred", settings.displayReferred, "Floats are as a screen takes them, not light")
+        ->group(group);
     add("--tile", denoise_.tile, "Edge of a tile in pixels [256]", "56..", group)->check(CLI::Range(56, 1 << 15));
     CLI::Option* noise = add("--noise-from", denoise_.noiseFrom,
                              "Go by the noise of this picture, or profile --json of one", "FILE", group);
@@ -148,7 +153,8 @@ class DenoiseOptions {
   void addShow() {
     const char* group = "To see and to know";
     add("--compare", denoise_.compare, "Write a picture of before, after and difference", "FILE.png", group);
-    add("--report", denoise_.report, "Write a page to look at in a browser", "FILE.html", group);
+    add("--report", denoise_.report, "Write a page to look at in a browser, of one picture or a batch", "FILE.html",
+        group);
     app_.add_flag("-v,--verbose", verbose_, "Say what was measured, set and changed")->group(group);
     app_.add_flag("-q,--quiet", quiet_, "Say nothing but errors")->group(group);
     app_.add_flag("--json", denoise_.json, "Print a JSON object a file, one a line")->group(group);
@@ -157,8 +163,10 @@ class DenoiseOptions {
   void takeFormat() {
     if (!format_) return;
     denoise_.naming.format = pictures::formatOfExtension(*format_);
-    if (!denoise_.naming.format)
-      throw UsageError{fmt::format("there is no format \"{}\"; there are png, jpg, tif, webp and hdr", *format_)};
+    const std::optional<pictures::Format> format = denoise_.naming.format;
+    if (!format || pictures::resultFormat(*format) != *format)
+      throw UsageError{
+          fmt::format("there is no format \"{}\" to write; there are {}", *format_, pictures::writtenWords())};
   }
 
   void takeSettings() try {
@@ -184,9 +192,6 @@ class DenoiseOptions {
     checkOne();
     if (verbose_ && quiet_) throw UsageError{"--verbose and --quiet exclude each other"};
     checkSuffix();
-    if (denoise_.naming.format == pictures::Format::kOpenExr) {
-      throw UsageError{"OpenEXR is read, not written; results are Radiance (--format hdr)"};
-    }
   }
 
   void checkOne() const {
@@ -196,7 +201,6 @@ class DenoiseOptions {
       throw UsageError{"--output names one file and takes one input (--output-dir takes many)"};
     if (naming.output && naming.outputDir) throw UsageError{"--output and --output-dir exclude each other"};
     if (denoise_.compare && !one) throw UsageError{"--compare takes one input"};
-    if (denoise_.report && !one) throw UsageError{"--report takes one input"};
     if (denoise_.saveRecipe && !one) throw UsageError{"--save-recipe takes one input"};
   }
 

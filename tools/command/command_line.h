@@ -28,6 +28,9 @@ struct Denoise {
   std::optional<std::string> compare, report, saveRecipe;
   Words words = Words::kLine;
   bool json = false;
+  bool one = false;  // input, by the command line
+
+  bool isBatch() const { return !one; }
 
   // What is written beside the result.
   std::vector<std::string> beside() const;

@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "base/interruption.h"
+#include "base/own_words.h"
 #include "command/denoise_file.h"
 #include "command/measure_file.h"
 #include "find/plan.h"
@@ -19,6 +20,7 @@
 #include "tell/lines.h"
 #include "tell/print.h"
 #include "tell/printable.h"
+#include "tell/report/batch.h"
 #include "tell/summary.h"
 
 namespace tool::command {
@@ -49,7 +51,7 @@ tell::Said saidOf(const FileResult& file, const Denoise& command) {
     said.errors = fmt::format("veskaro-nr: {}\n", tell::printable(failure->what()));
   said.words = wordsFor(file, command);
   // A picture on standard output leaves no room for words there.
-  said.wordsTo = pictures::isStandardStream(file.output) ? stderr : stdout;
+  said.wordsTo = pictures::isStandardStream(file.output) ? standardError() : stdout;
   return said;
 }
 
@@ -63,7 +65,10 @@ class Batch {
       : command_(command),
         plan_(plan),
         pool_(command.limits, plan.size()),
-        progress_(plan.size(), plan.bytes(), static_cast<std::size_t>(pool_.jobs()), command.words != Words::kQuiet) {}
+        progress_(plan.size(), plan.bytes(), static_cast<std::size_t>(pool_.jobs()), command.words != Words::kQuiet) {
+    if (command.report && command.isBatch() && !command.dryRun)
+      report_.emplace(*command.report, plan.size(), command.settings, command.naming.force);
+  }
 
   // Denoises all; returns the exit status.
   int run() {
@@ -75,6 +80,7 @@ class Batch {
           [this](int worker, std::size_t index) { return workOn(static_cast<std::size_t>(worker), index); });
     }
     sayWhatItCameTo();
+    if (report_) report_->finish();
     if (isInterrupted()) throw Interrupted{};
     return summary_.failed() > 0 ? 1 : 0;
   }
@@ -89,6 +95,7 @@ class Batch {
         denoiseFile(plan_, index, command_, pool_, [&](double share) { progress_.advance(worker, share); });
     summary_.add(file);
     lines_.say(index, saidOf(file, command_));
+    if (report_) report_->add(index, file);
     progress_.done(worker, megapixelsOf(file));
     const bool isFull = file.failure() != nullptr && file.failure()->kind == Kind::kNoSpace;
     isFull_ = isFull_ || isFull;
@@ -103,8 +110,9 @@ class Batch {
   void sayWhatItCameTo() {
     const std::size_t left = plan_.size() - summary_.ended();
     if (isFull_ && left > 0) {
-      tell::printNow(stderr, fmt::format("veskaro-nr: the disk is full: stopped with {} of {} pictures not tried\n",
-                                         left, plan_.size()));
+      tell::printNow(
+          standardError(),
+          fmt::format("veskaro-nr: the disk is full: stopped with {} of {} pictures not tried\n", left, plan_.size()));
     }
     const bool toStream = command_.naming.output && pictures::isStandardStream(*command_.naming.output);
     if (command_.inputs.isOneFile() || toStream) return;
@@ -119,7 +127,8 @@ class Batch {
   run::Pool pool_;
   tell::Progress progress_;
   tell::Lines lines_{command_.ordered, progress_};
-  tell::Summary summary_;
+  std::optional<tell::BatchReport> report_;
+  tell::Summary summary_{plan_.passedOver()};
   std::atomic<bool> isFull_{false};
 };
 
@@ -169,6 +178,7 @@ void requireApart(const find::Plan& plan, const Denoise& command) {
   std::set<std::string> names;
   for (const std::string& beside : command.beside()) {
     plan.requireApart(beside);
+    if (command.isBatch()) find::requireWritable(beside, command.naming);
     if (!names.insert(beside).second) throw Failure(Kind::kDuplicate, beside + " is to be written twice");
   }
 }

@@ -12,12 +12,16 @@
 #include "pictures/footprint.h"
 #include "pictures/hdr.h"
 #include "pictures/libvips.h"
+#include "pictures/light.h"
 #include "pictures/photo.h"
+#include "pictures/recognise.h"
 #include "run/denoise_hdr.h"
+#include "run/denoise_linear.h"
 #include "run/denoise_photo.h"
 #include "run/recipe.h"
 #include "tell/comparison.h"
 #include "tell/display.h"
+#include "tell/report/batch.h"
 #include "tell/report/report.h"
 
 namespace tool::command {
@@ -39,14 +43,23 @@ bool wantsDisplay(const Denoise& command) {
   return command.compare || command.report;
 }
 
-std::optional<std::string> noteOn(const pictures::Photo& photo) {
-  if (photo.pages <= 1) return std::nullopt;
-  return fmt::format("only the first of the file's {} pictures is denoised and written", photo.pages);
+std::string onPages(int pages) {
+  if (pages <= 1) return "";
+  return fmt::format("only the first of the file's {} pictures is denoised and written", pages);
 }
 
-std::optional<std::string> noteOn(const pictures::HdrPicture& picture) {
-  if (picture.format != Format::kOpenExr) return std::nullopt;
-  return "OpenEXR goes through RGBE: 8 bits of mantissa, no alpha";
+std::optional<std::string> noteOn(const pictures::Photo& photo) {
+  std::string note = onPages(photo.pages);
+  if (!photo.leftBehind.empty()) note += fmt::format("{}{} is left behind", note.empty() ? "" : "; ", photo.leftBehind);
+  return note.empty() ? std::nullopt : std::optional(note);
+}
+
+std::optional<std::string> noteOn(const pictures::LightPicture& picture, const run::Settings& settings, Format to) {
+  std::string note = onPages(picture.pages);
+  const bool isRgbe = !settings.displayReferred && settings.rule() == run::Rule::kClassic;
+  const char* as = isRgbe ? "denoised" : to == Format::kRadiance ? "written" : nullptr;
+  if (as != nullptr) note += fmt::format("{}{} as RGBE: 8 bits of mantissa", note.empty() ? "" : "; ", as);
+  return note.empty() ? std::nullopt : std::optional(note);
 }
 
 // The picture in a file, or a failure that is that file's alone.
@@ -80,10 +93,10 @@ Through photoThrough(Bytes file, Format from, Format to, const Denoise& command,
   return {about, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Through hdrThrough(const Bytes& file, Format from, const Denoise& command, const run::Watch& watch) {
+Through hdrThrough(const Bytes& file, const Denoise& command, const run::Watch& watch) {
   Timer timer;
-  const pictures::HdrPicture picture = decoded([&] { return pictures::decodeHdr(file, from); });
-  const run::Decoded about{picture.layout(), noteOn(picture), timer.lap()};
+  const pictures::HdrPicture picture = decoded([&] { return pictures::decodeHdr(file); });
+  const run::Decoded about{picture.layout(), std::nullopt, timer.lap()};
   run::DenoisedHdr after = run::denoiseHdr(picture, command.settings, watch);
   std::optional<tell::DisplayPair> display;
   if (wantsDisplay(command)) display = beside([&] { return tell::displayPair(picture, after.planar); });
@@ -92,18 +105,27 @@ Through hdrThrough(const Bytes& file, Format from, const Denoise& command, const
   return {about, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Through goThrough(Bytes file, Format from, Format to, const Denoise& command, const run::Watch& watch) {
-  if (!isHdr(from)) return photoThrough(std::move(file), from, to, command, watch);
-  if (to == Format::kRadiance) return hdrThrough(file, from, command, watch);
-  throw Failure(Kind::kUnsupported,
-                fmt::format("a high-dynamic-range picture cannot be written as {}; choose .hdr", formatName(to)));
+Through lightThrough(Bytes file, Format from, Format to, const Denoise& command, const run::Watch& watch) {
+  Timer timer;
+  pictures::LightPicture picture = decoded([&] { return pictures::decodeLight(file, from); });
+  file = Bytes();
+  const run::Decoded about{picture.layout(), noteOn(picture, command.settings, to), timer.lap()};
+  orFailAs(Kind::kUnsupported, [&] { pictures::requireFits(picture, to); });
+  run::DenoisedLight after = run::denoiseLight(picture, command.settings, watch);
+  std::optional<tell::DisplayPair> display;
+  if (wantsDisplay(command))
+    display = beside([&] { return tell::displayPair(picture, after.after, command.settings.displayReferred); });
+  picture.light = std::move(after.after);
+  timer.lap();
+  Bytes encoded = beside([&] { return pictures::encodeLight(picture, to); });
+  return {about, std::move(after.done), std::move(encoded), timer.lap(), std::move(display)};
 }
 
-Format requireFormat(const Bytes& file) {
-  const std::optional<Format> format = pictures::sniffFormat(file);
-  if (format) return *format;
-  if (file.empty()) throw Failure(Kind::kDamaged, "the file is empty");
-  throw Failure(Kind::kUnsupported, "not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
+Through goThrough(Bytes file, Format from, Format to, const Denoise& command, const run::Watch& watch) {
+  if (from == Format::kRadiance && to == Format::kRadiance) return hdrThrough(file, command, watch);
+  if (isHdr(from) || decoded([&] { return pictures::holdsFloats(file, from); }))
+    return lightThrough(std::move(file), from, to, command, watch);
+  return photoThrough(std::move(file), from, to, command, watch);
 }
 
 bool isThere(const std::string& output) {
@@ -115,6 +137,8 @@ bool isThere(const std::string& output) {
 // All that may stand in the way of the results, before the work is done rather than after it.
 void requireWritable(const std::string& output, const Denoise& command) {
   find::requireWritable(output, command.naming);
+  // A batch's were looked at once.
+  if (command.isBatch()) return;
   for (const std::string& beside : command.beside()) find::requireWritable(beside, command.naming);
 }
 
@@ -123,22 +147,15 @@ const vnr_settings& settingsOf(const run::Outcome& outcome) {
   throw Failure(Kind::kUnsupported, "denoise1, which this preset uses, has no settings for a recipe");
 }
 
-void writeRecipe(const std::string& path, const vnr_settings& settings, bool overwrite) {
-  const std::string text = run::recipeOf(settings);
-  pictures::writeWhole(path, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), overwrite);
-}
-
-void show(const run::FileResult& result, const tell::DisplayPair& display, const Denoise& command) {
-  const bool force = command.naming.force;
-  if (command.compare) tell::writeComparison(*command.compare, display, force);
-  if (command.report) tell::writeReport(*command.report, result, display, command.settings, force);
-}
-
 // One file's way; what has to be known of it is in the result as soon as it is known.
 class Way {
  public:
   Way(const find::Plan& plan, std::size_t index, const Denoise& command, run::FileResult& result)
-      : plan_(plan), index_(index), command_(command), result_(result) {}
+      : plan_(plan),
+        index_(index),
+        command_(command),
+        result_(result),
+        writing_{command.naming.force, {result.input}} {}
 
   void go(run::Pool& pool, const Progress& progress) {
     if (const Failure* problem = plan_.problem(index_)) throw *problem;
@@ -158,7 +175,7 @@ class Way {
     // What can be told by the names alone.
     const Bytes beginning = pictures::readBeginning(result_.input).bytes;
     if (!pictures::isStandardStream(result_.input))
-      find::outputFormat(result_.output, command_.naming, requireFormat(beginning));
+      find::outputFormat(result_.output, command_.naming, pictures::recognise(beginning, result_.input));
     result_.end = run::Planned{};
   }
 
@@ -167,26 +184,39 @@ class Way {
     const Timer total;
     Bytes file = pictures::readWhole(result_.input);
     const double reading = total.seconds();
-    const Format from = requireFormat(file), to = find::outputFormat(result_.output, command_.naming, from);
+    const Format from = pictures::recognise(file, result_.input),
+                 to = find::outputFormat(result_.output, command_.naming, from);
     const Through through = goThrough(std::move(file), from, to, command_, watch);
     requireNotInterrupted();
     const Timer writing;
     find::makeFolderOf(result_.output, command_.naming);
-    pictures::writeWhole(result_.output, through.encoded, command_.naming.force);
+    pictures::writeWhole(result_.output, through.encoded, writing_);
     const run::Written written{to, through.encodeSeconds, writing.seconds()};
     result_.end = run::Outcome{{from, reading}, through.decoded, through.done, written, total.seconds()};
     writeBeside(through);
   }
 
   void writeBeside(const Through& through) {
-    if (through.display) beside([&] { show(result_, *through.display, command_); });
-    if (command_.saveRecipe) writeRecipe(*command_.saveRecipe, settingsOf(*result_.outcome()), command_.naming.force);
+    if (through.display) beside([&] { show(*through.display); });
+    if (command_.saveRecipe)
+      pictures::writeWhole(*command_.saveRecipe, run::recipeOf(settingsOf(*result_.outcome())), writing_);
+  }
+
+  void show(const tell::DisplayPair& display) {
+    if (command_.compare) tell::writeComparison(*command_.compare, display, writing_);
+    if (!command_.report) return;
+    if (!command_.isBatch()) return tell::writeReport(*command_.report, result_, display, command_.settings, writing_);
+    // What lies in the folder of a batch's reports is that batch's own.
+    const std::string report = tell::reportInBatch(*command_.report, index_, result_.input);
+    tell::writeReport(report, result_, display, command_.settings, {true, {result_.input}});
+    result_.shown = tell::thumbnailOf(display);
   }
 
   const find::Plan& plan_;
   const std::size_t index_;
   const Denoise& command_;
   run::FileResult& result_;
+  const pictures::Writing writing_;
 };
 
 // Messages that name no file get the name of the one that was read.

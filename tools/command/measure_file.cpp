@@ -4,7 +4,9 @@
 #include "pictures/file_io.h"
 #include "pictures/hdr.h"
 #include "pictures/libvips.h"
+#include "pictures/light.h"
 #include "pictures/photo.h"
+#include "pictures/recognise.h"
 #include "run/denoise_linear.h"
 #include "run/library.h"
 
@@ -35,18 +37,27 @@ std::optional<run::HdrStatistics> statisticsOf(pictures::HdrPicture& picture) tr
   return std::nullopt;
 }
 
-Measured measureHdr(const std::string& name, const Bytes& file, Format format, const run::Watch& watch) {
-  pictures::HdrPicture picture = decoded([&] { return pictures::decodeHdr(file, format); });
-  return {name, picture.layout(), run::measureLight(picture, watch), statisticsOf(picture)};
+Measured measureHdr(const std::string& name, const Bytes& file, const run::Watch& watch) {
+  pictures::HdrPicture picture = decoded([&] { return pictures::decodeHdr(file); });
+  return {name, picture.layout(), run::measureLight(pictures::lightOf(picture, 3), watch), statisticsOf(picture)};
+}
+
+Measured measureFloats(const std::string& name, const Bytes& file, Format format, const run::Watch& watch) {
+  const pictures::LightPicture picture = decoded([&] { return pictures::decodeLight(file, format); });
+  return {name, picture.layout(), run::measureLight(picture.light, watch), std::nullopt};
+}
+
+Measured measureKnown(const std::string& name, const Bytes& file, Format format, const run::Watch& watch) {
+  if (format == Format::kRadiance) return measureHdr(name, file, watch);
+  const bool isFloat = format == Format::kOpenExr || decoded([&] { return pictures::holdsFloats(file, format); });
+  return isFloat ? measureFloats(name, file, format, watch) : measurePhoto(name, file, format, watch);
 }
 
 }  // namespace
 
 Measured measureFile(const std::string& name, const Bytes& file, const run::Watch& watch) {
-  const std::optional<Format> format = pictures::sniffFormat(file);
-  if (!format) throw Failure(Kind::kUnsupported, name + ": not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
   try {
-    return isHdr(*format) ? measureHdr(name, file, *format, watch) : measurePhoto(name, file, *format, watch);
+    return measureKnown(name, file, pictures::recognise(file, name), watch);
   } catch (const Failure& failure) {
     throw Failure(failure.kind, name + ": " + failure.what());
   } catch (const std::bad_alloc&) {

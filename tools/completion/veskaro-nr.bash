@@ -25,7 +25,7 @@ _veskaro_nr() {
     --output | -o | --compare | --report | --files-from | --noise-from | --recipe | --save-recipe)
       _veskaro_nr_files -f && return ;;
     --output-dir | -d) _veskaro_nr_files -d && return ;;
-    --format) _veskaro_nr_reply -W "png jpg tif webp hdr" && return ;;
+    --format) _veskaro_nr_reply -W "png jpg tif webp avif jxl hdr exr" && return ;;
     --preset) _veskaro_nr_reply -W "best fast classic chroma-only" && return ;;
     --sort) _veskaro_nr_reply -W "name noise size" && return ;;
     --set)
@@ -40,7 +40,7 @@ _veskaro_nr() {
     _veskaro_nr_reply -W "--help --sort --reverse --json --files-from --null --jobs --threads --memory"
   else
     _veskaro_nr_reply -W "--help --version --output --output-dir --suffix --force --format --quality --strength
-      --preset --set --chroma-only --tile --noise-from --recipe --save-recipe --files-from --null --skip-existing
+      --preset --set --chroma-only --display-referred --tile --noise-from --recipe --save-recipe --files-from --null --skip-existing
       --dry-run --ordered --jobs --threads --memory --compare --report --verbose --quiet --json"
   fi
   return 0

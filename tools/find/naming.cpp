@@ -1,5 +1,6 @@
 #include "find/naming.h"
 
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,8 +20,7 @@ using pictures::Format;
 // The extension stays as the user spells it when it says the right thing.
 std::string extensionOf(const fs::path& input, Format format) {
   const auto spelled = pictures::formatOfExtension(input.extension().string());
-  return spelled == format && *spelled != Format::kOpenExr ? input.extension().string()
-                                                           : pictures::extensionFor(format);
+  return spelled == format ? input.extension().string() : pictures::extensionFor(format);
 }
 
 void requireReplaceable(const std::string& output, mode_t mode, const Naming& naming) {
@@ -47,18 +47,20 @@ std::string outputFor(const std::string& input, const Place& place, const Naming
   const fs::path folder = elsewhere != nullptr ? fs::path(elsewhere->folder) : path.parent_path();
   // In another folder the name stays, unless a suffix was asked for.
   const std::string suffix = elsewhere != nullptr ? naming.suffix.value_or("") : naming.suffixBesideInputs();
-  return (folder / (path.stem().string() + suffix + extensionOf(path, naming.format.value_or(inputFormat)))).string();
+  return (folder / (path.stem().string() + suffix +
+                    extensionOf(path, naming.format.value_or(pictures::resultFormat(inputFormat)))))
+      .string();
 }
 
 Format outputFormat(const std::string& output, const Naming& naming, Format inputFormat) {
   if (naming.format) return *naming.format;
   if (pictures::isStandardStream(output) || output.compare(0, 5, "/dev/") == 0) {
-    return inputFormat == Format::kOpenExr ? Format::kRadiance : inputFormat;
+    return pictures::resultFormat(inputFormat);
   }
   const auto named = pictures::formatOfExtension(fs::path(output).extension().string());
   if (!named) throw Failure("cannot write " + output + ": its name says no format (--format does)");
-  if (*named == Format::kOpenExr)
-    throw Failure("cannot write " + output + ": OpenEXR is read, not written; results are Radiance (.hdr)");
+  if (pictures::resultFormat(*named) != *named)
+    throw Failure(fmt::format("cannot write {}: {} is read, not written", output, formatName(*named)));
   return *named;
 }
 

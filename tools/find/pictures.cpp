@@ -50,6 +50,8 @@ class FolderSearch {
       if (isToBeSearched(entry)) folders.push_back(entry.path());
     } else if (isInput(entry)) {
       found_.add(entry.path().string(), entry.file_size(error), below_);
+    } else if (entry.is_regular_file(error) && !isEarlierResult(entry)) {
+      ++found_.passedOver;
     }
   }
 
@@ -64,7 +66,11 @@ class FolderSearch {
     std::error_code error;
     if (!file.is_regular_file(error)) return false;
     if (!pictures::formatOfExtension(file.path().extension().string())) return false;
-    return !passedOver_.suffix || !endsWith(file.path().stem().string(), *passedOver_.suffix);
+    return !isEarlierResult(file);
+  }
+
+  bool isEarlierResult(const fs::directory_entry& file) const {
+    return passedOver_.suffix && endsWith(file.path().stem().string(), *passedOver_.suffix);
   }
 
   const EarlierResults& passedOver_;

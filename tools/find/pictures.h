@@ -55,6 +55,9 @@ class Pictures {
   const Failure* problem(std::size_t index) const;
   std::uintmax_t bytes() const;
 
+  // Files in folders that are no pictures, or none that can be read, by their names.
+  std::size_t passedOver = 0;
+
  private:
   const char* keep(const std::string& name);
 

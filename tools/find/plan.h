@@ -20,6 +20,7 @@ class Plan {
   std::string input(std::size_t index) const { return pictures_[index].name; }
   std::uint64_t bytes(std::size_t index) const { return pictures_[index].size; }
   std::uintmax_t bytes() const { return pictures_.bytes(); }
+  std::size_t passedOver() const { return pictures_.passedOver; }
   const Failure* problem(std::size_t index) const { return pictures_.problem(index); }
 
   // The name of the result; empty when none can be told, since the input's format is not known.

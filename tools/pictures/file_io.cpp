@@ -105,12 +105,12 @@ class UnfinishedFile {
 
   int fd() const { return fd_; }
 
-  void commit(bool overwrite) {
-    setMode();
+  void commit(const Writing& writing) {
+    setMode(writing.like);
     // Some disks say only now that they are full; the file stays open, and so locked.
     if (close(dup(fd_)) != 0) failToWrite(path_);
     const NotEnding untilNamed;
-    overwrite ? takeName() : takeFreeName();
+    writing.overwrite ? takeName() : takeFreeName();
     committed_ = true;
   }
 
@@ -127,11 +127,19 @@ class UnfinishedFile {
     takeName();
   }
 
-  // mkostemp makes files that only the owner may read: give the result the mode of the file that it replaces, or of
-  // any new file.
-  void setMode() {
-    struct stat old;
-    fchmod(fd_, stat(path_.c_str(), &old) == 0 ? old.st_mode & 0777 : kNewFileMode);
+  // mkostemp makes files that only the owner may read. Until the file has its name nobody else may.
+  void setMode(const std::vector<std::string>& like) {
+    struct stat other;
+    mode_t mode = 0777;
+    bool isLike = false;
+    for (const std::string& name : like) {
+      if (isStandardStream(name) || stat(name.c_str(), &other) != 0 || !S_ISREG(other.st_mode)) continue;
+      isLike = true;
+      mode &= other.st_mode;
+    }
+    if (!isLike) mode = kNewFileMode;
+    if (stat(path_.c_str(), &other) == 0) mode &= other.st_mode;
+    if (fchmod(fd_, mode) != 0) failToWrite(path_);
   }
 
   std::string path_, name_;
@@ -234,7 +242,7 @@ Bytes readWhole(const std::string& path) {
   return readToEnd(file.fd, name);
 }
 
-void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t size, bool overwrite) {
+void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t size, const Writing& writing) {
   if (isStandardStream(path)) {
     writeFully(STDOUT_FILENO, bytes, size, "standard output");
     return;
@@ -248,7 +256,7 @@ void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t 
   char target[PATH_MAX];
   UnfinishedFile file(realpath(path.c_str(), target) != nullptr ? target : path);
   writeFully(file.fd(), bytes, size, path);
-  file.commit(overwrite);
+  file.commit(writing);
 }
 
 }  // namespace tool::pictures

@@ -31,12 +31,21 @@ void willRead(const std::string& path);
 bool isLeftover(const std::string& path);
 void removeLeftovers(const std::string& folder);
 
+// How a file is written.
+struct Writing {
+  bool overwrite = false;
+  std::vector<std::string> like;  // files whose permissions it gets, as far as all have them; none: any new file's
+};
+
 // Writes bytes to a new file in path's folder and renames it to path; "-" writes to standard output. An existing
-// file is replaced only when overwrite is set. Throws Failure, and leaves nothing behind then, nor when a signal ends
-// the process.
-void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t size, bool overwrite);
-inline void writeWhole(const std::string& path, const Bytes& bytes, bool overwrite) {
-  writeWhole(path, bytes.data(), bytes.size(), overwrite);
+// file is replaced only when overwrite is set, and never gets permissions that it did not have. Throws Failure, and
+// leaves nothing behind then, nor when a signal ends the process.
+void writeWhole(const std::string& path, const std::uint8_t* bytes, std::size_t size, const Writing& writing);
+inline void writeWhole(const std::string& path, const std::string& text, const Writing& writing) {
+  writeWhole(path, reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), writing);
+}
+inline void writeWhole(const std::string& path, const Bytes& bytes, const Writing& writing) {
+  writeWhole(path, bytes.data(), bytes.size(), writing);
 }
 
 }  // namespace tool::pictures

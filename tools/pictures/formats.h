@@ -8,7 +8,7 @@
 
 namespace tool::pictures {
 
-enum class Format { kPng, kJpeg, kTiff, kWebp, kRadiance, kOpenExr };
+enum class Format { kPng, kJpeg, kTiff, kWebp, kAvif, kHeic, kJpegXl, kPnm, kRadiance, kOpenExr };
 
 // The format whose signature the bytes begin with.
 std::optional<Format> sniffFormat(const Bytes& bytes);
@@ -18,9 +18,19 @@ std::optional<Format> formatOfExtension(const std::string& extension);
 
 const char* formatName(Format format);
 
-// The extension, dot included, of a result whose input had this format; OpenEXR results are written as Radiance.
-const char* extensionFor(Format format);
+// All that are read, in a row.
+std::string formatNames();
 
+// The words of --format, in a row.
+std::string writtenWords();
+
+// The format of a result whose input had this one: the same, unless that is read and not written.
+Format resultFormat(Format input);
+
+// The extension of a format's files, dot included.
+std::string extensionFor(Format format);
+
+// A format of light, of any range. TIFF and PNM may hold that too.
 inline bool isHdr(Format format) {
   return format == Format::kRadiance || format == Format::kOpenExr;
 }

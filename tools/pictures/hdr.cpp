@@ -1,8 +1,6 @@
 #include "pictures/hdr.h"
 
 #include <fmt/format.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <climits>
 #include <vips/vips8>
@@ -17,24 +15,6 @@ namespace {
 
 using vips::VImage;
 using vips::VOption;
-
-// OpenEXR is read by file name only, and the bytes may have come from a pipe.
-class FileInMemory {
- public:
-  explicit FileInMemory(const Bytes& bytes) : fd_(memfd_create("picture", MFD_CLOEXEC)) {
-    if (fd_ < 0 || write(fd_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
-      if (fd_ >= 0) close(fd_);
-      throw Failure(Kind::kNoMemory, "memory exhausted");
-    }
-  }
-  ~FileInMemory() { close(fd_); }
-  FileInMemory(const FileInMemory&) = delete;
-  FileInMemory& operator=(const FileInMemory&) = delete;
-  std::string path() const { return fmt::format("/proc/self/fd/{}", fd_); }
-
- private:
-  int fd_;
-};
 
 // Length of the header: lines of text, an empty line, the resolution line.
 std::size_t headerLength(const Bytes& file) {
@@ -56,16 +36,6 @@ void requireUsableSize(int width, int height) {
                   fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
   }
   requireMemory(pixels * (20 + 4 * 6));
-}
-
-// Negative values and NaN have no place in RGBE and count as black; infinities as very bright.
-VImage toRgbe(VImage image) {
-  if (image.bands() > 3) image = image.extract_band(0, VImage::option()->set("n", 3));
-  if (image.bands() < 3) image = image.extract_band(0).bandjoin({image.extract_band(0), image.extract_band(0)});
-  constexpr double kBrightest = 1e30;
-  image = (image > 0).ifthenelse(image, 0);
-  image = (image < kBrightest).ifthenelse(image, kBrightest);
-  return image.cast(VIPS_FORMAT_FLOAT).float2rad();
 }
 
 // Four bytes a pixel to rows of four planes.
@@ -99,12 +69,6 @@ DecodedPixels readRadiance(const Bytes& file, HdrPicture& picture) {
   return readPixelsOf(VImage::radload_buffer(blob.get(), options), picture);
 }
 
-DecodedPixels readOpenExr(const Bytes& file, HdrPicture& picture) {
-  const FileInMemory named(file);
-  VOption* options = VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR);
-  return readPixelsOf(toRgbe(VImage::openexrload(named.path().c_str(), options)), picture);
-}
-
 // The scanlines are as long and as many as before, so the picture's own header fits in front of them: comments,
 // exposure, view and the order of the scanlines stay what they were.
 void replaceHeader(Bytes& file, const std::string& header) {
@@ -127,10 +91,9 @@ Bytes fromPlanar(const Bytes& planar, int width, int height) {
   return pixels;
 }
 
-HdrPicture decodeHdr(const Bytes& file, Format format) try {
+HdrPicture decodeHdr(const Bytes& file) try {
   HdrPicture picture;
-  picture.format = format;
-  const DecodedPixels pixels = format == Format::kRadiance ? readRadiance(file, picture) : readOpenExr(file, picture);
+  const DecodedPixels pixels = readRadiance(file, picture);
   picture.planar = toPlanar(pixels.samples.get(), picture.width, picture.height);
   return picture;
 } catch (const vips::VError& error) {

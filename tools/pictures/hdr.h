@@ -1,4 +1,4 @@
-// High-dynamic-range pictures: four bytes a pixel, row-planar as denoise1 takes them.
+// Radiance pictures: four bytes a pixel, row-planar as denoise1 takes them.
 #pragma once
 
 #include <string>
@@ -10,9 +10,8 @@
 namespace tool::pictures {
 
 struct HdrPicture {
-  int width = 0;   // pixels of a scanline
-  int height = 0;  // scanlines
-  Format format = Format::kRadiance;
+  int width = 0;       // pixels of a scanline
+  int height = 0;      // scanlines
   std::string header;  // the text in front of the pixels, resolution line included; empty: make a plain one
   Bytes planar;        // 4 * width * height bytes
 
@@ -20,8 +19,8 @@ struct HdrPicture {
   Layout layout() const { return {width, height, 8, Colour::kRgbe, 4}; }
 };
 
-// Radiance pixels are taken as they are; OpenEXR pixels are converted to RGBE, without their alpha. Throws Failure.
-HdrPicture decodeHdr(const Bytes& file, Format format);
+// A Radiance file's. Throws Failure.
+HdrPicture decodeHdr(const Bytes& file);
 
 // A Radiance file with the picture's header and these pixels, laid out as HdrPicture::planar.
 Bytes encodeHdr(const HdrPicture& picture, const Bytes& planar);

@@ -11,6 +11,7 @@ struct Layout {
   int bits = 8;  // of a sample
   Colour colour = Colour::kRgb;
   int channels = 3;  // alpha and the like, or the shared exponent, included
+  bool isFloat = false;
 
   double megapixels() const { return static_cast<double>(width) * height * 1e-6; }
 };

@@ -1,5 +1,7 @@
 #include "pictures/libvips.h"
 
+#include <fmt/format.h>
+
 #include <atomic>
 #include <clocale>
 #include <condition_variable>
@@ -45,6 +47,18 @@ void listenToDecoders() {
   // libvips took the user's language; the reasons that it gives stand within English sentences.
   std::setlocale(LC_MESSAGES, "C");
   g_log_set_default_handler(onMessage, nullptr);
+}
+
+void blockOtherLoaders() {
+  vips_operation_block_set("VipsForeignLoad", TRUE);
+  for (const char* format : {"Png", "Jpeg", "Tiff", "Webp", "Heif", "Jxl", "Ppm", "Rad"})
+    vips_operation_block_set(fmt::format("VipsForeignLoad{}", format).c_str(), FALSE);
+}
+
+void requireOperation(const char* nickname, const char* format) {
+  if (vips_type_find("VipsForeign", nickname) != 0) return;
+  throw Failure(Kind::kUnsupported,
+                fmt::format("{} needs {}, which the libvips of this system was built without", format, nickname));
 }
 
 void leaveThread() {

@@ -24,6 +24,13 @@ struct DecodedPixels {
 // Call once, after libvips has started.
 void listenToDecoders();
 
+// What libvips may read from now on: photographs and Radiance pictures through loaders that are made for files from
+// anywhere. The others (of scripts, documents, raw memory, and a hundred more formats through ImageMagick) are blocked.
+void blockOtherLoaders();
+
+// Throws Failure with a sentence that says what is missing when this libvips has no such loader or saver.
+void requireOperation(const char* nickname, const char* format);
+
 // Lets a thread that used libvips go.
 void leaveThread();
 

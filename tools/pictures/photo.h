@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "pictures/bytes.h"
@@ -15,11 +16,13 @@ namespace tool::pictures {
 
 // How the file that was read had it, where the result is to have it too.
 struct Coding {
+  int storedBits = 8;              // of a sample in the file; more than 8 are 16 in memory
+  std::optional<int> jpegQuality;  // that a JPEG's tables are of
   VipsInterpretation interpretation = VIPS_INTERPRETATION_sRGB;
   double xResolution = 1, yResolution = 1;  // in pixels a millimetre
   std::string resolutionUnit;               // empty: none
   int orientation = 1;                      // as EXIF counts
-  bool isInterlaced = false, hasHalvedChroma = false, isLossyWebp = false;
+  bool isInterlaced = false, hasHalvedChroma = false, isLossy = false;
 };
 
 struct Photo {
@@ -29,8 +32,9 @@ struct Photo {
   bool grey = false;   // one colour channel
   int extraBands = 0;  // channels after the colour: alpha and the like
   Format format = Format::kPng;
-  int pages = 1;          // in the file; the first is the one that is read
-  DecodedPixels decoded;  // width * height * bands() samples, native byte order
+  int pages = 1;           // in the file; the first is the one that is read
+  std::string leftBehind;  // what the file holds beside its pictures and no result can; empty: nothing
+  DecodedPixels decoded;   // width * height * bands() samples, native byte order
   Coding coding;
   std::shared_ptr<const Metadata> metadata;
 
@@ -40,6 +44,11 @@ struct Photo {
   const std::uint8_t* samples() const { return decoded.samples.get(); }
   Layout layout() const { return {width, height, bits, grey ? Colour::kGrey : Colour::kRgb, bands()}; }
 };
+
+// The file as libvips opens it: its header is read, its pixels are not. Throws Failure, or vips::VError.
+vips::VImage openPicture(const Bytes& file, Format format);
+bool hasOneColour(const vips::VImage& image);
+Coding codingOf(const vips::VImage& image);
 
 // Throws Failure for a file that is damaged, too large, or of a kind that cannot be denoised as a photograph. Nothing
 // in the photograph refers to the file's bytes.

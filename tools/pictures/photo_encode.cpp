@@ -26,23 +26,33 @@ VImage imageOf(const Photo& photo, const Bytes& samples) {
   return image;
 }
 
+constexpr int kQuality = 95;
+
+// The tables of a JPEG mean nothing to another codec.
+int qualityOf(const Photo& photo, const SaveOptions& options, bool asJpeg) {
+  if (options.quality) return *options.quality;
+  return asJpeg ? photo.coding.jpegQuality.value_or(kQuality) : kQuality;
+}
+
+VipsForeignSubsample subsamplingOf(const Photo& photo) {
+  // The chroma resolution of the original; full for pictures that had no other.
+  return photo.coding.hasHalvedChroma ? VIPS_FOREIGN_SUBSAMPLE_ON : VIPS_FOREIGN_SUBSAMPLE_OFF;
+}
+
 VipsBlob* saveJpeg(const VImage& image, const Photo& photo, const SaveOptions& options) {
   return image.jpegsave_buffer(VImage::option()
                                    ->set("strip", true)
-                                   ->set("Q", options.quality)
+                                   ->set("Q", qualityOf(photo, options, true))
                                    ->set("optimize_coding", true)
                                    ->set("interlace", photo.coding.isInterlaced)
-                                   // The chroma resolution of the original; full for pictures that had no other.
-                                   ->set("subsample_mode", photo.coding.hasHalvedChroma ? VIPS_FOREIGN_SUBSAMPLE_ON
-                                                                                        : VIPS_FOREIGN_SUBSAMPLE_OFF));
+                                   ->set("subsample_mode", subsamplingOf(photo)));
 }
 
 VipsBlob* saveWebp(const VImage& image, const Photo& photo, const SaveOptions& options) {
-  const bool lossy = photo.format == Format::kJpeg || photo.coding.isLossyWebp;
   return image.webpsave_buffer(VImage::option()
                                    ->set("strip", true)
-                                   ->set("Q", options.quality)
-                                   ->set("lossless", !lossy)
+                                   ->set("Q", qualityOf(photo, options, false))
+                                   ->set("lossless", !photo.coding.isLossy)
                                    ->set("smart_subsample", true));
 }
 
@@ -52,7 +62,46 @@ VipsBlob* saveTiff(const VImage& image) {
                                    ->set("predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL));
 }
 
-Blob save(const VImage& image, const Photo& photo, Format format, const SaveOptions& options) {
+// What these two hold beside the pixels is written with them.
+VImage withBlocks(const VImage& image, const Metadata& metadata, bool profileOnly) {
+  VImage tagged = image.copy();
+  const auto set = [&](const char* field, const Bytes& block) {
+    if (!block.empty()) tagged.set(field, nullptr, const_cast<std::uint8_t*>(block.data()), block.size());
+  };
+  set(VIPS_META_ICC_NAME, metadata.icc);
+  if (profileOnly) return tagged;
+  set(VIPS_META_EXIF_NAME, metadata.exif);
+  set(VIPS_META_XMP_NAME, metadata.xmp);
+  return tagged;
+}
+
+// Rounded to the bits that are stored, which the encoder would cut off.
+VImage roundedTo(int bits, const VImage& image) {
+  if (image.format() == VIPS_FORMAT_UCHAR) return image;
+  return (image + (bits < 16 ? 1 << (15 - bits) : 0))
+      .cast(VIPS_FORMAT_USHORT)
+      .copy(VImage::option()->set("interpretation", image.interpretation()));
+}
+
+VipsBlob* saveAvif(const VImage& image, const Photo& photo, const Metadata& metadata, const SaveOptions& options) {
+  const bool bare = metadata.exif.empty() && metadata.xmp.empty() && metadata.icc.empty();
+  return withBlocks(roundedTo(photo.coding.storedBits, image), metadata, false)
+      .heifsave_buffer(VImage::option()
+                           ->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_AV1)
+                           ->set("strip", bare)
+                           ->set("Q", qualityOf(photo, options, false))
+                           ->set("bitdepth", photo.coding.storedBits)
+                           ->set("subsample_mode", subsamplingOf(photo)));
+}
+
+VipsBlob* saveJpegXl(const VImage& image, const Photo& photo, const Metadata& metadata, const SaveOptions& options) {
+  return withBlocks(image, metadata, true)
+      .jxlsave_buffer(
+          VImage::option()->set("Q", qualityOf(photo, options, false))->set("lossless", !photo.coding.isLossy));
+}
+
+Blob save(const VImage& image, const Photo& photo, const Metadata& metadata, Format format,
+          const SaveOptions& options) {
   switch (format) {
     case Format::kPng:
       return Blob(image.pngsave_buffer(VImage::option()->set("strip", true)));
@@ -60,7 +109,15 @@ Blob save(const VImage& image, const Photo& photo, Format format, const SaveOpti
       return Blob(saveJpeg(image, photo, options));
     case Format::kWebp:
       return Blob(saveWebp(image, photo, options));
+    case Format::kAvif:
+      requireOperation("heifsave_buffer", formatName(format));
+      return Blob(saveAvif(image, photo, metadata, options));
+    case Format::kJpegXl:
+      requireOperation("jxlsave_buffer", formatName(format));
+      return Blob(saveJpegXl(image, photo, metadata, options));
     case Format::kTiff:
+    case Format::kHeic:
+    case Format::kPnm:
     case Format::kRadiance:
     case Format::kOpenExr:
       break;
@@ -73,46 +130,69 @@ Bytes bytesOf(Blob blob) {
   return blob.bytes();
 }
 
-void requireFewBits(const Photo& photo, Format format) {
-  if (photo.bits == 16) {
-    throw Failure(
-        fmt::format("{} holds 8 bits a sample and the picture has 16; choose .png or .tif", formatName(format)));
+struct Limits {
+  int bits, extraBands, edge;
+};
+
+Limits limitsOf(Format format) {
+  constexpr int kNone = 1 << 30;
+  switch (format) {
+    case Format::kJpeg:
+      return {8, 0, 65535};
+    case Format::kWebp:
+      return {8, 1, 16383};
+    case Format::kAvif:
+      return {12, 1, 65535};
+    case Format::kJpegXl:
+      return {16, 1, kNone};
+    default:
+      return {16, kNone, kNone};
   }
 }
 
-void requireFewBands(const Photo& photo, Format format) {
-  const int alpha = format == Format::kWebp ? 1 : 0;
-  if (photo.extraBands > alpha) {
-    throw Failure(fmt::format("{} cannot hold the picture's {}; choose .png or .tif", formatName(format),
+void requireWithin(const Limits& limits, const Photo& photo, const char* name) {
+  if (photo.coding.storedBits > limits.bits) {
+    throw Failure(fmt::format("{} holds {} bits a sample{} and the picture has {}; choose .png or .tif", name,
+                              limits.bits, limits.bits > 8 ? " at most" : "", photo.coding.storedBits));
+  }
+  if (photo.extraBands > limits.extraBands) {
+    throw Failure(fmt::format("{} cannot hold the picture's {}; choose .png or .tif", name,
                               photo.extraBands == 1 ? "alpha channel" : "extra channels"));
   }
+  if (std::max(photo.width, photo.height) > limits.edge) {
+    throw Failure(
+        fmt::format("{} pictures are at most {} pixels wide and high; choose .png or .tif", name, limits.edge));
+  }
 }
 
-void requireShortEdges(const Photo& photo, Format format) {
-  const int longest = format == Format::kWebp ? 16383 : 65535;
-  if (std::max(photo.width, photo.height) > longest) {
-    throw Failure(fmt::format("{} pictures are at most {} pixels wide and high; choose .png or .tif",
-                              formatName(format), longest));
-  }
+// Formats whose readers take how a picture is to be turned from elsewhere than EXIF: it is turned before.
+bool needsUpright(Format format) {
+  return format == Format::kAvif || format == Format::kJpegXl;
+}
+
+VImage turned(VImage image, int orientation) {
+  image = image.copy();
+  image.set(VIPS_META_ORIENTATION, orientation);
+  return image.autorot();
 }
 
 }  // namespace
 
 void requireFits(const Photo& photo, Format format) {
-  if (isHdr(format))
-    throw Failure("a photograph cannot be written as high dynamic range; choose .png, .jpg, .tif or .webp");
-  if (format != Format::kJpeg && format != Format::kWebp) return;
-  requireFewBits(photo, format);
-  requireFewBands(photo, format);
-  requireShortEdges(photo, format);
+  if (isHdr(format)) throw Failure("a photograph cannot be written as high dynamic range; choose " + writtenWords());
+  requireWithin(limitsOf(format), photo, formatName(format));
 }
 
 Bytes encodePhoto(const Photo& photo, Bytes samples, Format format, const SaveOptions& options) try {
   requireFits(photo, format);
-  Blob saved = save(imageOf(photo, samples), photo, format, options);
+  const bool turns = needsUpright(format) && photo.coding.orientation != 1;
+  const Metadata metadata = turns ? uprightMetadata(*photo.metadata) : *photo.metadata;
+  VImage image = imageOf(photo, samples);
+  if (turns) image = turned(image, photo.coding.orientation);
+  Blob saved = save(image, photo, metadata, format, options);
   samples = Bytes();
   Bytes encoded = bytesOf(std::move(saved));
-  return withMetadata(std::move(encoded), format, *photo.metadata);
+  return withMetadata(std::move(encoded), format, metadata);
 } catch (const vips::VError& error) {
   throw Failure(vipsReason(error));
 }

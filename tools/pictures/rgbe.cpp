@@ -11,7 +11,14 @@ constexpr int kBias = 136;
 
 using Rgbe = std::array<std::uint8_t, 4>;
 
-Rgbe toRgbe(const float* rgb) {
+// What is beyond all numbers is very bright, and no number is black.
+float held(float v) {
+  constexpr float kVeryBright = 1e30f;
+  return v > 0 ? std::isinf(v) ? kVeryBright : v : 0.0f;
+}
+
+Rgbe toRgbe(std::array<float, 3> rgb) {
+  for (float& v : rgb) v = held(v);
   const float most = std::max({rgb[0], rgb[1], rgb[2]});
   int exponent = 0;
   // Half a step below a power of two is rounded up to it.
@@ -48,11 +55,12 @@ std::vector<float> toLight(const HdrPicture& picture) {
   return light;
 }
 
-Bytes fromLight(const std::vector<float>& light, int width, int height) {
-  Bytes planar(light.size() / 3 * 4);
-  const std::size_t w = static_cast<std::size_t>(width);
-  forEachPixel(width, height, [&](std::size_t at, std::size_t pixel) {
-    const Rgbe rgbe = toRgbe(&light[3 * pixel]);
+Bytes fromLight(const Light& light) {
+  Bytes planar(4 * light.pixels());
+  const std::size_t w = static_cast<std::size_t>(light.width), step = light.channels == 1 ? 0 : 1;
+  forEachPixel(light.width, light.height, [&](std::size_t at, std::size_t pixel) {
+    const float* from = &light.samples[pixel * static_cast<std::size_t>(light.channels)];
+    const Rgbe rgbe = toRgbe({from[0], from[step], from[2 * step]});
     for (std::size_t c = 0; c < 4; ++c) planar[at + c * w] = rgbe[c];
   });
   return planar;

@@ -3,14 +3,15 @@
 
 #include <vector>
 
-#include "pictures/hdr.h"
+#include "pictures/light.h"
 
 namespace tool::pictures {
 
 // Red, green and blue of each pixel.
 std::vector<float> toLight(const HdrPicture& picture);
 
-// The same pixels as HdrPicture::planar has them, rounded to the nearest. What is not above 0 becomes 0.
-Bytes fromLight(const std::vector<float>& light, int width, int height);
+// The same pixels as HdrPicture::planar has them, grey thrice, rounded to the nearest. What is not above 0 becomes 0,
+// what is beyond all numbers very bright.
+Bytes fromLight(const Light& light);
 
 }  // namespace tool::pictures

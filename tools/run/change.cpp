@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -108,6 +109,27 @@ Change changeOf(const HdrPicture& picture, const Bytes& after) {
   }
   change.share = static_cast<double>(changed) / static_cast<double>(picture.pixels());
   change.mean /= 4.0 * static_cast<double>(picture.pixels());
+  return change;
+}
+
+Change changeOf(const pictures::Light& before, const pictures::Light& after) {
+  Change change;
+  std::size_t changed = 0;
+  const std::size_t channels = static_cast<std::size_t>(before.channels);
+  for (std::size_t pixel = 0; pixel < before.pixels(); ++pixel) {
+    double most = 0;
+    for (std::size_t i = pixel * channels; i < (pixel + 1) * channels; ++i) {
+      const double difference =
+          std::fabs(static_cast<double>(after.samples[i]) - static_cast<double>(before.samples[i]));
+      if (!std::isfinite(difference)) continue;
+      change.mean += difference;
+      most = std::max(most, difference);
+    }
+    change.largest = std::max(change.largest, most);
+    changed += most > 0 ? 1 : 0;
+  }
+  change.share = static_cast<double>(changed) / static_cast<double>(before.pixels());
+  change.mean /= static_cast<double>(before.samples.size());
   return change;
 }
 

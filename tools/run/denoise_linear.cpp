@@ -1,6 +1,7 @@
 #include "run/denoise_linear.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <vector>
 
@@ -12,7 +13,7 @@ namespace tool::run {
 namespace {
 
 using pictures::HdrPicture;
-using Light = std::vector<float>;
+using pictures::Light;
 
 // Suns and lamps, beyond this many times the picture's scale: they pass as they are, and are cut off for the filters,
 // whose means next to them would leave nothing of what is dim.
@@ -23,82 +24,109 @@ constexpr float kFarBeyondMost = 100.0f;
 // Times the scale: a quarter of a step of 255 as a square root.
 constexpr float kTrace = 1e-6f;
 
-vnr_picture pictureOf(const HdrPicture& picture, const Light& light) {
-  vnr_picture linear =
-      vnr_interleaved(VNR_FLOAT32, picture.width, picture.height, 3, light.data(), std::ptrdiff_t{3} * picture.width);
-  linear.encoding = VNR_LINEAR;
-  return linear;
+vnr_picture pictureOf(const Light& light, vnr_encoding encoding) {
+  vnr_picture picture = vnr_interleaved(VNR_FLOAT32, light.width, light.height, light.channels, light.samples.data(),
+                                        static_cast<std::ptrdiff_t>(light.channels) * light.width);
+  picture.encoding = encoding;
+  return picture;
 }
 
-float mostOf(const float* rgb) {
-  return std::max({rgb[0], rgb[1], rgb[2]});
-}
+// A pixel's samples, of a picture that is grey or in colour.
+struct Pixel {
+  float* samples;
+  std::size_t channels;
 
-float lumaOf(const float* rgb) {
-  return 0.299f * rgb[0] + 0.587f * rgb[1] + 0.114f * rgb[2];
+  float most() const { return *std::max_element(samples, samples + channels); }
+  float luma() const {
+    return channels == 1 ? samples[0] : 0.299f * samples[0] + 0.587f * samples[1] + 0.114f * samples[2];
+  }
+  // Settings far from any sense can come to anything, and a picture of floats may hold anything.
+  bool isFinite() const {
+    return std::all_of(samples, samples + channels, [](float v) { return std::isfinite(v); });
+  }
+  void fill(float value) const { std::fill_n(samples, channels, value); }
+  void take(const Pixel& other) const { std::copy_n(other.samples, channels, samples); }
+};
+
+// Calls visit(index, pixel) for each pixel.
+template <typename Visit>
+void forEachPixel(const Light& light, Visit visit) {
+  const std::size_t channels = static_cast<std::size_t>(light.channels);
+  float* const samples = const_cast<float*>(light.samples.data());
+  for (std::size_t i = 0; i < light.pixels(); ++i) visit(i, Pixel{samples + i * channels, channels});
 }
 
 // The filters leave the luminance of the square roots; this is that of light.
-void takeLuma(const float* from, float* rgb) {
-  for (std::size_t c = 0; c < 3; ++c) rgb[c] = std::max(rgb[c], 0.0f);
-  const float luma = lumaOf(rgb);
-  const float factor = luma > 0 ? lumaOf(from) / luma : 0.0f;
-  for (std::size_t c = 0; c < 3; ++c) rgb[c] *= factor;
+void takeLuma(const Pixel& from, const Pixel& pixel) {
+  for (std::size_t c = 0; c < pixel.channels; ++c) pixel.samples[c] = std::max(pixel.samples[c], 0.0f);
+  const float luma = pixel.luma(), factor = luma > 0 ? from.luma() / luma : 0.0f;
+  for (std::size_t c = 0; c < pixel.channels; ++c) pixel.samples[c] *= factor;
 }
 
 Light cutOff(const Light& light, float most) {
-  Light cut(light.size());
-  std::transform(light.begin(), light.end(), cut.begin(), [most](float v) { return std::min(v, most); });
+  Light cut = light;
+  for (float& v : cut.samples) v = std::min(v, most);
   return cut;
 }
 
-// Settings far from any sense can come to anything.
-bool areFinite(const float* rgb) {
-  return std::isfinite(rgb[0]) && std::isfinite(rgb[1]) && std::isfinite(rgb[2]);
+// What is no number has no place among the filters' means: black, and as bright as can be.
+Light cleaned(const Light& light) {
+  Light clean = light;
+  for (float& v : clean.samples) v = std::isnan(v) ? 0.0f : std::clamp(v, -FLT_MAX, FLT_MAX);
+  return clean;
 }
 
 // Where nothing was, the traces that coarse levels carry there are nothing too.
-void keepBlack(float trace, float* rgb) {
-  if (mostOf(rgb) < trace) std::fill_n(rgb, 3, 0.0f);
+void keepBlack(float trace, const Pixel& pixel) {
+  if (pixel.most() < trace) pixel.fill(0.0f);
 }
 
 // What is far beyond, what is black and, if that is asked for, luminance stay as they were.
-void keep(const Light& before, const vnr_settings& settings, Light& after) {
+void keepInLight(const Light& before, const vnr_settings& settings, const Light& after) {
   const float far = kFarBeyondScale * settings.linear_scale, trace = kTrace * settings.linear_scale;
-  for (std::size_t i = 0; i < before.size(); i += 3) {
-    const float most = mostOf(&before[i]);
-    if (most > far || !areFinite(&after[i]))
-      std::copy_n(&before[i], 3, &after[i]);
+  forEachPixel(after, [&](std::size_t i, const Pixel& pixel) {
+    const Pixel was{const_cast<float*>(&before.samples[i * pixel.channels]), pixel.channels};
+    const float most = was.most();
+    if (most > far || !pixel.isFinite())
+      pixel.take(was);
     else if (most == 0)
-      keepBlack(trace, &after[i]);
+      keepBlack(trace, pixel);
     else if (settings.params[NR_LUMA_KEEP] == 1)
-      takeLuma(&before[i], &after[i]);
-  }
+      takeLuma(was, pixel);
+  });
+}
+
+// Pixels that hold what is no number stay as they were.
+void keepUnfiltered(const Light& before, const Light& after) {
+  forEachPixel(before, [&](std::size_t i, const Pixel& was) {
+    const Pixel pixel{const_cast<float*>(&after.samples[i * was.channels]), was.channels};
+    if (!was.isFinite() || !pixel.isFinite()) pixel.take(was);
+  });
 }
 
 Light forMeasuring(const Light& light) {
-  Light most;
-  for (std::size_t i = 0; i < light.size(); i += 3) {
-    if (mostOf(&light[i]) > 0) most.push_back(mostOf(&light[i]));
-  }
+  std::vector<float> most;
+  forEachPixel(light, [&](std::size_t, const Pixel& pixel) {
+    if (pixel.most() > 0) most.push_back(pixel.most());
+  });
   if (most.empty()) return light;
   const auto usual = most.begin() + static_cast<std::ptrdiff_t>(most.size() / 100 * 99);
   std::nth_element(most.begin(), usual, most.end());
   return cutOff(light, kFarBeyondMost * *usual);
 }
 
-NoiseProfile measure(const HdrPicture& picture, const Light& light, const vnr_control* control) {
-  return measureNoise(pictureOf(picture, forMeasuring(light)), control);
+NoiseProfile measure(const Light& light, vnr_encoding encoding, const vnr_control* control) {
+  const auto measured = [&](const Light& own) { return measureNoise(pictureOf(own, encoding), control); };
+  return measured(encoding == VNR_LINEAR ? forMeasuring(light) : light);
 }
 
-Light filtered(const HdrPicture& picture, const Light& light, const vnr_settings& settings,
-               const vnr_control& control) {
-  const Plan plan = beginPlan(picture.width, picture.height, settings);
-  const Light cut = cutOff(light, kFarBeyondScale * settings.linear_scale);
-  Light after(light.size());
-  const vnr_picture in = pictureOf(picture, cut), out = pictureOf(picture, after);
+Light filtered(const Light& light, vnr_encoding encoding, const vnr_settings& settings, const vnr_control& control) {
+  const Plan plan = beginPlan(light.width, light.height, settings);
+  Light after = light;
+  const Light cut = encoding == VNR_LINEAR ? cutOff(light, kFarBeyondScale * settings.linear_scale) : Light();
+  const vnr_picture in = pictureOf(encoding == VNR_LINEAR ? cut : light, encoding), out = pictureOf(after, encoding);
   requireDone(vnr_plan_filter(plan.get(), &in, &out, &control));
-  keep(light, settings, after);
+  if (encoding == VNR_LINEAR) keepInLight(light, settings, after);
   return after;
 }
 
@@ -109,30 +137,71 @@ bool keepsAll(const vnr_settings& settings) {
   return settings.params[NR_LUMA_KEEP] == 1 && settings.params[NR_CHROMA_KEEP] == 1 && !hasStages;
 }
 
-}  // namespace
+struct Filtered {
+  std::optional<Light> after;  // nothing: as before
+  NoiseProfile noise;
+  Parameters parameters;
+  vnr_settings used;
+  double seconds;
+};
 
-DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, const Watch& watch) {
+Filtered filter(const Light& light, vnr_encoding encoding, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
-  const Light light = pictures::toLight(picture);
-  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, VNR_LINEAR) : measure(picture, light, &control);
+  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, encoding) : measure(light, encoding, &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
   const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
-  pictures::Bytes planar = picture.planar;
-  if (!keepsAll(own))
-    planar = pictures::fromLight(filtered(picture, light, own, control), picture.width, picture.height);
-  const double denoising = timer.seconds(), measuring = noise.seconds;
-  const Change change = changeOf(picture, planar);
-  const std::optional<std::string> why = whyUnchanged(noise, change);
-  return {std::move(planar),
-          {FilterWork{std::move(noise), settings.rule(), chosen.parameters(), own}, measuring, denoising, change, why}};
+  std::optional<Light> after;
+  if (!keepsAll(own)) after = filtered(light, encoding, own, control);
+  return {std::move(after), std::move(noise), chosen.parameters(), own, timer.seconds()};
 }
 
-NoiseProfile measureLight(const HdrPicture& picture, const Watch& watch) {
+Done doneOf(Filtered& filtered, const Settings& settings, const Change& change) {
+  const double measuring = filtered.noise.seconds;
+  const std::optional<std::string> why = whyUnchanged(filtered.noise, change);
+  return {FilterWork{std::move(filtered.noise), settings.rule(), filtered.parameters, filtered.used}, measuring,
+          filtered.seconds, change, why};
+}
+
+bool holdsOnlyNumbers(const Light& light) {
+  return std::all_of(light.samples.begin(), light.samples.end(), [](float v) { return std::isfinite(v); });
+}
+
+// denoise1 works on RGBE alone.
+DenoisedLight throughRgbe(const pictures::LightPicture& picture, const Settings& settings, const Watch& watch) {
+  const HdrPicture hdr = pictures::toRadiance(picture);
+  DenoisedHdr denoised = denoiseHdr(hdr, settings, watch);
+  HdrPicture after = hdr;
+  after.planar = std::move(denoised.planar);
+  return {pictures::lightOf(after, picture.light.channels), std::move(denoised.done)};
+}
+
+}  // namespace
+
+DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, const Watch& watch) {
+  Filtered filtered = filter(pictures::lightOf(picture, 3), VNR_LINEAR, settings, watch);
+  pictures::Bytes planar = filtered.after ? pictures::fromLight(*filtered.after) : picture.planar;
+  const Change change = changeOf(picture, planar);
+  return {std::move(planar), doneOf(filtered, settings, change)};
+}
+
+DenoisedLight denoiseLight(const pictures::LightPicture& picture, const Settings& settings, const Watch& watch) {
+  if (!settings.displayReferred && settings.rule() != Rule::kBest) return throughRgbe(picture, settings, watch);
+  const Light& light = picture.light;
+  const bool isClean = holdsOnlyNumbers(light);
+  Filtered filtered =
+      filter(isClean ? light : cleaned(light), settings.displayReferred ? VNR_DISPLAY : VNR_LINEAR, settings, watch);
+  Light after = filtered.after ? std::move(*filtered.after) : light;
+  if (!isClean) keepUnfiltered(light, after);
+  const Change change = changeOf(light, after);
+  return {std::move(after), doneOf(filtered, settings, change)};
+}
+
+NoiseProfile measureLight(const Light& light, const Watch& watch) {
   StripProgress progress{watch};
   const vnr_control control = controlOf(watch.pool->threads(), progress);
-  return measure(picture, pictures::toLight(picture), &control);
+  return measure(holdsOnlyNumbers(light) ? light : cleaned(light), VNR_LINEAR, &control);
 }
 
 }  // namespace tool::run

@@ -47,6 +47,7 @@ struct Planned {};
 struct FileResult {
   std::string input, output;
   std::variant<Failure, Outcome, Skipped, Planned> end;
+  std::string shown{};  // a small picture of before and after as an address, and nothing unless a batch is reported
 
   const Outcome* outcome() const { return std::get_if<Outcome>(&end); }
   const Failure* failure() const { return std::get_if<Failure>(&end); }

@@ -31,6 +31,7 @@ struct Settings {
   int strength = 100;             // from the preset's least to 150
   std::vector<Setting> settings;  // of --set, in order
   bool chromaOnly = false;
+  bool displayReferred = false;  // floats are what a screen takes, 0 to 1, and not proportional to light
   int threads = 1;
   int tile = 256;
 

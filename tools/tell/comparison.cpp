@@ -8,7 +8,7 @@
 #include "pictures/blob.h"
 #include "pictures/file_io.h"
 #include "pictures/libvips.h"
-#include "tell/most_changed.h"
+#include "tell/places.h"
 
 namespace tool::tell {
 namespace {
@@ -64,7 +64,7 @@ VImage three(const DisplayPair& pair, const VImage& difference, const std::strin
 
 VImage comparison(const DisplayPair& pair) {
   const VImage difference = magnifiedDifference(pair);
-  const Rectangle window = mostChanged(pair, kColumn, kColumn * 3 / 4, 1).at(0);
+  const Rectangle window = placesOf(pair, kColumn, kColumn * 3 / 4, {Look::kChange}).at(0).window;
   const DisplayPair whole = {fitted(pair.before), fitted(pair.after)};
   const DisplayPair closer = {window.cutFrom(pair.before), window.cutFrom(pair.after)};
   const int width = std::max(whole.before.width(), window.width);
@@ -81,9 +81,9 @@ VImage framed(const VImage& image) {
 
 }  // namespace
 
-void writeComparison(const std::string& path, const DisplayPair& pair, bool overwrite) try {
+void writeComparison(const std::string& path, const DisplayPair& pair, const pictures::Writing& writing) try {
   const pictures::Blob png(framed(comparison(pair)).pngsave_buffer(VImage::option()->set("strip", true)));
-  pictures::writeWhole(path, png.data(), png.size(), overwrite);
+  pictures::writeWhole(path, png.data(), png.size(), writing);
 } catch (const vips::VError& error) {
   throw Failure("cannot make " + path + ": " + pictures::vipsReason(error));
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tell/print.h"
 #include "tell/versions.h"
 
 namespace tool::tell {
@@ -54,10 +55,12 @@ void addPicture(const run::Outcome& outcome, Json& json) {
   json["height"] = layout.height;
   json["bits"] = layout.bits;
   json["channels"] = layout.channels;
+  json["samples"] = samplesOf(layout);
 }
 
-bool isHdr(const run::Outcome& outcome) {
-  return outcome.decoded.layout.colour == pictures::Colour::kRgbe;
+const char* scaleOf(const run::Outcome& outcome) {
+  const pictures::Layout& layout = outcome.decoded.layout;
+  return layout.isFloat ? "floats" : layout.colour == pictures::Colour::kRgbe ? "bytes" : "0 to 255";
 }
 
 Json changeOf(const run::Outcome& outcome) {
@@ -65,7 +68,7 @@ Json changeOf(const run::Outcome& outcome) {
   return {{"share", rounded(done.change.share)},
           {"mean", rounded(done.change.mean)},
           {"largest", rounded(done.change.largest)},
-          {"scale", isHdr(outcome) ? "bytes" : "0 to 255"}};
+          {"scale", scaleOf(outcome)}};
 }
 
 Json secondsOf(const run::Outcome& outcome) {
@@ -80,7 +83,9 @@ Json secondsOf(const run::Outcome& outcome) {
 
 void addOutcome(const run::Outcome& outcome, const run::Settings& settings, Json& json) {
   addPicture(outcome, json);
-  if (isHdr(outcome)) json["mode"] = "light";  // unless denoise1 had it
+  const pictures::Layout& layout = outcome.decoded.layout;
+  // Unless denoise1 had it.
+  if (layout.colour == pictures::Colour::kRgbe || (layout.isFloat && !settings.displayReferred)) json["mode"] = "light";
   std::visit([&](const auto& work) { addWork(work, settings, json); }, outcome.done.work);
   json["changed"] = changeOf(outcome);
   if (outcome.done.whyUnchanged) json["why_unchanged"] = *outcome.done.whyUnchanged;

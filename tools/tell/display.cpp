@@ -62,6 +62,22 @@ VImage linear(const HdrPicture& picture, const Bytes& planar) {
       .copy_memory();
 }
 
+// As colour; what is no number is black.
+VImage imageOf(const pictures::Light& light) {
+  VImage image = VImage::new_from_memory(const_cast<float*>(light.samples.data()), light.samples.size() * sizeof(float),
+                                         light.width, light.height, light.channels, VIPS_FORMAT_FLOAT);
+  image = (image > 0).ifthenelse(image, 0);
+  image = (image < 1e30).ifthenelse(image, 1e30);
+  return (light.channels == 1 ? image.bandjoin({image, image}) : image).copy_memory();
+}
+
+VImage asOnScreen(const VImage& image) {
+  return (image * 255)
+      .cast(VIPS_FORMAT_UCHAR)
+      .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
+      .copy_memory();
+}
+
 // The factor that brings the geometric mean of the luminance to mid grey.
 double exposureFor(const VImage& picture) {
   const VImage luminance = picture.bandmean();
@@ -87,6 +103,16 @@ DisplayPair displayPair(const HdrPicture& picture, const Bytes& after) {
   const VImage first = linear(picture, picture.planar);
   const double exposure = exposureFor(first);
   return {toned(first, exposure), toned(linear(picture, after), exposure)};
+}
+
+DisplayPair displayPair(const pictures::LightPicture& picture, const pictures::Light& after, bool displayReferred) {
+  const VImage first = imageOf(picture.light), second = imageOf(after);
+  const int orientation = picture.coding.orientation;
+  const double exposure = exposureFor(first);
+  const auto shown = [&](const VImage& image) {
+    return upright(displayReferred ? asOnScreen(image) : toned(image, exposure), orientation).copy_memory();
+  };
+  return {shown(first), shown(second)};
 }
 
 VImage magnifiedDifference(const DisplayPair& pair) {

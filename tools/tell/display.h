@@ -4,6 +4,7 @@
 #include <vips/vips8>
 
 #include "pictures/hdr.h"
+#include "pictures/light.h"
 #include "pictures/photo.h"
 
 namespace tool::tell {
@@ -15,6 +16,7 @@ struct DisplayPair {
 DisplayPair displayPair(const pictures::Photo& photo, const pictures::Bytes& after);
 // Both toned by the brightness of the picture before.
 DisplayPair displayPair(const pictures::HdrPicture& picture, const pictures::Bytes& after);
+DisplayPair displayPair(const pictures::LightPicture& picture, const pictures::Light& after, bool displayReferred);
 
 constexpr double kMagnification = 8;
 

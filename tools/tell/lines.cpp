@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "base/interruption.h"
+#include "base/own_words.h"
 
 namespace tool::tell {
 
@@ -27,7 +28,7 @@ void Lines::say(std::size_t index, const Said& said) {
 
 void Lines::print(const Said& said) {
   progress_.without([&] {
-    printNow(stderr, said.errors);
+    printNow(standardError(), said.errors);
     printNow(said.wordsTo, said.words);
   });
 }

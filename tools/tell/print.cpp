@@ -85,8 +85,11 @@ std::string workDetails(const HdrWork& work, const Settings&) {
 
 std::string changeLines(const Outcome& outcome) {
   const run::Done& done = outcome.done;
-  const char* unit = outcome.decoded.layout.colour == pictures::Colour::kRgbe ? "in the bytes" : "of 255";
-  std::string text = fmt::format("  changed: {:.1f} % of the pixels, by {:.2f} {} on average and at most {:.1f}\n",
+  const pictures::Layout& layout = outcome.decoded.layout;
+  const char* unit = layout.isFloat                             ? "in the floats"
+                     : layout.colour == pictures::Colour::kRgbe ? "in the bytes"
+                                                                : "of 255";
+  std::string text = fmt::format("  changed: {:.1f} % of the pixels, by {:.3g} {} on average and at most {:.3g}\n",
                                  100 * done.change.share, done.change.mean, unit, done.change.largest);
   if (done.whyUnchanged) text += fmt::format("  nothing changed: {}\n", *done.whyUnchanged);
   return text;
@@ -110,7 +113,8 @@ std::string sigmaOf(const run::NoiseProfile& profile) {
 
 std::string samplesOf(const pictures::Layout& layout) {
   if (layout.colour == pictures::Colour::kRgbe) return "RGBE";
-  return fmt::format("{}-bit {}", layout.bits, layout.colour == pictures::Colour::kGrey ? "grey" : "RGB");
+  return fmt::format("{}-bit {}{}", layout.bits, layout.isFloat ? "float " : "",
+                     layout.colour == pictures::Colour::kGrey ? "grey" : "RGB");
 }
 
 std::string lineOf(const run::FileResult& file, const Settings& settings) {

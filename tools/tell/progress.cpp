@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "base/interruption.h"
+#include "base/own_words.h"
 #include "pictures/file_io.h"
 #include "tell/printable.h"
 
@@ -18,7 +19,7 @@ constexpr int kCells = 24;
 
 std::size_t terminalWidth() {
   winsize size{};
-  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+  return ioctl(standardErrorNumber(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
 std::string clock(double seconds) {
@@ -34,7 +35,7 @@ std::string lastPart(const std::string& path) {
 }  // namespace
 
 Progress::Progress(std::size_t files, std::uintmax_t bytes, std::size_t places, bool wanted)
-    : shown_(wanted && isatty(STDERR_FILENO) != 0),
+    : shown_(wanted && isatty(standardErrorNumber()) != 0),
       files_(files),
       bytes_(static_cast<double>(std::max<std::uintmax_t>(bytes, 1))),
       atWork_(places) {}
@@ -74,7 +75,7 @@ void Progress::done(std::size_t place, double megapixels) {
 }
 
 void Progress::clear() {
-  if (isDrawn_) std::fputs("\r\033[K", stderr);
+  if (isDrawn_) std::fputs("\r\033[K", standardError());
   isDrawn_ = false;
 }
 
@@ -112,8 +113,8 @@ void Progress::draw() {
   std::string name = width > used ? name_.substr(0, width - used) : "";
   // Never the first bytes of a character without its last.
   while (name.size() < name_.size() && !name.empty() && (name_[name.size()] & 0xc0) == 0x80) name.pop_back();
-  std::fputs(("\r\033[K" + before + name).c_str(), stderr);
-  std::fflush(stderr);
+  std::fputs(("\r\033[K" + before + name).c_str(), standardError());
+  std::fflush(standardError());
 }
 
 }  // namespace tool::tell

@@ -27,6 +27,7 @@ std::string Summary::line(std::size_t files) const {
   };
   const std::string first = planned_ > 0 ? some(planned_, "to do") : fmt::format("{} done, ", done_);
   return first + some(skipped_, "skipped") + some(files - ended(), "not tried") +
+         some(passedOver_, passedOver_ == 1 ? "other file passed over" : "other files passed over") +
          fmt::format("{} failed, {:.1f} MP in {:.1f} s", failed_, megapixels_, timer_.seconds());
 }
 
@@ -36,6 +37,7 @@ Json Summary::json(std::size_t files, const run::Pool& pool) const {
   Json json = {{"files", files}, {"done", done_}, {"skipped", skipped_}, {"failed", failed_}, {"failures", failures}};
   if (planned_ > 0) json["to_do"] = planned_;
   json["not_tried"] = files - ended();
+  json["passed_over"] = passedOver_;
   json["interrupted"] = isInterrupted();
   json["jobs"] = pool.jobs();
   json["threads"] = pool.threads();

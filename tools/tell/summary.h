@@ -13,6 +13,9 @@ namespace tool::tell {
 
 class Summary {
  public:
+  // passedOver: files in folders that were not tried, since they are no pictures that can be read.
+  explicit Summary(std::size_t passedOver = 0) : passedOver_(passedOver) {}
+
   // From any thread.
   void add(const run::FileResult& file);
 
@@ -24,6 +27,7 @@ class Summary {
   Json json(std::size_t files, const run::Pool& pool) const;
 
  private:
+  const std::size_t passedOver_;
   std::mutex mutex_;
   std::size_t done_ = 0, skipped_ = 0, planned_ = 0, failed_ = 0;
   std::map<Kind, std::size_t> failures_;

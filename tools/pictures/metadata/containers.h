@@ -1,4 +1,4 @@
-// Metadata in the four containers: for each what is taken out of a file and how it is put into another.
+// Metadata in the containers: for each what is taken out of a file and how it is put into another.
 #pragma once
 
 #include "pictures/metadata/metadata.h"
@@ -12,6 +12,10 @@ Bytes pngIptc(const Bytes& file);
 Bytes pngWithMetadata(const Bytes& encoded, const Metadata& metadata);
 std::vector<Bytes> webpBlocks(const Bytes& file);
 Bytes webpWithMetadata(const Bytes& encoded, const Metadata& metadata);
+bool webpIsLossy(const Bytes& file);
+void readJpegXlMetadata(const Bytes& file, Metadata& metadata);
+Bytes jpegXlWithMetadata(Bytes encoded, const Metadata& metadata);
+bool jpegXlIsLossy(const Bytes& file);
 void readTiffMetadata(const Bytes& file, Metadata& metadata);
 Bytes tiffWithMetadata(Bytes encoded, const Metadata& metadata);
 

@@ -1,4 +1,6 @@
 // JPEG: marker segments between the start of the image and its first scan.
+#include "pictures/metadata/jpeg_segments.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -11,41 +13,13 @@ constexpr std::uint8_t kApp0 = 0xe0, kApp1 = 0xe1, kApp2 = 0xe2, kApp13 = 0xed, 
 constexpr std::uint8_t kComment = 0xfe, kStartOfScan = 0xda, kEndOfImage = 0xd9;
 constexpr std::size_t kLargestPayload = 65533;
 
-struct Segment {
-  std::uint8_t marker;
-  std::size_t begin, end;  // from the marker's 0xff to past the payload
-};
-
 bool isMetadata(std::uint8_t marker) {
   return (marker >= kApp0 && marker <= kApp15) || marker == kComment;
 }
 
-// The segments up to the first scan; stops early when the file does not hold together.
-std::vector<Segment> segments(const Bytes& file) {
-  std::vector<Segment> found;
-  std::size_t at = 2;
-  while (at + 4 <= file.size() && file[at] == 0xff) {
-    const std::uint8_t marker = file[at + 1];
-    if (marker == 0xff) {  // fill byte
-      ++at;
-      continue;
-    }
-    if (marker == kStartOfScan || marker == kEndOfImage) break;
-    const std::size_t length = static_cast<std::size_t>(file[at + 2]) << 8 | file[at + 3];
-    if (length < 2 || at + 2 + length > file.size()) break;
-    found.push_back({marker, at, at + 2 + length});
-    at += 2 + length;
-  }
-  return found;
-}
-
-bool payloadStartsWith(const Bytes& file, const Segment& segment, const char* text, std::size_t length) {
-  return segment.end - segment.begin >= 4 + length && std::memcmp(file.data() + segment.begin + 4, text, length) == 0;
-}
-
 // The Adobe segment says how the scans are coded, which stays true of luminance and chroma only. A multi-picture index
 // points at pictures that do not move.
-bool moves(const Bytes& file, const Segment& segment) {
+bool moves(const Bytes& file, const JpegSegment& segment) {
   if (!isMetadata(segment.marker)) return false;
   if (segment.marker == kApp14) {
     constexpr std::size_t kTransform = 4 + 11, kYCbCr = 1;
@@ -92,9 +66,31 @@ void appendProfile(Bytes& to, const Bytes& icc) {
 
 }  // namespace
 
+std::vector<JpegSegment> jpegSegments(const Bytes& file) {
+  std::vector<JpegSegment> found;
+  std::size_t at = 2;
+  while (at + 4 <= file.size() && file[at] == 0xff) {
+    const std::uint8_t marker = file[at + 1];
+    if (marker == 0xff) {  // fill byte
+      ++at;
+      continue;
+    }
+    if (marker == kStartOfScan || marker == kEndOfImage) break;
+    const std::size_t length = static_cast<std::size_t>(file[at + 2]) << 8 | file[at + 3];
+    if (length < 2 || at + 2 + length > file.size()) break;
+    found.push_back({marker, at, at + 2 + length});
+    at += 2 + length;
+  }
+  return found;
+}
+
+bool payloadStartsWith(const Bytes& file, const JpegSegment& segment, const char* text, std::size_t length) {
+  return segment.end - segment.begin >= 4 + length && std::memcmp(file.data() + segment.begin + 4, text, length) == 0;
+}
+
 std::vector<Bytes> jpegBlocks(const Bytes& file) {
   std::vector<Bytes> blocks;
-  for (const Segment& found : segments(file)) {
+  for (const JpegSegment& found : jpegSegments(file)) {
     if (moves(file, found)) {
       blocks.emplace_back(file.begin() + static_cast<std::ptrdiff_t>(found.begin),
                           file.begin() + static_cast<std::ptrdiff_t>(found.end));
@@ -107,7 +103,7 @@ Bytes jpegWithMetadata(const Bytes& encoded, const Metadata& metadata) {
   const bool sameFormat = metadata.source == Format::kJpeg;
   Bytes result(encoded.begin(), encoded.begin() + 2);
   Bytes rest;
-  for (const Segment& found : segments(encoded)) {
+  for (const JpegSegment& found : jpegSegments(encoded)) {
     // The encoder's own JFIF segment carries the resolution of a picture that was no JPEG before.
     const bool jfif = found.marker == kApp0;
     if (isMetadata(found.marker) && found.marker != kApp14 && !(jfif && !sameFormat)) continue;
@@ -126,7 +122,7 @@ Bytes jpegWithMetadata(const Bytes& encoded, const Metadata& metadata) {
     }
   }
   append(result, rest);
-  const std::vector<Segment> all = segments(encoded);
+  const std::vector<JpegSegment> all = jpegSegments(encoded);
   const std::size_t scans = all.empty() ? 2 : all.back().end;
   result.insert(result.end(), encoded.begin() + static_cast<std::ptrdiff_t>(scans), encoded.end());
   return result;

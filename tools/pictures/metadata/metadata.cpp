@@ -1,8 +1,10 @@
 #include "pictures/metadata/metadata.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "pictures/metadata/containers.h"
+#include "pictures/metadata/tiff_directories.h"
 
 namespace tool::pictures {
 namespace {
@@ -17,6 +19,17 @@ Bytes blob(const vips::VImage& image, const char* field) {
 
 void dropExifPrefix(Bytes& exif) {
   if (exif.size() >= 6 && std::memcmp(exif.data(), "Exif\0\0", 6) == 0) exif.erase(exif.begin(), exif.begin() + 6);
+}
+
+// libvips gives the items of a HEIF file numbers, and XMP is known by what is in it.
+Bytes heifXmp(const vips::VImage& image) {
+  constexpr int kMostItems = 32;
+  static constexpr char kMark[] = "<x:xmpmeta";
+  for (int number = 0; number < kMostItems; ++number) {
+    Bytes item = blob(image, ("heif-mime-" + std::to_string(number)).c_str());
+    if (std::search(item.begin(), item.end(), kMark, kMark + sizeof kMark - 1) != item.end()) return item;
+  }
+  return {};
 }
 
 }  // namespace
@@ -45,11 +58,19 @@ Metadata readMetadata(const Bytes& file, Format format, const vips::VImage& open
     case Format::kTiff:
       readTiffMetadata(file, metadata);
       break;
+    case Format::kAvif:
+    case Format::kHeic:
+      if (metadata.xmp.empty()) metadata.xmp = heifXmp(opened);
+      break;
+    case Format::kJpegXl:
+      readJpegXlMetadata(file, metadata);
+      break;
+    case Format::kPnm:
     case Format::kRadiance:
     case Format::kOpenExr:
       break;
   }
-  return metadata;
+  return isTurnedByDecoder(format) ? uprightMetadata(std::move(metadata)) : metadata;
 }
 
 Bytes withMetadata(Bytes encoded, Format format, const Metadata& metadata) {
@@ -62,11 +83,36 @@ Bytes withMetadata(Bytes encoded, Format format, const Metadata& metadata) {
       return webpWithMetadata(encoded, metadata);
     case Format::kTiff:
       return tiffWithMetadata(std::move(encoded), metadata);
+    case Format::kJpegXl:
+      return jpegXlWithMetadata(std::move(encoded), metadata);
+    case Format::kAvif:
+    case Format::kHeic:
+    case Format::kPnm:
     case Format::kRadiance:
     case Format::kOpenExr:
       break;
   }
   return encoded;
+}
+
+Metadata uprightMetadata(Metadata metadata) {
+  setOrientation(metadata.exif, 1);
+  return metadata;
+}
+
+bool isLossy(const Bytes& file, Format format) {
+  switch (format) {
+    case Format::kJpeg:
+    case Format::kAvif:
+    case Format::kHeic:
+      return true;
+    case Format::kWebp:
+      return webpIsLossy(file);
+    case Format::kJpegXl:
+      return jpegXlIsLossy(file);
+    default:
+      return false;
+  }
 }
 
 }  // namespace tool::pictures

@@ -5,6 +5,7 @@
 
 #include "base/failure.h"
 #include "pictures/metadata/containers.h"
+#include "pictures/metadata/tiff_directories.h"
 
 namespace tool::pictures {
 
@@ -63,30 +64,14 @@ void mergeTags(Exiv2::Image& image, const Metadata& metadata) {
 // Exiv2 words XMP anew when it writes a TIFF. This puts the packet itself in its place: at the end of the file, with
 // the entry of the first directory pointing there.
 void replaceXmp(Bytes& file, const Bytes& packet) {
-  constexpr std::size_t kHeader = 8, kEntry = 12, kXmpTag = 0x02bc;
-  const bool little = file.size() > kHeader && file[0] == 'I';
-  const auto number = [&](std::size_t at, std::size_t size) {
-    std::size_t value = 0;
-    for (std::size_t i = 0; i < size; ++i)
-      value |= static_cast<std::size_t>(file[at + i]) << 8 * (little ? i : size - 1 - i);
-    return value;
-  };
-  const auto put = [&](std::size_t at, std::size_t value) {
-    for (std::size_t i = 0; i < 4; ++i) file[at + i] = static_cast<std::uint8_t>(value >> 8 * (little ? i : 3 - i));
-  };
-  if (file.size() < kHeader || number(2, 2) != 42) return;
-  const std::size_t directory = number(4, 4);
-  if (directory + 2 > file.size()) return;
-  const std::size_t entries = number(directory, 2);
-  for (std::size_t at = directory + 2; at < directory + 2 + entries * kEntry && at + kEntry <= file.size();
-       at += kEntry) {
-    if (number(at, 2) != kXmpTag) continue;
-    if (file.size() % 2 == 1) file.push_back(0);
-    put(at + 4, packet.size());
-    put(at + 8, file.size());
-    file.insert(file.end(), packet.begin(), packet.end());
-    return;
-  }
+  constexpr std::size_t kXmpTag = 0x02bc;
+  const TiffDirectories tiff(file);
+  const auto entry = tiff.find(tiff.first(), kXmpTag);
+  if (!entry) return;
+  if (file.size() % 2 == 1) file.push_back(0);
+  TiffDirectories::put(file, entry->field - 4, 4, packet.size());
+  TiffDirectories::put(file, entry->field, 4, file.size());
+  file.insert(file.end(), packet.begin(), packet.end());
 }
 
 // Tags that find room are written into the file itself; else there is a new file, and the old one goes before that is

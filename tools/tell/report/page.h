@@ -1,4 +1,4 @@
-// The parts of the report's page; the html holds @style@, @data@ and @script@ where the others go.
+// The parts of the reports' pages; where @marks@ stand something is filled in.
 #pragma once
 
 namespace tool::tell {
@@ -6,5 +6,7 @@ namespace tool::tell {
 extern const char* const kReportHtml;
 extern const char* const kReportStyle;
 extern const char* const kReportScript;
+extern const char* const kBatchHtml;
+extern const char* const kBatchScript;
 
 }  // namespace tool::tell

@@ -15,17 +15,13 @@ function sigma() {
 }
 
 function summary() {
-  const name = data.input.split("/").pop();
-  at("name").textContent = name === "-" ? "standard input" : name;
-  document.title = `${at("name").textContent} · veskaro-nr`;
-  const layout = data.mode ? "RGBE" : `${data.bits}-bit ${data.channels < 3 ? "grey" : "RGB"}`;
-  const parts = [`${data.width} × ${data.height}`, layout];
+  const parts = [`${data.width} × ${data.height}`, data.samples];
   if (data.mode === "full") parts.push("chroma and luminance");
   if (data.mode === "chroma") parts.push("chroma only");
   if (data.noise_sigma) parts.push(`noise sigma ${sigma()}`);
   if (data.noise_measured) parts.push(`noise level ${data.noise_level.toFixed(1)}`);
   parts.push(`preset ${data.preset}`, `strength ${data.strength}`, `${show(100 * data.changed.share, 1)} % of the pixels changed`);
-  if (!data.mode) parts.push(`by ${show(data.changed.mean, 2)} of 255 on average`);
+  if (data.changed.scale === "0 to 255") parts.push(`by ${show(data.changed.mean, 2)} of 255 on average`);
   at("summary").textContent = parts.join(" · ");
   const why = [];
   if (data.defaults_used) why.push(`The noise could not be measured, so the library worked with its defaults: ${data.defaults_reason}.`);
@@ -37,47 +33,83 @@ function summary() {
   at("versions").textContent = Object.entries(data.versions).map(([library, version]) => `${library} ${version}`).join(" · ");
 }
 
+// Windows that look at the same place.
+function together(windows) {
+  for (const box of windows) {
+    box.addEventListener("scroll", () => {
+      for (const other of windows) {
+        if (other.scrollLeft !== box.scrollLeft) other.scrollLeft = box.scrollLeft;
+        if (other.scrollTop !== box.scrollTop) other.scrollTop = box.scrollTop;
+      }
+    });
+  }
+}
+
 function slider() {
-  const box = at("slider");
-  box.style.aspectRatio = `${data.picture.width} / ${data.picture.height}`;
-  box.style.maxWidth = `min(${data.picture.width}px, calc(85vh * ${data.picture.width / data.picture.height}))`;
-  at("before").src = data.picture.before;
-  at("after").src = data.picture.after;
-  const move = () => box.style.setProperty("--at", `${at("position").value}%`);
-  at("position").addEventListener("input", move);
+  const box = at("slider"), position = at("position");
+  position.hidden = false;
+  document.querySelector(".handle").hidden = false;
+  const move = () => {
+    box.style.setProperty("--at", `${position.value}%`);
+    position.setAttribute("aria-valuetext", `${position.value} % before, ${100 - position.value} % after`);
+  };
+  position.addEventListener("input", move);
+  // The arrow keys move by 1; with the page keys, or Shift, by 10.
+  position.addEventListener("keydown", (event) => {
+    const up = ["ArrowRight", "ArrowUp"].includes(event.key), down = ["ArrowLeft", "ArrowDown"].includes(event.key);
+    const step = event.key === "PageUp" || (event.shiftKey && up) ? 10 : event.key === "PageDown" || (event.shiftKey && down) ? -10 : 0;
+    if (step === 0) return;
+    event.preventDefault();
+    position.value = Number(position.value) + step;
+    move();
+  });
   move();
 }
 
-function crops() {
-  at("difference-note").textContent = `The difference is shown ${data.magnification} times as strong; grey is none.`;
-  for (const crop of data.crops) {
-    const row = make("div", undefined, "crop");
-    const windows = [];
-    for (const [kind, words] of [["before", `before, at ${crop.left}, ${crop.top}`], ["after", "after"], ["difference", "difference"]]) {
-      const figure = make("figure");
-      const box = make("div", undefined, "window");
-      const image = make("img");
-      image.src = crop[kind];
-      image.alt = words;
-      image.dataset.width = crop.width;
-      box.append(image);
-      figure.append(box, make("figcaption", words));
-      row.append(figure);
-      windows.push(box);
-    }
-    // The three look at the same place.
-    for (const box of windows) {
-      box.addEventListener("scroll", () => {
-        for (const other of windows) {
-          if (other.scrollLeft !== box.scrollLeft) other.scrollLeft = box.scrollLeft;
-          if (other.scrollTop !== box.scrollTop) other.scrollTop = box.scrollTop;
-        }
-      });
-    }
-    at("crops").append(row);
+// The whole picture as it is, before and after side by side, around the place that was chosen.
+function view() {
+  const windows = [at("view-before"), at("view-after")];
+  at("view").hidden = false;
+  at("whole-before").src = at("before").src;
+  at("whole-after").src = at("after").src;
+  const { width, height } = data.picture;
+  const show = (x, y) => {
+    for (const box of windows) box.scrollTo(x - box.clientWidth / 2, y - box.clientHeight / 2);
+  };
+  const tell = () => {
+    const box = windows[1];
+    at("place").textContent = `${data.picture.scale} around ${Math.round(box.scrollLeft + Math.min(box.clientWidth, width) / 2)}, ${Math.round(box.scrollTop + Math.min(box.clientHeight, height) / 2)}; click into the picture for another place, or drag.`;
+  };
+  windows[1].addEventListener("scroll", tell);
+  together(windows);
+  for (const box of windows) {
+    box.addEventListener("pointermove", (event) => {
+      if (event.buttons === 1 && event.pointerType === "mouse") box.scrollBy(-event.movementX, -event.movementY);
+    });
+    box.addEventListener("dragstart", (event) => event.preventDefault());
   }
+  at("position").addEventListener("click", (event) => {
+    if (event.detail === 0) return;
+    const box = at("slider").getBoundingClientRect();
+    show(((event.clientX - box.left) / box.width) * width, ((event.clientY - box.top) / box.height) * height);
+  });
+  for (const place of data.places) {
+    const button = make("button", place.words);
+    button.type = "button";
+    const scale = width / data.width_shown;
+    button.addEventListener("click", () => show((place.left + place.width / 2) * scale, (place.top + place.height / 2) * scale));
+    at("place-buttons").append(button);
+  }
+  const first = data.places[0];
+  if (first) at("place-buttons").firstChild.click();
+  else show(width / 2, height / 2);
+}
+
+function crops() {
+  at("zoom-label").hidden = false;
+  for (const row of document.querySelectorAll("#crops .crop")) together([...row.querySelectorAll(".window")]);
   const zoom = () => {
-    for (const image of document.querySelectorAll(".crop img")) image.style.width = `${image.dataset.width * at("zoom").value}px`;
+    for (const image of document.querySelectorAll("#crops img")) image.style.width = `${image.getAttribute("width") * at("zoom").value}px`;
   };
   at("zoom").addEventListener("change", zoom);
   zoom();
@@ -162,7 +194,11 @@ function plot() {
 
 function table(id, heads, rows) {
   const head = make("tr");
-  heads.forEach(([text, className]) => head.append(make("th", text, className)));
+  heads.forEach(([text, className]) => {
+    const cell = make("th", text, className);
+    cell.scope = "col";
+    head.append(cell);
+  });
   at(id).append(head);
   for (const [className, cells] of rows) {
     const row = make("tr", undefined, className);
@@ -184,6 +220,7 @@ function tables() {
 }
 
 function times() {
+  at("time").hidden = false;
   const { total, ...phases } = data.seconds;
   const longest = Math.max(...Object.values(phases), 1e-6);
   for (const [name, seconds] of [...Object.entries(phases), ["total", total]]) {
@@ -200,6 +237,7 @@ function times() {
 
 summary();
 slider();
+view();
 crops();
 plot();
 tables();

@@ -1,15 +1,17 @@
 #include "tell/report/report.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
-#include <memory>
 
 #include "base/failure.h"
-#include "pictures/blob.h"
 #include "pictures/file_io.h"
 #include "pictures/libvips.h"
 #include "tell/describe.h"
-#include "tell/most_changed.h"
+#include "tell/html.h"
+#include "tell/places.h"
+#include "tell/print.h"
 #include "tell/report/page.h"
 
 namespace tool::tell {
@@ -17,43 +19,57 @@ namespace {
 
 using vips::VImage;
 
-constexpr int kLongestEdge = 1600;  // of the pictures under the slider
-constexpr int kCropWidth = 320, kCropHeight = 240, kCrops = 3;
+constexpr double kMostPixels = 24e6;  // of the pictures in the page
+constexpr int kCropWidth = 320, kCropHeight = 240;
 
-std::string dataUri(const VImage& image, int quality) {
-  const pictures::Blob jpeg(image.jpegsave_buffer(
-      VImage::option()->set("Q", quality)->set("strip", true)->set("subsample_mode", VIPS_FOREIGN_SUBSAMPLE_OFF)));
-  const std::unique_ptr<gchar, pictures::FreeByGlib> text(g_base64_encode(jpeg.data(), jpeg.size()));
-  return std::string("data:image/jpeg;base64,") + text.get();
+// Bigger pictures are shown smaller, which the page says.
+double scaleOf(const VImage& image) {
+  return std::min(1.0, std::sqrt(kMostPixels / (static_cast<double>(image.width()) * image.height())));
 }
 
-VImage fitted(const VImage& image) {
-  const double scale = static_cast<double>(kLongestEdge) / std::max(image.width(), image.height());
+VImage scaled(const VImage& image, double scale) {
   return scale < 1 ? image.resize(scale) : image;
 }
 
-Json picturesOf(const DisplayPair& display) {
-  const VImage before = fitted(display.before);
-  return {{"width", before.width()},
-          {"height", before.height()},
-          {"before", dataUri(before, 92)},
-          {"after", dataUri(fitted(display.after), 92)}};
+const char* wordsFor(Look look) {
+  switch (look) {
+    case Look::kChange:
+      return "most changed";
+    case Look::kDetail:
+      return "most detail";
+    default:
+      return "detail that changed";
+  }
 }
 
-Json cropsOf(const DisplayPair& display) {
+std::string figure(const VImage& crop, const std::string& words) {
+  return fmt::format(
+      "<figure><div class=\"window\" role=\"group\" tabindex=\"0\" aria-label=\"{0}\"><img alt=\"{0}\" "
+      "width=\"{1}\" height=\"{2}\" src=\"{3}\"></div><figcaption>{0}</figcaption></figure>",
+      words, crop.width(), crop.height(), dataUri(crop, 97));
+}
+
+std::string cropsOf(const DisplayPair& display, const std::vector<Place>& places) {
   const VImage difference = magnifiedDifference(display);
-  Json crops = Json::array();
-  for (const Rectangle& r : mostChanged(display, kCropWidth, kCropHeight, kCrops)) {
-    const auto cut = [&](const VImage& image) { return dataUri(r.cutFrom(image), 97); };
-    crops.push_back({{"left", r.left},
-                     {"top", r.top},
-                     {"width", r.width},
-                     {"height", r.height},
-                     {"before", cut(display.before)},
-                     {"after", cut(display.after)},
-                     {"difference", cut(difference)}});
+  std::string html;
+  for (const Place& place : places) {
+    const Rectangle& r = place.window;
+    const std::string where = fmt::format("{}, at {}, {}", wordsFor(place.look), r.left, r.top);
+    html += "<div class=\"crop\">" + figure(r.cutFrom(display.before), "before: " + where) +
+            figure(r.cutFrom(display.after), "after: " + where) +
+            figure(r.cutFrom(difference), "difference: " + where) + "</div>";
   }
-  return crops;
+  return html;
+}
+
+Json placesAsJson(const std::vector<Place>& places) {
+  Json json = Json::array();
+  for (const Place& place : places) {
+    const Rectangle& r = place.window;
+    json.push_back(
+        {{"words", wordsFor(place.look)}, {"left", r.left}, {"top", r.top}, {"width", r.width}, {"height", r.height}});
+  }
+  return json;
 }
 
 // Brightness, deviation, and 0 for any block, 1 for a candidate, 2 for one that decided.
@@ -66,11 +82,6 @@ Json blocksOf(const run::NoiseProfile& profile) {
   return blocks;
 }
 
-void replace(std::string& text, const std::string& mark, const std::string& value) {
-  const std::size_t at = text.find(mark);
-  if (at != std::string::npos) text.replace(at, mark.size(), value);
-}
-
 // JSON that can stand in a script element: no value may end it.
 std::string embedded(const Json& json) {
   std::string text = oneLine(json);
@@ -78,27 +89,57 @@ std::string embedded(const Json& json) {
   return text;
 }
 
-std::string pageOf(const Json& data) {
-  std::string page = kReportHtml;
-  replace(page, "@style@", kReportStyle);
-  replace(page, "@script@", kReportScript);
-  replace(page, "@data@", embedded(data));
-  return page;
+std::string percent(double scale) {
+  return fmt::format("{:.0f} %", 100 * scale);
+}
+
+// What the picture is, for who reads the page without its script.
+std::string summaryOf(const run::FileResult& file, const run::Settings& settings) {
+  const pictures::Layout& layout = file.outcome()->decoded.layout;
+  return escaped(fmt::format("{} × {} · {} · preset {} · strength {}", layout.width, layout.height, samplesOf(layout),
+                             settings.preset, settings.strength));
+}
+
+std::string nameOf(const std::string& path) {
+  return pictures::isStandardStream(path) ? "standard input" : path.substr(path.rfind('/') + 1);
+}
+
+Json dataOf(const run::FileResult& file, const run::Settings& settings, const std::vector<Place>& places) {
+  Json data = describe(file, settings);
+  data["places"] = placesAsJson(places);
+  if (const auto* work = std::get_if<run::FilterWork>(&file.outcome()->done.work))
+    data["blocks"] = blocksOf(work->noise);
+  return data;
+}
+
+std::string pageOf(const run::FileResult& file, const DisplayPair& display, const run::Settings& settings) {
+  const std::vector<Place> places =
+      placesOf(display, kCropWidth, kCropHeight, {Look::kChange, Look::kDetail, Look::kBoth});
+  const double scale = scaleOf(display.before);
+  const VImage before = scaled(display.before, scale);
+  Json data = dataOf(file, settings, places);
+  data["width_shown"] = display.before.width();
+  data["picture"] = {{"width", before.width()}, {"height", before.height()}, {"scale", percent(scale)}};
+  const std::string width = std::to_string(before.width()), height = std::to_string(before.height());
+  return filledIn(kReportHtml, {{"name", escaped(nameOf(file.input))},
+                                {"summary", summaryOf(file, settings)},
+                                {"width", width},
+                                {"height", height},
+                                {"scale", percent(scale)},
+                                {"before", dataUri(before, 90)},
+                                {"after", dataUri(scaled(display.after, scale), 90)},
+                                {"magnification", fmt::format("{:.0f}", kMagnification)},
+                                {"crops", cropsOf(display, places)},
+                                {"style", filledIn(kReportStyle, {{"width", width}, {"height", height}})},
+                                {"data", embedded(data)},
+                                {"script", kReportScript}});
 }
 
 }  // namespace
 
 void writeReport(const std::string& path, const run::FileResult& file, const DisplayPair& display,
-                 const run::Settings& settings, bool overwrite) try {
-  Json data = describe(file, settings);
-  data["magnification"] = kMagnification;
-  data["picture"] = picturesOf(display);
-  data["crops"] = cropsOf(display);
-  if (const auto* work = std::get_if<run::FilterWork>(&file.outcome()->done.work)) {
-    data["blocks"] = blocksOf(work->noise);
-  }
-  const std::string page = pageOf(data);
-  pictures::writeWhole(path, reinterpret_cast<const std::uint8_t*>(page.data()), page.size(), overwrite);
+                 const run::Settings& settings, const pictures::Writing& writing) try {
+  pictures::writeWhole(path, pageOf(file, display, settings), writing);
 } catch (const vips::VError& error) {
   throw Failure("cannot make " + path + ": " + pictures::vipsReason(error));
 }

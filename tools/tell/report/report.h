@@ -3,14 +3,15 @@
 
 #include <string>
 
+#include "pictures/file_io.h"
 #include "run/outcome.h"
 #include "run/settings.h"
 #include "tell/display.h"
 
 namespace tool::tell {
 
-// Of a file whose way has ended well. Replaces a file only when overwrite is set. Throws Failure.
+// Of a file whose way has ended well. Throws Failure.
 void writeReport(const std::string& path, const run::FileResult& file, const DisplayPair& display,
-                 const run::Settings& settings, bool overwrite);
+                 const run::Settings& settings, const pictures::Writing& writing);
 
 }  // namespace tool::tell
