@@ -1,0 +1,44 @@
+"""What the tests of the plug-ins share: where things are, noisy pictures, the Python module to compare with."""
+
+import os
+import pathlib
+import subprocess
+import sys
+
+import numpy as np
+from PIL import Image
+
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+BUILD = pathlib.Path(os.environ.get("VESKARO_BUILD_DIR", SOURCE / "build/release"))
+PLUGINS = BUILD / "plugins"
+
+sys.path.insert(0, str(SOURCE / "python"))
+os.environ.setdefault("VESKARONR_LIBRARY", str(BUILD / "VeskaroNRLib.so.1"))
+import veskaronr  # noqa: E402
+
+
+def run(*command, **options):
+    """Standard output of a command that must succeed; what it said is part of the failure."""
+    options = {"capture_output": True, "timeout": 500, **options}
+    done = subprocess.run([str(part) for part in command], **options)
+    if done.returncode != 0:
+        raise AssertionError(f"{' '.join(map(str, command))}: {done.returncode}\n{done.stderr[-3000:]}")
+    return done.stdout
+
+
+def photograph(width, height):
+    """The sample photograph at another size, as 8-bit RGB."""
+    with Image.open(SOURCE / "samples/indoor-iso382.jpg") as picture:
+        return np.asarray(picture.convert("RGB").resize((width, height), Image.LANCZOS))
+
+
+def noisy(picture, sigma, seed=1):
+    noise = np.random.default_rng(seed).normal(0, sigma, picture.shape)
+    return np.clip(picture + noise + 0.5, 0, 255).astype(np.uint8)
+
+
+def with_alpha(picture):
+    """Alpha of all values, and none of them in a pattern of the picture's."""
+    height, width = picture.shape[:2]
+    alpha = (np.arange(width) * 7 + np.arange(height)[:, None] * 3) % (np.iinfo(picture.dtype).max + 1)
+    return np.dstack([picture, alpha.astype(picture.dtype)])
