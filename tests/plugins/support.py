@@ -42,3 +42,9 @@ def with_alpha(picture):
     height, width = picture.shape[:2]
     alpha = (np.arange(width) * 7 + np.arange(height)[:, None] * 3) % (np.iinfo(picture.dtype).max + 1)
     return np.dstack([picture, alpha.astype(picture.dtype)])
+
+
+def gegl_path():
+    """Where GEGL finds its own operations and ours."""
+    own = run("pkg-config", "--variable=pluginsdir", "gegl-0.4").decode().strip()
+    return f"{own}:{PLUGINS / 'gegl'}"
