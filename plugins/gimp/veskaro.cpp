@@ -58,6 +58,7 @@ bool ask() {
   addScale(table, 2, "_Luminance:", 0.0, 1.0, &choice.luminance);
   addScale(table, 3, "_Colour:", 0.0, 1.0, &choice.colour);
   gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), table, TRUE, TRUE, 0);
+  gtk_dialog_set_default_response(GTK_DIALOG(dialog), GTK_RESPONSE_OK);
   gtk_widget_show_all(dialog);
   const bool isGo = gimp_dialog_run(GIMP_DIALOG(dialog)) == GTK_RESPONSE_OK;
   gimp_int_combo_box_get_active(GIMP_INT_COMBO_BOX(presets), &choice.preset);

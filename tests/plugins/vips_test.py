@@ -2,7 +2,6 @@
 
 import os
 import pathlib
-import shutil
 import subprocess
 import tempfile
 import unittest
@@ -111,6 +110,4 @@ class Vips(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if not shutil.which("vips"):
-        raise SystemExit("vips is not installed")
     unittest.main()
