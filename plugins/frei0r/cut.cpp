@@ -17,8 +17,8 @@ float brightness(const std::uint8_t* frame, int width, int x0, int x1, int y0, i
   int sum = 0, count = 0;
   for (int y = y0; y == y0 || y < y1; y += kRowStep) {
     for (int x = x0; x == x0 || x < x1; x += kColumnStep, ++count) {
-      const std::uint8_t* pixel = frame + 4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
-                                               static_cast<std::size_t>(x));
+      const std::uint8_t* pixel =
+          frame + 4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x));
       sum += pixel[0] + 2 * pixel[1] + pixel[2];
     }
   }

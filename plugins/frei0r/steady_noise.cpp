@@ -11,8 +11,8 @@ constexpr float kMostAFrame = 0.01f;
 constexpr float kTowardsMean = 0.2f;  // share of the way to the mean that a frame goes
 
 constexpr float vnr_noise::*kValues[] = {
-    &vnr_noise::level,    &vnr_noise::statistic, &vnr_noise::correlation,   &vnr_noise::blotches,      &vnr_noise::luma,
-    &vnr_noise::chroma,   &vnr_noise::structure, &vnr_noise::coarse_chroma, &vnr_noise::texture_guard,
+    &vnr_noise::level,  &vnr_noise::statistic, &vnr_noise::correlation,   &vnr_noise::blotches,      &vnr_noise::luma,
+    &vnr_noise::chroma, &vnr_noise::structure, &vnr_noise::coarse_chroma, &vnr_noise::texture_guard,
 };
 
 // Everything that settings follow from, of both: a's may be changed.

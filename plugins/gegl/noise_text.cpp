@@ -16,7 +16,8 @@ struct Field {
   bool isWhole;  // int32_t, not float
 };
 
-#define FIELD(name, count, isWhole) {#name, offsetof(vnr_noise, name), count, isWhole}
+#define FIELD(name, count, isWhole) \
+  { #name, offsetof(vnr_noise, name), count, isWhole }
 constexpr Field kFields[] = {
     FIELD(reason, 1, true),         FIELD(encoding, 1, true),      FIELD(level, 1, false),
     FIELD(statistic, 1, false),     FIELD(linear_scale, 1, false), FIELD(grain, 1, true),

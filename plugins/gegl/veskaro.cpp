@@ -1,7 +1,7 @@
 // The operation veskaro:denoise of GEGL.
-#include "gegl/picture.h"
-
 #include <gegl-plugin.h>
+
+#include "gegl/picture.h"
 
 namespace {
 
@@ -52,38 +52,70 @@ namespace {
 void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
   VeskaroDenoise& self = *denoise(object);
   switch (id) {
-    case kPreset: self.choice.preset = g_value_get_enum(value); break;
-    case kStrength: self.choice.strength = g_value_get_double(value); break;
-    case kLuminance: self.choice.luminance = g_value_get_double(value); break;
-    case kColour: self.choice.colour = g_value_get_double(value); break;
-    case kLight: self.asLight = g_value_get_boolean(value); break;
-    case kMeasure: self.holds = g_value_get_enum(value); break;
-    case kNoise: g_free(self.held); self.held = g_value_dup_string(value); break;
-    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    case kPreset:
+      self.choice.preset = g_value_get_enum(value);
+      break;
+    case kStrength:
+      self.choice.strength = g_value_get_double(value);
+      break;
+    case kLuminance:
+      self.choice.luminance = g_value_get_double(value);
+      break;
+    case kColour:
+      self.choice.colour = g_value_get_double(value);
+      break;
+    case kLight:
+      self.asLight = g_value_get_boolean(value);
+      break;
+    case kMeasure:
+      self.holds = g_value_get_enum(value);
+      break;
+    case kNoise:
+      g_free(self.held);
+      self.held = g_value_dup_string(value);
+      break;
+    default:
+      G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
   }
 }
 
 void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
   const VeskaroDenoise& self = *denoise(object);
   switch (id) {
-    case kPreset: g_value_set_enum(value, self.choice.preset); break;
-    case kStrength: g_value_set_double(value, self.choice.strength); break;
-    case kLuminance: g_value_set_double(value, self.choice.luminance); break;
-    case kColour: g_value_set_double(value, self.choice.colour); break;
-    case kLight: g_value_set_boolean(value, self.asLight); break;
-    case kMeasure: g_value_set_enum(value, self.holds); break;
-    case kNoise: g_value_set_string(value, self.held); break;
-    case kMeasured: g_value_set_string(value, self.picture->measured().c_str()); break;
-    default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    case kPreset:
+      g_value_set_enum(value, self.choice.preset);
+      break;
+    case kStrength:
+      g_value_set_double(value, self.choice.strength);
+      break;
+    case kLuminance:
+      g_value_set_double(value, self.choice.luminance);
+      break;
+    case kColour:
+      g_value_set_double(value, self.choice.colour);
+      break;
+    case kLight:
+      g_value_set_boolean(value, self.asLight);
+      break;
+    case kMeasure:
+      g_value_set_enum(value, self.holds);
+      break;
+    case kNoise:
+      g_value_set_string(value, self.held);
+      break;
+    case kMeasured:
+      g_value_set_string(value, self.picture->measured().c_str());
+      break;
+    default:
+      G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
   }
 }
 
-constexpr auto kBoth =
-    static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_CONSTRUCT | G_PARAM_STATIC_STRINGS);
+constexpr auto kBoth = static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_CONSTRUCT | G_PARAM_STATIC_STRINGS);
 
 void installShare(GObjectClass* klass, guint id, const char* name, const char* label, const char* help) {
-  g_object_class_install_property(
-      klass, id, gegl_param_spec_double(name, label, help, 0.0, 1.0, 1.0, 0.0, 1.0, 1.0, kBoth));
+  g_object_class_install_property(klass, id,
+                                  gegl_param_spec_double(name, label, help, 0.0, 1.0, 1.0, 0.0, 1.0, 1.0, kBoth));
 }
 
 void installProperties(GObjectClass* klass) {
@@ -91,10 +123,9 @@ void installProperties(GObjectClass* klass) {
       klass, kPreset,
       g_param_spec_enum("preset", "Preset", "How the settings follow from the noise: best gains most and takes longest",
                         presetType(), plugin::kFast, kBoth));
-  g_object_class_install_property(
-      klass, kStrength,
-      gegl_param_spec_double("strength", "Strength", "Factor on the measured noise", 0.5, 1.5, 1.0, 0.5, 1.5, 1.0,
-                             kBoth));
+  g_object_class_install_property(klass, kStrength,
+                                  gegl_param_spec_double("strength", "Strength", "Factor on the measured noise", 0.5,
+                                                         1.5, 1.0, 0.5, 1.5, 1.0, kBoth));
   installShare(klass, kLuminance, "luminance", "Luminance", "Share of the luminance that is filtered");
   installShare(klass, kColour, "colour", "Colour", "Share of the colour that is filtered");
   g_object_class_install_property(

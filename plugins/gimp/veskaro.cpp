@@ -43,9 +43,9 @@ GtkObject* addScale(GtkWidget* table, int row, const char* label, gdouble least,
 // False when the user thinks better of it.
 bool ask() {
   gimp_ui_init("veskaro-denoise", FALSE);
-  GtkWidget* dialog = gimp_dialog_new("Veskaro Noise Reduction", "veskaro-denoise", nullptr, GtkDialogFlags(0),
-                                      gimp_standard_help_func, kProcedure, "_Cancel", GTK_RESPONSE_CANCEL, "_OK",
-                                      GTK_RESPONSE_OK, nullptr);
+  GtkWidget* dialog =
+      gimp_dialog_new("Veskaro Noise Reduction", "veskaro-denoise", nullptr, GtkDialogFlags(0), gimp_standard_help_func,
+                      kProcedure, "_Cancel", GTK_RESPONSE_CANCEL, "_OK", GTK_RESPONSE_OK, nullptr);
   GtkWidget* table = gtk_table_new(4, 3, FALSE);
   gtk_table_set_col_spacings(GTK_TABLE(table), 6);
   gtk_table_set_row_spacings(GTK_TABLE(table), 6);
@@ -72,9 +72,9 @@ void filter(gint32 drawable, const GeglRectangle& selected) {
   GeglBuffer* output = gimp_drawable_get_shadow_buffer(drawable);
   GeglNode* graph = gegl_node_new();
   GeglNode* source = gegl_node_new_child(graph, "operation", "gegl:buffer-source", "buffer", input, nullptr);
-  GeglNode* denoise = gegl_node_new_child(graph, "operation", kOperation, "preset", choice.preset, "strength",
-                                          choice.strength, "luminance", choice.luminance, "colour", choice.colour,
-                                          nullptr);
+  GeglNode* denoise =
+      gegl_node_new_child(graph, "operation", kOperation, "preset", choice.preset, "strength", choice.strength,
+                          "luminance", choice.luminance, "colour", choice.colour, nullptr);
   GeglNode* sink = gegl_node_new_child(graph, "operation", "gegl:write-buffer", "buffer", output, nullptr);
   gegl_node_link_many(source, denoise, sink, nullptr);
   GeglProcessor* processor = gegl_node_new_processor(sink, &selected);

@@ -40,8 +40,8 @@ float whiteOf(VipsInterpretation interpretation) {
 
 vnr_picture Layout::picture(VipsRegion* region) const {
   const VipsRect& valid = region->valid;
-  vnr_picture p = vnr_interleaved(type, valid.width, valid.height, channels,
-                                  VIPS_REGION_ADDR(region, valid.left, valid.top), 0);
+  vnr_picture p =
+      vnr_interleaved(type, valid.width, valid.height, channels, VIPS_REGION_ADDR(region, valid.left, valid.top), 0);
   p.encoding = encoding;
   p.white = white;
   p.x = valid.left;

@@ -154,7 +154,8 @@ bool plan(VeskaroDenoise* self, VipsImage* image) {
   if (!plugin::measure(image, self->work->layout, &noise)) return false;
   if (!plugin::complain(plugin::settingsFor(choice, noise, &settings))) return false;
   self->work->plan = plugin::planFor(image->Xsize, image->Ysize, settings);
-  if (self->work->plan && plugin::gridOf(self->work->plan.get(), image->Xsize, image->Ysize, &self->work->grid)) return true;
+  if (self->work->plan && plugin::gridOf(self->work->plan.get(), image->Xsize, image->Ysize, &self->work->grid))
+    return true;
   return plugin::complain(self->work->plan ? VNR_ERROR_SIZE : VNR_ERROR_MEMORY);
 }
 
@@ -167,13 +168,15 @@ VipsImage* filtered(VeskaroDenoise* self, VipsImage* image) {
   if (vips_image_pipelinev(t[1], VIPS_DEMAND_STYLE_SMALLTILE, t[0], nullptr) != 0) return nullptr;
   t[1]->Xsize = grid.x.cell * grid.x.tiles;
   t[1]->Ysize = grid.y.cell * grid.y.tiles;
-  if (vips_image_generate(t[1], vips_start_one, plugin::generateCells, vips_stop_one, t[0], self->work) != 0) return nullptr;
+  if (vips_image_generate(t[1], vips_start_one, plugin::generateCells, vips_stop_one, t[0], self->work) != 0)
+    return nullptr;
   if (cache(t[1], &t[2], grid.x.cell, grid.y.cell) != 0) return nullptr;
   t[3] = vips_image_new();
   if (vips_image_pipelinev(t[3], VIPS_DEMAND_STYLE_SMALLTILE, t[2], nullptr) != 0) return nullptr;
   t[3]->Xsize = image->Xsize;
   t[3]->Ysize = image->Ysize;
-  if (vips_image_generate(t[3], vips_start_one, plugin::generatePicture, vips_stop_one, t[2], self->work) != 0) return nullptr;
+  if (vips_image_generate(t[3], vips_start_one, plugin::generatePicture, vips_stop_one, t[2], self->work) != 0)
+    return nullptr;
   return t[3];
 }
 
