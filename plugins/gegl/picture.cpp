@@ -89,9 +89,14 @@ bool Picture::Version::begin() {
   unitY = first.y1;
   columns = last.x0 / unitX + 1;
   rows = last.y0 / unitY + 1;
-  isMade.assign(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows), 0);
+  isMade = zeroedBytes(static_cast<std::size_t>(columns), static_cast<std::size_t>(rows));
   pixels = gegl_buffer_new(&wanted.extent, wanted.form.format);
-  return true;
+  return isMade != nullptr;
+}
+
+unsigned char* Picture::Version::made(int row, int column) const {
+  return isMade.get() + static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
+         static_cast<std::size_t>(column);
 }
 
 int Picture::Version::column(int x) const {
@@ -184,8 +189,7 @@ std::string Picture::measured() const {
 // The first tile from `from` on that is made, or the end.
 int Picture::endOfMissing(const Version& v, int row, int from, int end) const {
   const std::lock_guard<std::mutex> guard(lock_);
-  const unsigned char* made = v.isMade.data() + static_cast<std::size_t>(row) * static_cast<std::size_t>(v.columns);
-  while (from < end && !made[from]) ++from;
+  while (from < end && *v.made(row, from) == 0) ++from;
   return from;
 }
 
@@ -219,8 +223,7 @@ bool Picture::fill(Version& v, GeglBuffer* input, const GeglRectangle& p) {
       if (to == from) continue;
       if (!v.filter(input, v.tiles(row, from, to))) return false;
       const std::lock_guard<std::mutex> guard(lock_);
-      std::fill(&v.isMade[static_cast<std::size_t>(row * v.columns + from)],
-                &v.isMade[0] + static_cast<std::size_t>(row * v.columns + to), 1);
+      std::fill(v.made(row, from), v.made(row, to), 1);
     }
   }
   return true;

@@ -10,7 +10,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include "common/choice.h"
 #include "common/memory.h"
@@ -54,7 +53,7 @@ class Picture {
     Plan plan;
     int unitX = 1, unitY = 1, columns = 1, rows = 1;
     GeglBuffer* pixels = nullptr;
-    std::vector<unsigned char> isMade;  // guarded by the picture's lock
+    Bytes isMade;  // a tile each; guarded by the picture's lock
 
     Version() = default;
     Version(const Version&) = delete;
@@ -65,6 +64,7 @@ class Picture {
     int column(int x) const;
     int row(int y) const;
     GeglRectangle tiles(int row, int from, int end) const;
+    unsigned char* made(int row, int column) const;
     bool filter(GeglBuffer* input, const GeglRectangle& tiles) const;
   };
   using Shared = std::shared_ptr<Version>;
