@@ -148,7 +148,7 @@ class Regions(unittest.TestCase):
             self.assertTrue((held.whole() == result).all())
         another.node.set_property("measure", "automatic")
         self.assertTrue((another.whole() == wanted(self.other)).all())
-        for text in ("", " ", "luma", "luma=", "luma=nan", "luma=1,2", "size=3", "luma=4;x", "spectrum=1", "grain=-1e99"):
+        for text in ("", " ", "luma", "luma=", "luma=nan", "size=3", "luma=4;x", "spectrum=1", "grain=-1e9"):
             wrong = Graph(self.other, "R'G'B' u8", measure="held", noise=text)
             self.assertTrue((wrong.whole() == wanted(self.other)).all(), text)
 
