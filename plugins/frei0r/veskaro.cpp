@@ -8,8 +8,10 @@ extern "C" {
 #include <cstring>
 #include <new>
 
+#include "common/memory.h"
 #include "frei0r/cut.h"
 #include "frei0r/parameters.h"
+#include "frei0r/planes.h"
 #include "frei0r/steady_noise.h"
 
 namespace plugin {
@@ -17,24 +19,43 @@ namespace {
 
 class Clip {
  public:
-  Clip(int width, int height) : width_(width), height_(height) {}
+  Clip(int width, int height)
+      : width_(width),
+        height_(height),
+        pixels_(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
+        memory_(zeroedBytes(pixels_, 6)) {}
 
-  // False when the frame could not be filtered; what is in the output then is unspecified.
+  bool isReady() const { return memory_ != nullptr; }
+  std::size_t bytes() const { return 4 * pixels_; }
+
+  // False when the frame could not be filtered; nothing has been written then.
   bool filter(double time, const std::uint8_t* in, std::uint8_t* out) {
-    const vnr_picture given = picture(in), made = picture(out);
-    follow(time, in, given);
+    const Planes given = planes(0), made = planes(3);
+    split(in, pixels_, given);
+    const vnr_picture from = picture(given), to = picture(made);
+    follow(time, in, from);
     vnr_settings settings;
     if (settingsFor(parameters.choice(), noise_.current(), &settings) != VNR_OK) return false;
-    return vnr_denoise(&given, &made, &settings, nullptr) == VNR_OK;
+    if (vnr_denoise(&from, &to, &settings, nullptr) != VNR_OK) return false;
+    join(made, in, pixels_, out);
+    return true;
   }
-
-  std::size_t bytes() const { return 4 * static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_); }
 
   Parameters parameters;
 
  private:
-  vnr_picture picture(const void* frame) const {
-    return vnr_interleaved(VNR_UINT8, width_, height_, 4, frame, ptrdiff_t{4} * width_);
+  Planes planes(std::size_t first) const {
+    std::uint8_t* at = memory_.get() + first * pixels_;
+    return {at, at + pixels_, at + 2 * pixels_};
+  }
+
+  vnr_picture picture(const Planes& p) const {
+    vnr_picture planar = vnr_interleaved(VNR_UINT8, width_, height_, 3, p.red, width_);
+    planar.channel[1] = p.green;
+    planar.channel[2] = p.blue;
+    planar.pixel_stride = 1;
+    planar.row_stride = width_;
+    return planar;
   }
 
   void follow(double time, const std::uint8_t* frame, const vnr_picture& given) {
@@ -47,6 +68,8 @@ class Clip {
   }
 
   int width_, height_;
+  std::size_t pixels_;
+  Bytes memory_;  // the planes of the frame, then those of the result
   CutDetector cuts_;
   SteadyNoise noise_;
 };
@@ -88,7 +111,10 @@ void f0r_get_param_info(f0r_param_info_t* info, int index) {
 
 f0r_instance_t f0r_construct(unsigned int width, unsigned int height) {
   if (width < 1 || width > VNR_MOST_PIXELS || height < 1 || height > VNR_MOST_PIXELS) return nullptr;
-  return new (std::nothrow) plugin::Clip(static_cast<int>(width), static_cast<int>(height));
+  auto* clip = new (std::nothrow) plugin::Clip(static_cast<int>(width), static_cast<int>(height));
+  if (clip == nullptr || clip->isReady()) return clip;
+  delete clip;
+  return nullptr;
 }
 
 void f0r_destruct(f0r_instance_t instance) {
@@ -105,11 +131,11 @@ void f0r_get_param_value(f0r_instance_t instance, f0r_param_t param, int index) 
 }
 
 void f0r_update(f0r_instance_t instance, double time, const uint32_t* inframe, uint32_t* outframe) {
-  if (instance == nullptr || inframe == nullptr || outframe == nullptr || inframe == outframe) return;
+  if (instance == nullptr || inframe == nullptr || outframe == nullptr) return;
   plugin::Clip& clip = *clipOf(instance);
-  std::memcpy(outframe, inframe, clip.bytes());  // alpha, which the filter leaves alone
   const auto* in = reinterpret_cast<const std::uint8_t*>(inframe);
-  if (!clip.filter(time, in, reinterpret_cast<std::uint8_t*>(outframe))) std::memcpy(outframe, inframe, clip.bytes());
+  const bool isFiltered = clip.filter(time, in, reinterpret_cast<std::uint8_t*>(outframe));
+  if (!isFiltered && inframe != outframe) std::memcpy(outframe, inframe, clip.bytes());
 }
 
 }  // extern "C"
