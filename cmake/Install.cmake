@@ -1,4 +1,4 @@
-# Where things go. Components follow the packages: Runtime, Development, Tools, Python.
+# Where things go. Components follow the packages: Runtime, Development, Tools, Python, and one a plug-in.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS VeskaroNRLib EXPORT VeskaroNRLibTargets
@@ -32,14 +32,25 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/veskaronr.pc.in ${PROJECT_BINARY_DIR}
 install(FILES ${PROJECT_BINARY_DIR}/cmake/veskaronr.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT Development)
 
-if(TARGET veskaro-nr)
-  # Under /usr the loader looks in the right folder itself; elsewhere the tool carries the way, relative to itself.
-  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR} OUTPUT_VARIABLE way)
-    set_target_properties(veskaro-nr PROPERTIES INSTALL_RPATH "$ORIGIN/${way}")
+# Under /usr the loader finds the library itself; elsewhere what stands on it carries the way, relative to its folder.
+function(veskaro_install target component folder)
+  if(NOT TARGET ${target})
+    return()
   endif()
-  install(TARGETS veskaro-nr RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tools)
-endif()
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE from)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${from} OUTPUT_VARIABLE way)
+    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${way}")
+  endif()
+  install(TARGETS ${target} RUNTIME DESTINATION ${folder} COMPONENT ${component}
+    LIBRARY DESTINATION ${folder} COMPONENT ${component})
+endfunction()
+veskaro_install(veskaro-nr Tools ${CMAKE_INSTALL_BINDIR})
+# Where the hosts look.
+veskaro_install(gegl-veskaronr Gegl ${CMAKE_INSTALL_LIBDIR}/gegl-0.4)
+veskaro_install(gimp-veskaronr Gimp lib/gimp/2.0/plug-ins/veskaro-denoise)
+veskaro_install(frei0r-veskaronr Frei0r lib/frei0r-1)
+veskaro_install(vips-veskaronr Vips ${CMAKE_INSTALL_LIBDIR}/vips-modules-${VESKARO_VIPS_VERSION})
 
 if(VESKARO_INSTALL_PYTHON)
   # Where the system's Python looks: dist-packages under /usr, that of its version elsewhere.

@@ -1,6 +1,7 @@
 # Debian packages: cmake --preset package && cmake --build --preset package && cpack --preset package
-# Four of them, one a component; what they depend on is read from the binaries.
-set(packages Runtime libveskaronrlib1 Development libveskaronrlib-dev Tools veskaro-nr Python python3-veskaronr)
+# One a component; what they depend on is read from the binaries.
+set(packages Runtime libveskaronrlib1 Development libveskaronrlib-dev Tools veskaro-nr Python python3-veskaronr
+  Gegl gegl-veskaronr Gimp gimp-veskaronr Frei0r frei0r-veskaronr Vips vips-veskaronr)
 set(components Runtime Development)
 if(TARGET veskaro-nr)
   list(APPEND components Tools)
@@ -8,6 +9,12 @@ endif()
 if(VESKARO_INSTALL_PYTHON)
   list(APPEND components Python)
 endif()
+foreach(plugin Gegl Gimp Frei0r Vips)
+  string(TOLOWER ${plugin}-veskaronr target)
+  if(TARGET ${target})
+    list(APPEND components ${plugin})
+  endif()
+endforeach()
 
 # Every package brings the licence and the list of changes under its own name. Texts name the version by its variable.
 function(veskaro_compressed in out)
@@ -136,6 +143,30 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3-numpy, python3:any")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-distributed, python3-zarr")
+
+# The plug-ins: veskaro_describe(COMPONENT section line text).
+function(veskaro_describe component section line text)
+  string(TOUPPER ${component} COMPONENT)
+  set(CPACK_COMPONENT_${COMPONENT}_DESCRIPTION "${line}
+VeskaroNRLib measures the noise of a picture and takes it out, with edges
+kept.
+
+${text}" PARENT_SCOPE)
+  set(CPACK_DEBIAN_${COMPONENT}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  set(CPACK_COMPONENT_${COMPONENT}_DEPENDS Runtime PARENT_SCOPE)
+endfunction()
+veskaro_describe(Gegl graphics "noise reduction for GEGL and GIMP"
+"This package contains the GEGL operation veskaro:denoise.")
+veskaro_describe(Gimp graphics "noise reduction in the menu of GIMP"
+"This package contains a menu entry and a procedure for scripts, for the GEGL
+operation veskaro:denoise.")
+set(CPACK_COMPONENT_GIMP_DEPENDS Gegl)
+veskaro_describe(Frei0r video "noise reduction for video programs"
+"This package contains the frei0r filter veskaro, for FFmpeg, GStreamer and the
+programs that stand on MLT.")
+veskaro_describe(Vips graphics "noise reduction for libvips"
+"This package contains the libvips operation veskaro_denoise, which filters
+pictures larger than memory.")
 
 # A host that builds the library inside its own project makes its own packages.
 if(PROJECT_IS_TOP_LEVEL)

@@ -12,6 +12,14 @@ from support import BUILD, LIBRARY, SOURCE, run
 # Why it is there is said in CONTRIBUTING.md.
 EXPLAINED = {"package-name-doesnt-match-sonames"}
 
+# Where a host looks for its plug-in, and what that stands on.
+PLUGINS = {
+    "gegl": (r"/gegl-0\.4/veskaro-denoise\.so", "libgegl-0.4-0"),
+    "gimp": (r"/usr/lib/gimp/2\.0/plug-ins/veskaro-denoise/veskaro-denoise", "gegl-veskaronr"),
+    "frei0r": (r"/usr/lib/frei0r-1/veskaro\.so", "libveskaronrlib1"),
+    "vips": (r"/vips-modules-8\.\d+/veskaro\.so", "libvips42"),
+}
+
 
 def cached(name):
     """A value of the first build's cache."""
@@ -47,6 +55,12 @@ class Debian(unittest.TestCase):
             needs = self.field("veskaro-nr", "Depends")
             self.assertIn("libvips42", needs)
             self.assertIn("libveskaronrlib1 (= ", needs)
+        for host, (file, needs) in PLUGINS.items():
+            if list((self.build / "plugins" / host).glob("**/veskaro*")):
+                package = f"{host}-veskaronr"
+                wanted.add(package)
+                self.assertIn(needs, self.field(package, "Depends"))
+                self.assertRegex(run("dpkg-deb", "-c", self.packages[package]), file)
         self.assertEqual(set(self.packages), wanted)
         self.assertRegex(self.field("libveskaronrlib1", "Depends"), r"libc6 \(>= .*libstdc\+\+6")
         self.assertIn("libveskaronrlib1 (= ", self.field("libveskaronrlib-dev", "Depends"))

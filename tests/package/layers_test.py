@@ -28,6 +28,8 @@ TOOLS = {"base": set(), "pictures": {"base"}, "find": {"base", "pictures"}, "run
 TOOLS["tell"] = {"base", "pictures", "run"}
 TOOLS["command"] = TOOLS["main.cpp"] = {"command"}.union(TOOLS)
 
+PLUGINS = ("common", "frei0r", "gegl", "gimp", "vips")
+
 
 def includes(root, mark='"'):
     """File below the root -> what its includes in quotes (or other marks) name."""
@@ -49,15 +51,16 @@ class Layers(unittest.TestCase):
     def test_includes_go_down(self):
         self.expect_order("src", LIBRARY)
         self.expect_order("tools", TOOLS)
+        self.expect_order("plugins", {plugin: {"common", "veskaronr.h"} for plugin in PLUGINS})
 
     def test_clients_know_public_headers_only(self):
-        for root in ("tools", "examples", "python"):
+        for root in ("tools", "examples", "plugins", "python"):
             for file, names in includes(root, '["<]').items():
                 inside = [n for n in names if (SOURCE / "src" / n).is_file() and not (SOURCE / root / n).is_file()]
                 self.assertEqual(inside, [], f"{root}/{file}")
 
     def test_no_includes_in_a_ring(self):
-        for root in ("src", "tools"):
+        for root in ("src", "tools", "plugins"):
             tuple(graphlib.TopologicalSorter(includes(root)).static_order())
 
     def test_a_folder_is_a_namespace(self):
