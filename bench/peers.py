@@ -53,12 +53,11 @@ PEERS = (
     ("bilateral", lambda p, s: cv2.bilateralFilter(p.astype("float32"), 9, s, 3), 4.5),
     ("wavelets", wavelets, 1.0),
     ("nlmeans", lambda p, s: cv2.fastNlMeansDenoising(p, None, s, 5, 15), 1.2),
-    ("nlmeans, FFmpeg", ffmpeg("format=gbrp,nlmeans=s={}"), 0.8),
-    ("dctdnoiz", ffmpeg("format=rgb24,dctdnoiz=s={}"), 1.0),
-    ("bm3d", ffmpeg("format=gbrp,bm3d=sigma={}"), 3.0),
+    ("dctdnoiz", ffmpeg("format=rgb24,dctdnoiz=s={}"), 1.2),
+    ("bm3d", ffmpeg("format=gbrp,bm3d=sigma={}"), 5.0),
 )
 OURS = ("classic", "fast", "best")
-OF_FFMPEG = ("nlmeans, FFmpeg", "dctdnoiz", "bm3d")
+OF_FFMPEG = ("dctdnoiz", "bm3d")
 
 
 def blind_deviation(noisy):
