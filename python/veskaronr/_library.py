@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import os
+import sys
 from ctypes import (
     CFUNCTYPE,
     POINTER,
@@ -23,7 +24,7 @@ from typing import Any, Iterator, TypeVar
 
 from ._errors import error_of
 
-_SONAME = "VeskaroNRLib.so.1"
+LIBRARY_NAME = {"win32": "VeskaroNRLib.dll", "darwin": "VeskaroNRLib.1.dylib"}.get(sys.platform, "VeskaroNRLib.so.1")
 PARAM_COUNT = 21
 
 PROGRESS = CFUNCTYPE(c_int, c_void_p, c_int64, c_int64)
@@ -164,9 +165,9 @@ def _candidates() -> Iterator[str]:
     for parent in here.parents:
         folders.append(parent / "lib64")
         if parent.name == "lib":
-            folders += [parent, *sorted(parent.glob("*-linux-*"))]
-    yield from (str(folder / _SONAME) for folder in folders if (folder / _SONAME).exists())
-    yield _SONAME
+            folders += [parent, *sorted(parent.glob("*-linux-*")), parent.parent / "bin"]
+    yield from (str(folder / LIBRARY_NAME) for folder in folders if (folder / LIBRARY_NAME).exists())
+    yield LIBRARY_NAME
 
 
 def _declare(library: ctypes.CDLL) -> None:
@@ -183,7 +184,8 @@ def c_library() -> ctypes.CDLL:
     Returns
     -------
     ctypes.CDLL
-        ``VeskaroNRLib.so.1``, with the signatures of the functions that the module uses.
+        ``VeskaroNRLib.so.1``, on Windows ``VeskaroNRLib.dll``, with the signatures of the functions that the module
+        uses.
 
     Raises
     ------
@@ -205,7 +207,7 @@ def c_library() -> ctypes.CDLL:
             failures.append(str(failure))
         else:
             return loaded
-    raise ImportError("VeskaroNRLib.so.1 cannot be loaded (VESKARONR_LIBRARY may name it): " + "; ".join(failures))
+    raise ImportError(f"{LIBRARY_NAME} cannot be loaded (VESKARONR_LIBRARY may name it): " + "; ".join(failures))
 
 
 def call(name: str, *arguments: Any) -> None:

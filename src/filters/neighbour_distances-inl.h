@@ -102,7 +102,7 @@ class PatchDistances {
   HWY_NOINLINE void compute(const DistanceRing& ring, int y, const StripRow (&rows)[kReach + 1], int xStart, int xEnd,
                             const PatchShares& shares) const {
     const StripRow row = rows[0], next = rows[1], last = rows[2];
-    for (int x = xStart - kPatchReach; x < xEnd + kPatchReach; x += lanes()) {
+    for (int x = alignedDown(xStart - kPatchReach); x < xEnd + kPatchReach; x += lanes()) {
       const VectorRgb centre = loadRgb(row, x);
       stack<Distance, kSumsAreExact, 1, 2>(centre, row, x, y, 0);
       stack<Distance, kSumsAreExact, -2, -1, 0, 1, 2>(centre, next, x, y, kReach);
@@ -118,6 +118,10 @@ class PatchDistances {
   static constexpr int kPlanes = kReach + 2 * kSpan;
   static constexpr int kSums = 2;  // rows 0 and 1 are those of pixels
   static constexpr int kRows = 3;
+
+  // The first column of the whole vector that holds column x, counted from the start of a row: from there on accesses
+  // to a row straddle no cache lines. The neighbours of a row's first two columns are another's last, and of no use.
+  static constexpr int alignedDown(int x) { return (x + simd::kMaxLanes) / lanes() * lanes() - simd::kMaxLanes; }
 
   float* plane(int row, int k) const { return base_ + (row * kPlanes + k) * kStripFloats + simd::kMaxLanes; }
 
@@ -140,7 +144,7 @@ class PatchDistances {
     for (const int end = k + count; k < end; ++k, to += kStripFloats) {
       const float* const own = plane(y % 2, k);
       const float* const sums = plane(kSums, k);
-      for (int x = xStart; x < xEnd; x += lanes()) {
+      for (int x = alignedDown(xStart); x < xEnd; x += lanes()) {
         const V sum = hn::Add(hn::Add(hn::LoadU(d, sums + x - 1), hn::LoadU(d, sums + x)), hn::LoadU(d, sums + x + 1));
         const V ofOwn = hn::Mul(hn::LoadU(d, own + x), hn::Set(d, shares.own));
         hn::StoreU(hn::Add(ofOwn, hn::Mul(sum, hn::Set(d, shares.ofSum))), d, to + x);

@@ -75,8 +75,9 @@ struct Memory {
 
 vnr_picture randomFormat(Call& call) {
   Choices& c = call.c;
-  vnr_picture p = vnr_interleaved(c.number(1, 3), call.side() + (c.oneIn(2) ? 90 : 0),
-                                  call.side() + (c.oneIn(2) ? 70 : 0), c.oneIn(4) ? 1 : 3, nullptr, 0);
+  const int type = c.number(1, 3), width = call.side(), height = call.side();
+  const int wider = c.oneIn(2) ? 90 : 0, higher = c.oneIn(2) ? 70 : 0;
+  vnr_picture p = vnr_interleaved(type, width + wider, height + higher, c.oneIn(4) ? 1 : 3, nullptr, 0);
   const bool isFloat = p.type == VNR_FLOAT32;
   if (isFloat && c.oneIn(3)) p.encoding = VNR_LINEAR;
   if (c.oneIn(3)) p.white = isFloat ? c.real(0.1f, 300.0f) : std::ldexp(1.0f, c.number(1, p.type == 1 ? 8 : 16)) - 1.0f;
@@ -122,7 +123,8 @@ bool paint(Call& call, const Memory& m) {
   });
   if (p.type != VNR_FLOAT32 || !c.oneIn(8)) return true;
   static constexpr float kNone[] = {kNaN, kInf, -kInf};
-  m.set(c.number(0, p.channels - 1), c.number(0, p.width - 1), c.number(0, p.height - 1), kNone[c.number(0, 2)]);
+  const int channel = c.number(0, p.channels - 1), x = c.number(0, p.width - 1), y = c.number(0, p.height - 1);
+  m.set(channel, x, y, kNone[c.number(0, 2)]);
   return false;
 }
 
@@ -300,6 +302,12 @@ vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
   const float strength = c.real(0.4f, 1.6f);
   const int code = ask(call, [&] { return vnr_settings_classic(isKnown ? &noise : nullptr, strength, &s); });
   call.expect(code == VNR_OK && isRight(s), "settings_classic: result");
+  for (const auto settingsOf : {vnr_settings_fast, vnr_settings_best}) {
+    vnr_settings measuredOnes = {};
+    measuredOnes.struct_size = sizeof s;
+    if (ask(call, [&] { return settingsOf(&noise, strength, &measuredOnes); }) != VNR_OK) continue;
+    for (const float v : measuredOnes.params) call.note(v);
+  }
   vnr_noise none = noise;
   vnr_settings unchanged = s;
   (c.oneIn(2) ? none.level : none.linear_scale) = c.oneIn(2) ? kNaN : kInf;

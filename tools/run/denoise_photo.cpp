@@ -68,6 +68,12 @@ class GreyFilter {
   Bytes strip_;
 };
 
+// What leaves floats as they are rounds integers as little as can be.
+vnr_settings forIntegers(vnr_settings settings) {
+  if (settings.rounding == VNR_ROUND_NONE) settings.rounding = VNR_ROUND_FINEST;
+  return settings;
+}
+
 Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_control& control, StripProgress& progress) {
   const Plan plan = beginPlan(photo.width, photo.height, settings);
   Bytes samples(photo.samples(), photo.samples() + photo.decoded.bytes);
@@ -84,15 +90,17 @@ Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_contr
 DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
-  NoiseProfile noise = measureNoise(pictureOf(photo, photo.samples()), &control);
+  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, VNR_DISPLAY)
+                                      : measureNoise(pictureOf(photo, photo.samples()), &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
+  const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
-  Bytes samples = filtered(photo, chosen.forLibrary(settings.tile), control, progress);
+  Bytes samples = filtered(photo, forIntegers(own), control, progress);
   const double denoising = timer.seconds(), measuring = noise.seconds;
   const Change change = changeOf(photo, samples);
   const std::optional<std::string> why = whyUnchanged(photo, chosen.parameters(), noise, settings.rule(), change);
   return {std::move(samples),
-          {FilterWork{std::move(noise), settings.rule(), chosen.parameters()}, measuring, denoising, change, why}};
+          {FilterWork{std::move(noise), settings.rule(), chosen.parameters(), own}, measuring, denoising, change, why}};
 }
 
 }  // namespace tool::run

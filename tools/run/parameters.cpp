@@ -130,6 +130,8 @@ const char* nameOf(Origin origin) {
       return "set";
     case Origin::kMeasured:
       return "measured";
+    case Origin::kRecipe:
+      return "recipe";
   }
   return "";
 }
@@ -168,6 +170,12 @@ Chosen::Chosen(Rule rule, const vnr_noise& noise, int strength)
     parameters_[i].origin = originOf(parameters_[i], (about.measured & by) != 0);
   }
   takeSpectrum(noise, rule_);
+}
+
+Chosen::Chosen(const vnr_settings& recipe) : rule_(recipe) {
+  for (std::size_t i = 0; i < kParameterCount; ++i)
+    parameters_[i] = {kDescriptions[i].name, kDescriptions[i].meaning, defaultOf(i), valueIn(rule_, i),
+                      Origin::kRecipe};
 }
 
 void Chosen::set(const std::vector<Setting>& settings, Origin origin) {

@@ -31,7 +31,7 @@ inline bool takesGrain(Rule rule) {
   return rule != Rule::kClassic;
 }
 
-enum class Origin { kDefault, kPreset, kSet, kMeasured };
+enum class Origin { kDefault, kPreset, kSet, kMeasured, kRecipe };
 
 // The word for it, wherever a parameter is told of.
 const char* nameOf(Origin origin);
@@ -69,6 +69,8 @@ class Chosen {
  public:
   // As the rule has it, at a strength in percent that it takes. Throws Failure.
   Chosen(Rule rule, const vnr_noise& noise, int strength);
+  // As a recipe has it.
+  explicit Chosen(const vnr_settings& recipe);
 
   void set(const std::vector<Setting>& settings, Origin origin);
 

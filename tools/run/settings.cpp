@@ -76,12 +76,12 @@ const Preset& findPreset(const std::string& name) {
 }
 
 bool Settings::keepsLuminance() const {
-  return chromaOnly || preset == "chroma-only";
+  return chromaOnly || (!recipe && preset == "chroma-only");
 }
 
-Chosen Settings::chosenFor(const vnr_noise& noise) const {
-  Chosen chosen(rule(), noise, strength);
-  chosen.set(findPreset(preset).settings, Origin::kPreset);
+Chosen Settings::chosenFor(const vnr_noise& measured) const {
+  Chosen chosen = recipe ? Chosen(*recipe) : Chosen(rule(), measured, strength);
+  if (!recipe) chosen.set(findPreset(preset).settings, Origin::kPreset);
   if (chromaOnly) chosen.set({{NR_LUMA_KEEP, 1.0f}, {kDotsLuma, 0.0f}, {kShrinkLuma, 0.0f}}, Origin::kSet);
   chosen.set(settings, Origin::kSet);
   return chosen;

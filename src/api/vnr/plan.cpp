@@ -100,11 +100,11 @@ using namespace veskaro;
 
 int vnr_plan_begin(int32_t width, int32_t height, const vnr_settings* settings, vnr_plan** plan) {
   if (plan == nullptr) return VNR_ERROR_NULL;
+  const platform::DefaultFpEnvironment environment;
   vnr_settings own;
   int result = api::checkSettings(settings, &own);
   if (result == VNR_OK) result = api::checkSize(width, height);
   if (result != VNR_OK) return result;
-  const platform::DefaultFpEnvironment environment;
   void* const memory = std::malloc(sizeof(vnr_plan));
   if (memory == nullptr) return VNR_ERROR_MEMORY;
   *plan = new (memory) vnr_plan(api::planOf(width, height, own));
@@ -139,6 +139,7 @@ void vnr_plan_end(vnr_plan* plan) {
 
 int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_settings* settings,
                 const vnr_control* control) {
+  const platform::DefaultFpEnvironment environment;
   api::CheckedPicture ownIn, ownOut;
   platform::Control how;
   vnr_settings own;
@@ -148,7 +149,6 @@ int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_setting
   if (result != VNR_OK) return result;
   const pixels::Region& whole = ownIn.view.region;
   if (whole.x0 != 0 || whole.y0 != 0 || ownOut.view.region != whole) return VNR_ERROR_RECTANGLE;
-  const platform::DefaultFpEnvironment environment;
   if (settings == nullptr) {
     vnr_noise noise = {};
     noise.struct_size = sizeof(noise);

@@ -172,8 +172,8 @@ int settingsByGrain(vnr_settings (*rule)(const vnr_noise&, float), const vnr_noi
   vnr_noise own;
   const int taken = takeStruct(noise, &own);
   if (taken != VNR_OK) return taken;
-  if (!isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
   const platform::DefaultFpEnvironment environment;
+  if (!isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
   return giveStruct(rule(own, strength), settings);
 }
 
