@@ -45,15 +45,15 @@ constexpr ByKind kChromaSharpening = {0.4, 0.2, -0.3};
 constexpr double kDotsLuma = 1.0, kDotsChroma = 2.0;
 
 // Factor on the noise's power. Below 1 where the pilot has already told most coefficients from noise.
-constexpr ByKind kShrink = {0.88, 1.2, 0.92}, kShrinkOfStrong = {0.62, 1.2, 0.92};
-constexpr ByKind kShrinkChroma = {0.77, 0.62, 0.41};  // of that, since colour shows its loss less than its noise
+constexpr ByKind kShrink = {0.88, 1.2, 0.75}, kShrinkOfStrong = {0.62, 1.2, 0.75};
+constexpr ByKind kShrinkChroma = {0.77, 0.62, 0.5};  // of that, since colour shows its loss less than its noise
 
 // In a picture full of fine structure the filters hold back, so the blocks take more.
 constexpr double kShrinkMoreFrom = 4.0, kShrinkMostFrom = 9.0, kShrinkMore = 0.6;
 
 // JPEG has taken fine noise from colour, so that luminance has more than other noise has; its own quantisation makes
 // the smoothest blocks read more noise than there is in others.
-constexpr double kJpegFrom = 2.2, kJpegTo = 3.2, kShrinkOfJpeg = 0.6, kLeastChroma = 0.3;
+constexpr double kJpegFrom = 2.2, kJpegTo = 3.2, kShrinkOfJpeg = 0.65, kLeastChroma = 0.3;
 
 // What may come back of a coefficient that the pilot took too little of, by frequency, lowest first. Where the noise is
 // coarse, the lowest stay as the pyramid left them: blocks of 8 pixels see too little of coarse noise to tell it, so it
