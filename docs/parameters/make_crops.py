@@ -17,7 +17,7 @@ TOP = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(TOP / "python"))
 import veskaronr  # noqa: E402
 
-SIGN, FRAME = (1212, 718), (300, 706)  # left and top of the crops in the photograph
+SIGN, FRAME, WALL = (1212, 718), (300, 706), (180, 860)  # left and top of the crops in the photograph
 SIZE, ZOOM = (80, 60), 3
 
 # entry: (place, low, high); the middle crop has what the profile measured or the default.
@@ -45,6 +45,18 @@ ENTRIES = {
 }
 
 
+# The same with the preset "best": factors on what is measured, of entries that it adds.
+STAGES = {
+    "patch": (SIGN, 0.0, 1.4),
+    "dots_luma": (WALL, 0.0, 4.0),
+    "dots_chroma": (WALL, 0.0, 4.0),
+    "shrink_luma": (SIGN, 0.0, 6.0),
+    "shrink_chroma": (SIGN, 0.0, 20.0),
+    "residual_luma": (SIGN, 0.0, 2.0),
+    "residual_chroma": (SIGN, 0.0, 2.0),
+}
+
+
 def noisy(photograph):
     rng = np.random.default_rng(5)
     height, width = photograph.shape[:2]
@@ -60,6 +72,10 @@ def crop(photograph, place, settings=None):
     plan = veskaronr.Plan(photograph.shape, photograph.dtype, settings)
     read, _ = plan.cover(box)
     return plan.filter(photograph[read.slices], read, box)
+
+
+def times(value, factor):
+    return tuple(v * factor for v in value) if isinstance(value, tuple) else value * factor
 
 
 def strip(crops):
@@ -85,6 +101,14 @@ def main():
             TOP / f"docs/parameters/{entry}.jpg", quality=88
         )
         print(f"{entry}: {low:g}, {values[1]:g}, {high:g}")
+
+    best = veskaronr.measure(photograph).settings()
+    for entry, (place, *factors) in STAGES.items():
+        settings = [dataclasses.replace(best, **{entry: times(getattr(best, entry), factor)}) for factor in (factors[0], 1, factors[1])]
+        strip([crop(photograph, place, s) for s in (None, *settings)]).save(
+            TOP / f"docs/parameters/{entry}.jpg", quality=88
+        )
+        print(f"{entry}: {factors[0]:g}, 1, {factors[1]:g} times {getattr(best, entry)}")
 
 
 if __name__ == "__main__":

@@ -22,11 +22,16 @@ constexpr ByKind kPatch = {0.54, 0.69, 0.4};
 constexpr ByKind kBusyFrom = {6.0, 9.0, 9.0}, kBusyTo = {11.0, 16.0, 16.0};
 
 // Factors on the similarity rolloffs: patch distances scatter less, and what a gentler filter leaves is left to the
-// blocks, which lose less of the picture with it.
-constexpr ByKind kRolloff = {0.76, 0.8, 0.9};
+// blocks, which lose less of the picture with it; the more so the stronger white noise is.
+constexpr double kStrongFrom = 8.0, kStrongTo = 20.0;
+constexpr ByKind kRolloff = {0.76, 0.8, 0.9}, kRolloffOfStrong = {0.58, 0.8, 0.9};
 constexpr ByKind kLevel1 = {0.72, 0.8, 0.8};
 constexpr ByKind kLevel2 = {1.4, 0.64, 1.1};
 constexpr ByKind kLevel3 = {1.0, 1.2, 1.0};
+
+// Square roots of linear light have their strongest noise in the deepest shadows, out of the smoothest blocks' sight:
+// the filters hold back nothing there, and the blocks take more. How busy a picture is cannot be told.
+constexpr double kRolloffOfLinear = 1.05, kShrinkMoreOfLinear = 1.5, kPatchOfLinear = 0.5;
 
 // Factor on what is kept of the input: the blocks bring back the picture without its noise.
 constexpr ByKind kKept = {0.4, 0.3, 0.5};
@@ -40,15 +45,15 @@ constexpr ByKind kChromaSharpening = {0.4, 0.2, -0.3};
 constexpr double kDotsLuma = 1.0, kDotsChroma = 2.0;
 
 // Factor on the noise's power. Below 1 where the pilot has already told most coefficients from noise.
-constexpr ByKind kShrink = {0.88, 1.2, 0.92};
-constexpr ByKind kShrinkChroma = {0.77, 0.62, 0.41};  // of that, since colour shows its loss less than its noise
+constexpr ByKind kShrink = {0.88, 1.2, 0.75}, kShrinkOfStrong = {0.62, 1.2, 0.75};
+constexpr ByKind kShrinkChroma = {0.77, 0.62, 0.5};  // of that, since colour shows its loss less than its noise
 
 // In a picture full of fine structure the filters hold back, so the blocks take more.
 constexpr double kShrinkMoreFrom = 4.0, kShrinkMostFrom = 9.0, kShrinkMore = 0.6;
 
 // JPEG has taken fine noise from colour, so that luminance has more than other noise has; its own quantisation makes
 // the smoothest blocks read more noise than there is in others.
-constexpr double kJpegFrom = 2.2, kJpegTo = 3.2, kShrinkOfJpeg = 0.6, kLeastChroma = 0.3;
+constexpr double kJpegFrom = 2.2, kJpegTo = 3.2, kShrinkOfJpeg = 0.65, kLeastChroma = 0.3;
 
 // What may come back of a coefficient that the pilot took too little of, by frequency, lowest first. Where the noise is
 // coarse, the lowest stay as the pyramid left them: blocks of 8 pixels see too little of coarse noise to tell it, so it
@@ -81,11 +86,19 @@ class Rule {
         blotches_(static_cast<double>(noise.blotches)),
         luma_(static_cast<double>(noise.luma)),
         busy_(noise.isLinear ? 0.0 : static_cast<double>(noise.structure) / luma_),
+        strong_(noise.isLinear ? 0.0 : share(luma_, kStrongFrom, kStrongTo)),
         shown_(noise.isLinear ? 1.0 : share(luma_, kFaintFrom, kFaintTo)) {}
 
+  double rolloff() const {
+    if (noise_.isLinear) return kRolloffOfLinear;
+    return lerp(factor(kRolloff), factor(kRolloffOfStrong), strong_);
+  }
   double factor(const ByKind& k) const { return lerp(1.0, of(k), shown_); }
   double change(const ByKind& k) const { return of(k) * shown_; }
-  double patch() const { return change(kPatch) * (1.0 - share(busy_, of(kBusyFrom), of(kBusyTo))); }
+  double patch() const {
+    const double calm = 1.0 - share(busy_, of(kBusyFrom), of(kBusyTo));
+    return change(kPatch) * (noise_.isLinear ? kPatchOfLinear : calm);
+  }
   double dotsLuma() const { return kDotsLuma * luma_ * shown_; }
   double dotsChroma() const { return kDotsChroma * static_cast<double>(noise_.chroma) * shown_; }
   double shrinkLuma() const { return shrink() * static_cast<double>(noise_.kept); }
@@ -99,8 +112,9 @@ class Rule {
  private:
   double of(const ByKind& k) const { return lerp(lerp(k.white, k.smoothed, smoothed_), k.blotches, blotches_); }
   double shrink() const {
+    if (noise_.isLinear) return change(kShrink) * kShrinkMoreOfLinear;
     const double more = kShrinkMore * share(busy_, kShrinkMoreFrom, kShrinkMostFrom) * (1.0 - blotches_);
-    return change(kShrink) * (1.0 + more) * lerp(1.0, kShrinkOfJpeg, jpeg());
+    return lerp(change(kShrink), change(kShrinkOfStrong), strong_) * (1.0 + more) * lerp(1.0, kShrinkOfJpeg, jpeg());
   }
   double jpeg() const {
     const double chroma = static_cast<double>(noise_.chroma);
@@ -109,8 +123,9 @@ class Rule {
 
   const NoiseForStages& noise_;
   double smoothed_, blotches_, luma_;
-  double busy_;   // how many times the noise the median block shows
-  double shown_;  // 0: noise that is not seen
+  double busy_;    // how many times the noise the median block shows
+  double strong_;  // 1: strong noise
+  double shown_;   // 0: noise that is not seen
 };
 
 void scale(float* entry, double factor) {
@@ -122,7 +137,7 @@ void add(float* entry, double change) {
 
 // The coarser levels' rolloffs are products with the finest one's.
 void setFilters(const Rule& rule, float* vector) {
-  const double rolloff = rule.factor(kRolloff);
+  const double rolloff = rule.rolloff();
   scale(&vector[NR_NOISE_LEVEL], rolloff);
   scale(&vector[NR_LEVEL1_NOISE], rule.factor(kLevel1) / rolloff);
   scale(&vector[NR_LEVEL2_NOISE], rule.factor(kLevel2) / rolloff);
