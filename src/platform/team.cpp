@@ -104,9 +104,13 @@ void callWorkers(int seats) {
 }  // namespace
 
 int processors() {
+#if defined(__EMSCRIPTEN__)  // a page runs an instance of the library in each of its workers
+  return 1;
+#else
   cpu_set_t set;
   const int count = sched_getaffinity(0, sizeof(set), &set) == 0 ? CPU_COUNT(&set) : 1;
   return count > 1 ? count : 1;
+#endif
 }
 
 void runTeam(int workers, void (*body)(void* argument, int worker), void* argument) {
