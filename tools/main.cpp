@@ -10,6 +10,7 @@
 #include "command/denoise.h"
 #include "command/profile.h"
 #include "command/selftest.h"
+#include "command/tune.h"
 #include "pictures/libvips.h"
 
 namespace {

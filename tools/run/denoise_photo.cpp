@@ -68,10 +68,18 @@ class GreyFilter {
   Bytes strip_;
 };
 
-Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_control& control, StripProgress& progress) {
+}  // namespace
+
+bool isFilteredAsColour(const Photo& photo, const vnr_settings& settings) {
+  return photo.grey && settings.rounding == VNR_ROUND_AUTO;
+}
+
+Bytes filterPhoto(const Photo& photo, const vnr_settings& settings, int threads, const Watch& watch) {
+  StripProgress progress{watch};
+  const vnr_control control = controlOf(threads, progress);
   const Plan plan = beginPlan(photo.width, photo.height, settings);
   Bytes samples(photo.samples(), photo.samples() + photo.decoded.bytes);
-  if (photo.grey && settings.rounding == VNR_ROUND_AUTO) {
+  if (isFilteredAsColour(photo, settings)) {
     GreyFilter(photo, plan.get(), samples).filter(control, progress);
   } else {
     filterWhole(photo, plan.get(), control, samples);
@@ -79,15 +87,13 @@ Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_contr
   return samples;
 }
 
-}  // namespace
-
 DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
   NoiseProfile noise = measureNoise(pictureOf(photo, photo.samples()), &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
   const Timer timer;
-  Bytes samples = filtered(photo, chosen.forLibrary(settings.tile), control, progress);
+  Bytes samples = filterPhoto(photo, chosen.forLibrary(settings.tile), settings.threads, watch);
   const double denoising = timer.seconds(), measuring = noise.seconds;
   const Change change = changeOf(photo, samples);
   const std::optional<std::string> why = whyUnchanged(photo, chosen.parameters(), noise, settings.rule(), change);

@@ -254,7 +254,7 @@ async function downloadResult(type, extension) {
   say(`Making ${name} …`);
   const settled = await chosen();
   if (isServed) {
-    const response = await ask("result", { settings: settled.settings });
+    const response = await ask("result", settled.settings);
     download(await response.blob(), named(picture.name, `-clean${/\.[^.]+$/.exec(picture.name)?.[0] ?? ""}`));
     return "Downloaded.";
   }
@@ -299,9 +299,7 @@ async function takeServed() {
   await begin(async () => opened);
   const button = (/** @type {string} */ text, /** @type {string} */ path) => {
     const made = make("button", { type: "button" }, text);
-    made.addEventListener("click", () =>
-      work(async () => (await ask(path, { settings: (await chosen()).settings })).text()),
-    );
+    made.addEventListener("click", () => work(async () => (await ask(path, (await chosen()).settings)).text()));
     return made;
   };
   if (served.output) at("saves").append(button(`Save as ${served.output}`, "save"));

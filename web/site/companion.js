@@ -1,22 +1,23 @@
 /** The companion that serves this page, veskaro-nr tune, in the place of the library in the page. */
+import { recipeText } from "./settings.js";
 
 /** @typedef {import("./core.js").Rectangle} Rectangle */
 /** @typedef {import("./settings.js").Settings} Settings */
 
 /**
- * @param {string} path @param {object} [body] @returns {Promise<Response>}
+ * @param {string} path @param {Settings} [settings] @param {Record<string, number>} [numbers] @returns {Promise<Response>}
  */
-export async function ask(path, body) {
-  const response = await fetch(path, {
-    method: "POST",
-    headers: { "Content-Type": "application/json" },
-    body: JSON.stringify(body ?? {}),
-  });
+export async function ask(path, settings, numbers = {}) {
+  const query = new URLSearchParams(Object.entries(numbers).map(([name, value]) => [name, String(value)]));
+  const body = settings ? recipeText(settings) : "";
+  const response = await fetch(`/${path}?${query}`, { method: "POST", body }).catch(() => null);
+  if (!response) throw new Error("veskaro-nr tune has ended; start it again to go on");
   if (response.ok) return response;
-  throw new Error((await response.text()) || "the companion does not answer; is it still running?");
+  throw new Error((await response.text()) || `the companion answers with ${response.status}`);
 }
 
-const json = async (/** @type {string} */ path, /** @type {object} */ body) => (await ask(path, body)).json();
+/** @param {Response} response */
+const samples = async (response) => new Uint8ClampedArray(await response.arrayBuffer());
 
 export class Companion {
   constructor() {
@@ -26,13 +27,13 @@ export class Companion {
 
   begin() {}
 
-  noise() {
-    return json("noise", {});
+  async noise() {
+    return (await ask("noise")).json();
   }
 
-  /** @param {number} rule @param {number} strength */
-  choose(rule, strength) {
-    return json("choose", { rule, strength });
+  /** @param {number} rule @param {number} strength a factor @returns {Promise<Settings>} */
+  async choose(rule, strength) {
+    return (await (await ask("choose", undefined, { rule, strength: Math.round(100 * strength) })).json()).settings;
   }
 
   /** @param {Settings} settings */
@@ -40,18 +41,17 @@ export class Companion {
     this.settings = settings;
   }
 
-  grid() {
-    return json("grid", { settings: this.settings });
+  async grid() {
+    return (await ask("grid", this.settings)).json();
   }
 
   /** @param {unknown} _pixels the companion has them @param {Rectangle} _read @param {Rectangle} write */
   async filter(_pixels, _read, write) {
-    const { settings } = this;
-    return new Uint8ClampedArray(await (await ask("after", { settings, ...write })).arrayBuffer());
+    return samples(await ask("after", this.settings, write));
   }
 
   /** @param {Rectangle} write */
   async original(write) {
-    return new Uint8ClampedArray(await (await ask("before", { ...write })).arrayBuffer());
+    return samples(await ask("before", undefined, write));
   }
 }

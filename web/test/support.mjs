@@ -55,7 +55,11 @@ export async function browse() {
 
 /** A page whose errors are kept. */
 export async function newPage(browser, options = {}) {
-  const context = await browser.newContext({ viewport: { width: 1280, height: 800 }, acceptDownloads: true, ...options });
+  const context = await browser.newContext({
+    viewport: { width: 1280, height: 800 },
+    acceptDownloads: true,
+    ...options,
+  });
   const page = await context.newPage();
   page.problems = [];
   page.on("pageerror", (error) => page.problems.push(String(error)));
@@ -80,6 +84,13 @@ export async function ready(page) {
 
 /** Raw samples of a picture file by Python, with its mode: what the page was given, told by another reader. */
 export function python(code, ...args) {
-  const options = { maxBuffer: 1 << 30, env: { ...process.env, PYTHONPATH: join(PROJECT, "python"), VESKARONR_LIBRARY: join(PROJECT, "build/release/VeskaroNRLib.so.1") } };
+  const options = {
+    maxBuffer: 1 << 30,
+    env: {
+      ...process.env,
+      PYTHONPATH: join(PROJECT, "python"),
+      VESKARONR_LIBRARY: join(PROJECT, "build/release/VeskaroNRLib.so.1"),
+    },
+  };
   return execFileSync("/usr/bin/python3", ["-c", code, ...args], options);
 }
