@@ -1,5 +1,6 @@
 /** Decodes a picture file to upright sRGB pixels, a strip at a time, so that no more than one copy is in the way. */
 import { exifOf } from "./exif.js";
+import { straightPixels } from "./png.js";
 
 const STRIP = 256;
 const WIDEST = 4096;
@@ -34,26 +35,6 @@ function isOpaque(pixels) {
   return true;
 }
 
-/**
- * Pixels with alpha as the file has them, where the browser tells: colours that no canvas has multiplied.
- * @param {File} file @param {ImageBitmap} bitmap @returns {Promise<Uint8Array | null>}
- */
-async function straightPixels(file, bitmap) {
-  const Decoder = /** @type {any} */ (self).ImageDecoder;
-  if (!Decoder || !(await Decoder.isTypeSupported(file.type))) return null;
-  const decoder = new Decoder({ data: await file.arrayBuffer(), type: file.type, premultiplyAlpha: "none" });
-  const { image } = await decoder.decode();
-  try {
-    if (image.displayWidth !== bitmap.width || image.displayHeight !== bitmap.height) return null;
-    const pixels = new Uint8Array(4 * bitmap.width * bitmap.height);
-    await image.copyTo(pixels, { format: "RGBA", colorSpace: "srgb" });
-    return pixels;
-  } finally {
-    image.close();
-    decoder.close();
-  }
-}
-
 /** The colours of pixels that are not opaque. @param {Uint8ClampedArray} to @param {Uint8Array} from */
 function takeStraight(to, from) {
   for (let k = 3; k < to.length; k += 4) {
@@ -75,8 +56,9 @@ async function decode(file) {
     await read(y, rows, strip);
     const opaque = isOpaque(strip);
     if (!opaque) {
-      if (straight === undefined) straight = await straightPixels(file, bitmap).catch(() => null);
-      if (straight) takeStraight(strip, straight.subarray(4 * width * y, 4 * width * (y + rows)));
+      if (straight === undefined) straight = await straightPixels(file).catch(() => null);
+      if (straight?.length === 4 * width * height)
+        takeStraight(strip, straight.subarray(4 * width * y, 4 * width * (y + rows)));
     }
     self.postMessage({ strip, opaque }, { transfer: [strip.buffer] });
   }
