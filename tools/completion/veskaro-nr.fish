@@ -1,4 +1,8 @@
 complete -c veskaro-nr -n __fish_use_subcommand -a profile -d "print the noise of pictures"
+complete -c veskaro-nr -n __fish_use_subcommand -a tune -d "turn the dials on a picture in a browser"
+complete -c veskaro-nr -n "__fish_seen_subcommand_from tune" -l save-recipe -r -F -d "where the page may save the recipe"
+complete -c veskaro-nr -n "__fish_seen_subcommand_from tune" -l no-browser -d "only print the file to open"
+complete -c veskaro-nr -n "__fish_seen_subcommand_from tune" -l linger -x -d "minutes to wait after the page went"
 complete -c veskaro-nr -n __fish_use_subcommand -a selftest -d "print a digest of what the library computes"
 complete -c veskaro-nr -s h -l help -d "print a summary"
 complete -c veskaro-nr -l version -d "print the versions"

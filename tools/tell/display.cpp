@@ -74,15 +74,14 @@ VImage toned(const VImage& picture, double exposure) {
 
 }  // namespace
 
-VImage displayOf(const Photo& photo, const std::uint8_t* samples, int width, int height) {
-  const VImage image = eightBits(photo, asImage(photo, samples, width, height))
-                           .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-  return upright(image, photo.coding.orientation).copy_memory();
+VImage colourOnScreen(const Photo& photo, const std::uint8_t* samples, int width, int height) {
+  return eightBits(photo, asImage(photo, samples, width, height))
+      .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
 DisplayPair displayPair(const Photo& photo, const Bytes& after) {
   const auto display = [&](const std::uint8_t* samples) {
-    return displayOf(photo, samples, photo.width, photo.height);
+    return upright(colourOnScreen(photo, samples, photo.width, photo.height), photo.coding.orientation).copy_memory();
   };
   return {display(photo.samples()), display(after.data())};
 }

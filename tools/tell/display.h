@@ -13,8 +13,8 @@ struct DisplayPair {
 };
 
 DisplayPair displayPair(const pictures::Photo& photo, const pictures::Bytes& after);
-// A piece of the photograph, of this size in the file; what it says of colour and orientation holds.
-vips::VImage displayOf(const pictures::Photo& photo, const std::uint8_t* samples, int width, int height);
+// Samples of so many of the photograph's pixels in sRGB, by its profile and as the file has them turned.
+vips::VImage colourOnScreen(const pictures::Photo& photo, const std::uint8_t* samples, int width, int height);
 // Both toned by the brightness of the picture before.
 DisplayPair displayPair(const pictures::HdrPicture& picture, const pictures::Bytes& after);
 

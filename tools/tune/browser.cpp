@@ -35,6 +35,7 @@ Signpost::Signpost(const std::string& address) : path_((folder() / "veskaro-nr-X
   if (fd < 0) throw Failure("cannot write " + path_ + ": " + std::strerror(errno));
   const bool isWritten = writeAll(fd,
                                   "<!doctype html><meta charset=utf-8><meta name=referrer content=no-referrer>"
+                                  "<link rel=icon href=\"data:,\">"
                                   "<meta http-equiv=refresh content=\"0; url=" +
                                       address + "\"><title>veskaro-nr</title>\n");
   if (close(fd) != 0 || !isWritten) throw Failure("cannot write " + path_ + ": " + std::strerror(errno));

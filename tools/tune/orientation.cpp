@@ -23,6 +23,13 @@ vnr_rectangle Orientation::inFile(const vnr_rectangle& upright) const {
   return {x.first, x.second, y.first, y.second};
 }
 
+std::size_t Orientation::uprightIndex(int x, int y, int width, int height) const {
+  if (isMirroredAcross()) x = width - 1 - x;
+  if (isMirroredDown()) y = height - 1 - y;
+  return isTurned() ? static_cast<std::size_t>(x) * static_cast<std::size_t>(height) + static_cast<std::size_t>(y)
+                    : static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
+}
+
 std::vector<Span> Orientation::uprightColumns(const std::vector<Span>& columns, const std::vector<Span>& rows) const {
   if (isTurned()) return isMirroredDown() ? mirrored(rows, height_) : rows;
   return isMirroredAcross() ? mirrored(columns, width_) : columns;

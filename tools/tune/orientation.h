@@ -22,6 +22,9 @@ class Orientation {
   // From a rectangle of the upright picture to the file's.
   vnr_rectangle inFile(const vnr_rectangle& upright) const;
 
+  // Where a pixel of a piece of this size in the file is among those of the upright piece, row by row.
+  std::size_t uprightIndex(int x, int y, int width, int height) const;
+
   // From the file's columns and rows to the upright ones: of the same kind, or of the other.
   std::vector<Span> uprightColumns(const std::vector<Span>& columns, const std::vector<Span>& rows) const;
   std::vector<Span> uprightRows(const std::vector<Span>& columns, const std::vector<Span>& rows) const;

@@ -26,7 +26,7 @@ constexpr char kPolicy[] =
 // The cookie is sent to a page of this server's own only, which this one becomes; the token leaves the address.
 constexpr char kOpened[] =
     "<!doctype html><meta charset=utf-8><meta name=referrer content=no-referrer>"
-    "<meta http-equiv=refresh content=\"0; url=/\"><title>veskaro-nr</title>";
+    "<link rel=icon href=\"data:,\"><meta http-equiv=refresh content=\"0; url=/\"><title>veskaro-nr</title>";
 
 int number(const Request& request, const char* name) {
   const std::string text = request.get_param_value(name);

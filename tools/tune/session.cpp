@@ -7,7 +7,6 @@
 #include "run/denoise_photo.h"
 #include "run/library.h"
 #include "run/recipe.h"
-#include "tell/display.h"
 
 namespace tool::tune {
 namespace {
@@ -63,6 +62,7 @@ void copyRows(const vnr_picture& from, const vnr_picture& to) {
 Session::Session(pictures::Photo photo, int threads, const std::int32_t* cancel)
     : photo_(std::move(photo)),
       orientation_(photo_.coding.orientation, photo_.width, photo_.height),
+      screen_(photo_, orientation_),
       threads_(threads),
       watch_{{}, cancel} {
   run::StripProgress progress{watch_};
@@ -117,21 +117,25 @@ vnr_rectangle Session::inFile(const vnr_rectangle& r) const {
 
 Bytes Session::before(const vnr_rectangle& upright) const {
   const vnr_rectangle piece = inFile(upright);
-  Bytes samples(bytesOf(photo_, piece));
-  copyRows(vnr_piece(run::pictureOf(photo_, photo_.samples()), piece), pieceOver(photo_, samples.data(), piece));
-  return onScreen(samples.data(), piece);
+  return screen_.upright(original(piece).data(), piece.x1 - piece.x0, piece.y1 - piece.y0);
 }
 
 Bytes Session::after(const vnr_settings& settings, const vnr_rectangle& upright) const {
   const vnr_rectangle piece = inFile(upright);
-  return onScreen(filtered(settings, piece).data(), piece);
+  return screen_.upright(filtered(settings, piece).data(), piece.x1 - piece.x0, piece.y1 - piece.y0);
+}
+
+Bytes Session::original(const vnr_rectangle& piece) const {
+  Bytes samples(bytesOf(photo_, piece));
+  copyRows(vnr_piece(run::pictureOf(photo_, photo_.samples()), piece), pieceOver(photo_, samples.data(), piece));
+  return samples;
 }
 
 Bytes Session::filtered(const vnr_settings& settings, const vnr_rectangle& piece) const {
   const run::Plan plan = run::beginPlan(photo_.width, photo_.height, settings);
   run::StripProgress progress{watch_};
   const vnr_control control = run::controlOf(1, progress);
-  Bytes samples(bytesOf(photo_, piece)), others(samples.size() * (run::isFilteredAsColour(photo_, settings) ? 2 : 0));
+  Bytes samples = original(piece), others(run::isFilteredAsColour(photo_, settings) ? 2 * samples.size() : 0);
   vnr_picture in = run::pictureOf(photo_, photo_.samples()), out = pieceOver(photo_, samples.data(), piece);
   if (!others.empty()) {
     in.channels = out.channels = 3;
@@ -141,14 +145,6 @@ Bytes Session::filtered(const vnr_settings& settings, const vnr_rectangle& piece
   }
   run::requireDone(vnr_plan_filter(plan.get(), &in, &out, &control));
   return samples;
-}
-
-Bytes Session::onScreen(const std::uint8_t* samples, const vnr_rectangle& piece) const {
-  const vips::VImage image = tell::displayOf(photo_, samples, piece.x1 - piece.x0, piece.y1 - piece.y0).bandjoin(255);
-  std::size_t size = 0;
-  const std::unique_ptr<void, pictures::FreeByGlib> memory(image.write_to_memory(&size));
-  const auto* bytes = static_cast<const std::uint8_t*>(memory.get());
-  return Bytes(bytes, bytes + size);
 }
 
 Bytes Session::result(const vnr_settings& settings, pictures::Format format) const {

@@ -12,6 +12,7 @@
 #include "run/noise_profile.h"
 #include "run/watch.h"
 #include "tune/orientation.h"
+#include "tune/screen.h"
 
 namespace tool::tune {
 
@@ -41,10 +42,11 @@ class Session {
  private:
   vnr_rectangle inFile(const vnr_rectangle& upright) const;
   pictures::Bytes filtered(const vnr_settings& settings, const vnr_rectangle& piece) const;
-  pictures::Bytes onScreen(const std::uint8_t* samples, const vnr_rectangle& piece) const;
+  pictures::Bytes original(const vnr_rectangle& piece) const;
 
   const pictures::Photo photo_;
   const Orientation orientation_;
+  const Screen screen_;
   const int threads_;
   const run::Watch watch_;
   run::NoiseProfile noise_;

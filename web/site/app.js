@@ -11,7 +11,7 @@ import { View } from "./view.js";
 /** @typedef {import("./view.js").Cell} Cell */
 /** @typedef {import("./pool.js").Job} Job */
 /** @typedef {{settings: import("./settings.js").Settings, version: number}} Current what is filtered with */
-/** @typedef {{name: string, width: number, height: number, bits: number, cores: number, output: string, recipe: string}} Served */
+/** @typedef {{name: string, input: string, width: number, height: number, bits: number, cores: number, output: string, recipe: string}} Served */
 
 const isServed = document.documentElement.dataset.engine === "companion";
 const PIECE = 1024; // pixels of an edge that are measured at once
@@ -85,6 +85,7 @@ async function measure(opened, started) {
   const grid = await started.ask({ order: "grid", ...current });
   if (started !== pool) return;
   started.onRest = () => rested();
+  started.onShare = tellShare;
   for (const id of ["canvas", "divider", "tags", "tools"]) at(id).hidden = false;
   at("welcome").hidden = true;
   /** @type {HTMLFieldSetElement} */ (at("controls")).disabled = false;
@@ -146,7 +147,7 @@ async function settingsFor(from, preset) {
 }
 
 function tellElsewhere() {
-  const name = picture?.name ?? "photo.jpg";
+  const name = picture?.path ?? "photo.jpg";
   const recipe = named(name, ".recipe.json");
   at("command").textContent = commandLine(choice, name);
   at("python").textContent = pythonText(choice, name);
@@ -168,6 +169,12 @@ function schedule() {
   at("busy").hidden = false;
   say("Filtering what is to be seen …");
   pool.replace(jobs);
+  tellShare(0.03);
+}
+
+/** How much of what is to be seen is there. @param {number} share */
+function tellShare(share) {
+  /** @type {HTMLElement} */ (at("busy").firstElementChild).style.transform = `scaleX(${share})`;
 }
 
 /** @param {Cell} cell @returns {Job} */
@@ -182,7 +189,7 @@ function beforeJob(cell) {
     done: (bitmap) => {
       if (of !== picture || cell.before) return bitmap.close();
       cell.before = bitmap;
-      view.draw();
+      view.draw(cell);
     },
   };
 }
@@ -203,7 +210,7 @@ function afterJob(cell) {
       cell.after?.close();
       cell.after = bitmap;
       cell.version = with_.version;
-      view.draw();
+      view.draw(cell);
     },
   };
 }
@@ -295,7 +302,10 @@ async function takeServed() {
   at("png").textContent = "Download";
   /** @type {Served} */
   const served = await (await ask("picture")).json();
-  const opened = Object.assign(new Picture(served.name, served.width, served.height), served);
+  const opened = Object.assign(new Picture(served.name, served.width, served.height), {
+    ...served,
+    path: served.input,
+  });
   await begin(async () => opened);
   const button = (/** @type {string} */ text, /** @type {string} */ path) => {
     const made = make("button", { type: "button" }, text);
@@ -305,6 +315,8 @@ async function takeServed() {
   if (served.output) at("saves").append(button(`Save as ${served.output}`, "save"));
   if (served.recipe) at("saves").append(button(`Save the recipe as ${served.recipe}`, "save-recipe"));
   at("saves").hidden = !served.output && !served.recipe;
+  // A page that holds a lock is not put to sleep in the background, where it would seem gone.
+  navigator.locks?.request("alive", { mode: "shared" }, () => new Promise(() => {}));
   setInterval(() => ask("alive").catch(complain), ALIVE_MS);
 }
 
@@ -333,6 +345,7 @@ function listen() {
     document.body.classList.remove("dropping");
     take(e.dataTransfer?.files[0]);
   });
+  at("canvas").addEventListener("keydown", (e) => e.key === "b" && showBefore(!view.showsBefore));
   addEventListener("paste", (e) => take(e.clipboardData?.files[0]));
   at("out").addEventListener("click", () => view.zoomTo(view.scale / 2));
   at("in").addEventListener("click", () => view.zoomTo(view.scale * 2));
@@ -353,4 +366,5 @@ function listen() {
 }
 
 listen();
+at("unloaded").remove();
 if (isServed) takeServed().catch(complain);

@@ -8,6 +8,7 @@ export class Picture {
   /** @param {string} name @param {number} width @param {number} height */
   constructor(name, width, height) {
     this.name = name;
+    this.path = name; // where the command line finds it
     this.width = width;
     this.height = height;
     /** @type {Uint8ClampedArray[]} */

@@ -47,6 +47,9 @@ export class Pool {
     this.jobs = [];
     /** @type {() => void} */
     this.onRest = () => {};
+    /** @type {(share: number) => void} */
+    this.onShare = () => {};
+    this.total = 0;
   }
 
   /** One worker's answer. @param {Order} order @param {Transferable[]} [transfer] @returns {Promise<any>} */
@@ -62,6 +65,7 @@ export class Pool {
   /** These jobs in this order, instead of those that have not begun. @param {Job[]} jobs */
   replace(jobs) {
     this.jobs = jobs;
+    this.total = jobs.length;
     this.work();
   }
 
@@ -75,6 +79,7 @@ export class Pool {
         .finally(() => {
           this.free.push(hand);
           this.work();
+          this.onShare(1 - this.jobs.length / (this.total || 1));
           if (!this.isBusy) this.onRest();
         });
     }

@@ -39,7 +39,10 @@ export class View {
     this.grid = { columns: [], rows: [] };
     /** @type {Map<string, Cell>} */
     this.cells = new Map();
-    this.drawing = 0;
+    this.drawing = 0; // the frame that is asked for
+    this.isStale = true;
+    /** @type {Set<Cell>} */
+    this.changed = new Set();
     new ResizeObserver(() => this.resize()).observe(canvas);
     this.listen();
   }
@@ -57,7 +60,7 @@ export class View {
     return window.devicePixelRatio || 1;
   }
   get fittedScale() {
-    return Math.min(this.canvas.width / this.width, this.canvas.height / this.height, MOST_ZOOM);
+    return Math.min(this.canvas.width / this.width, this.canvas.height / this.height, 1);
   }
   /** The zoom as people count: 1 is a pixel of the picture for a pixel of the screen. */
   get zoom() {
@@ -87,7 +90,7 @@ export class View {
   zoomTo(scale, px = this.canvas.width / 2, py = this.canvas.height / 2) {
     const [x, y] = this.pictureAt(px, py);
     this.isFitted = false;
-    this.scale = clamp(scale, Math.min(this.fittedScale, 1), MOST_ZOOM);
+    this.scale = clamp(scale, this.fittedScale, MOST_ZOOM);
     this.x = x - (px - this.canvas.width / 2) / this.scale;
     this.y = y - (py - this.canvas.height / 2) / this.scale;
     this.moved();
@@ -186,47 +189,68 @@ export class View {
     return Math.max(0, Math.floor(Math.log2(1 / this.fittedScale) + 1e-9));
   }
 
-  draw() {
+  /** Soon, with the next frame: a cell that has come, or everything. @param {Cell} [cell] */
+  draw(cell) {
+    if (cell) this.changed.add(cell);
+    else this.isStale = true;
     this.drawing ||= requestAnimationFrame(() => {
       this.drawing = 0;
-      this.drawNow();
+      if (this.isStale) this.drawAll();
+      else for (const one of this.changed) this.drawCells([one]);
+      this.changed.clear();
+      this.isStale = false;
     });
   }
 
-  drawNow() {
-    const pen = /** @type {CanvasRenderingContext2D} */ (this.canvas.getContext("2d"));
-    const { width, height } = this.canvas;
-    pen.clearRect(0, 0, width, height);
-    pen.imageSmoothingEnabled = this.scale < 2;
-    const border = this.showsBefore ? width : Math.round(this.at * width);
-    this.drawSide(pen, "before", 0, border);
-    this.drawSide(pen, "after", border, width);
+  get pen() {
+    return /** @type {CanvasRenderingContext2D} */ (this.canvas.getContext("2d"));
   }
 
-  /** @param {CanvasRenderingContext2D} pen @param {"before" | "after"} side @param {number} left @param {number} right */
-  drawSide(pen, side, left, right) {
+  drawAll() {
+    this.pen.clearRect(0, 0, this.canvas.width, this.canvas.height);
+    const seen = this.visible();
+    // What is known in another size is better than nothing until the right one is there.
+    if (seen.some((cell) => !cell.before)) {
+      const others = [...this.cells.values()].filter((cell) => cell.level !== this.level);
+      this.drawCells(others.sort((a, b) => b.level - a.level));
+    }
+    this.drawCells(seen);
+  }
+
+  /** @param {Cell[]} cells */
+  drawCells(cells) {
+    const { width } = this.canvas;
+    const border = this.showsBefore ? width : Math.round(this.at * width);
+    this.drawSide(cells, "before", 0, border);
+    this.drawSide(cells, "after", border, width);
+  }
+
+  /** @param {Cell[]} cells @param {"before" | "after"} side @param {number} left @param {number} right */
+  drawSide(cells, side, left, right) {
+    const { pen } = this;
     pen.save();
     pen.beginPath();
     pen.rect(left, 0, right - left, this.canvas.height);
     pen.clip();
-    // What is known in another size is better than nothing until the right one is there.
-    const known = [...this.cells.values()].sort(
-      (a, b) => Number(a.level === this.level) - Number(b.level === this.level) || b.level - a.level,
-    );
-    for (const cell of known) {
-      const bitmap = cell[side] ?? (cell.level === this.level ? cell.before : undefined);
-      if (bitmap) this.drawCell(pen, cell.write, bitmap);
+    pen.imageSmoothingEnabled = this.scale < 2;
+    for (const cell of cells) {
+      const bitmap = cell[side] ?? cell.before;
+      if (bitmap) this.drawCell(pen, cell.write, bitmap, left, right);
     }
     pen.restore();
   }
 
-  /** @param {CanvasRenderingContext2D} pen @param {Rectangle} r @param {ImageBitmap} bitmap */
-  drawCell(pen, r, bitmap) {
+  /**
+   * @param {CanvasRenderingContext2D} pen @param {Rectangle} r @param {ImageBitmap} bitmap
+   * @param {number} from the columns of the canvas that can be seen @param {number} to
+   */
+  drawCell(pen, r, bitmap, from, to) {
     const [left, top] = this.origin;
     // Edges on whole pixels, so that neighbours neither gape nor overlap.
     const [x0, x1] = [r.x0, r.x1].map((x) => left + Math.round(x * this.scale));
     const [y0, y1] = [r.y0, r.y1].map((y) => top + Math.round(y * this.scale));
-    if (x1 < 0 || y1 < 0 || x0 > this.canvas.width || y0 > this.canvas.height) return;
+    if (x1 <= from || y1 <= 0 || x0 >= to || y0 >= this.canvas.height) return;
+    pen.clearRect(x0, y0, x1 - x0, y1 - y0);
     pen.drawImage(bitmap, x0, y0, x1 - x0, y1 - y0);
   }
 
