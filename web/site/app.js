@@ -14,7 +14,8 @@ import { View } from "./view.js";
 /** @typedef {{name: string, input: string, width: number, height: number, bits: number, cores: number, output: string, recipe: string}} Served */
 
 const isServed = document.documentElement.dataset.engine === "companion";
-const PIECE = 1024; // pixels of an edge that are measured at once
+const MOST_WORKERS = 8; // each takes some 10 MB
+const PIECE = 512; // pixels of an edge that are measured at once
 const REST_MS = 350;
 const ALIVE_MS = 30e3;
 
@@ -60,7 +61,7 @@ async function begin(open) {
   at("busy").hidden = false;
   try {
     const opened = await open();
-    const started = new Pool(opened.cores || navigator.hardwareConcurrency || 2, complain);
+    const started = new Pool(Math.min(opened.cores || navigator.hardwareConcurrency || 2, MOST_WORKERS), complain);
     [picture, pool] = [opened, started];
     await measure(opened, started);
   } catch (error) {

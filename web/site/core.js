@@ -140,13 +140,16 @@ export class Core {
     });
   }
 
-  /** @param {Uint8Array} pixels of what is read @param {Rectangle} read @param {Rectangle} write */
+  /**
+   * The samples are the module's own, until the next call.
+   * @param {Uint8Array} pixels of what is read @param {Rectangle} read @param {Rectangle} write
+   */
   filter(pixels, read, write) {
     const bytes = 4 * (write.x1 - write.x0) * (write.y1 - write.y0);
     const from = this.put(pixels);
     const to = this.roomFor(this.out, bytes);
     const where = [write.x0, write.x1, write.y0, write.y1];
     this.check(this.c.filter(from, read.x0, read.x1, read.y0, read.y1, to, ...where));
-    return new Uint8ClampedArray(this.c.memory.buffer, to, bytes).slice();
+    return new Uint8ClampedArray(this.c.memory.buffer, to, bytes);
   }
 }

@@ -3,6 +3,21 @@
 /** @typedef {import("./core.js").Rectangle} Rectangle */
 
 const STRIP = 256;
+const MOST_SPARE = 64;
+
+/** Memory of pieces that have been worked on. @type {ArrayBuffer[]} */
+const spare = [];
+
+/** @param {ArrayBuffer} memory */
+export function giveBack(memory) {
+  if (memory.byteLength && spare.length < MOST_SPARE) spare.push(memory);
+}
+
+/** @param {number} bytes */
+function memoryFor(bytes) {
+  const at = spare.findIndex((memory) => memory.byteLength >= bytes && memory.byteLength < 2 * bytes);
+  return new Uint8Array(at < 0 ? new ArrayBuffer(bytes) : spare.splice(at, 1)[0], 0, bytes);
+}
 
 export class Picture {
   /** @param {string} name @param {number} width @param {number} height */
@@ -28,7 +43,7 @@ export class Picture {
   /** A copy of a piece. @param {Rectangle} r */
   cut(r) {
     const width = r.x1 - r.x0;
-    const pixels = new Uint8Array(4 * width * (r.y1 - r.y0));
+    const pixels = memoryFor(4 * width * (r.y1 - r.y0));
     for (let y = r.y0; y < r.y1; ++y) {
       const from = 4 * ((y % STRIP) * this.width + r.x0);
       pixels.set(this.strips[Math.floor(y / STRIP)].subarray(from, from + 4 * width), 4 * (y - r.y0) * width);

@@ -1,4 +1,5 @@
 /** The workers, and whose turn it is. */
+import { giveBack } from "./picture.js";
 
 /** @typedef {{order: string, [member: string]: any}} Order */
 /** @typedef {{order: () => [Order, Transferable[]], done: (answer: any) => void}} Job made up when its turn comes */
@@ -9,7 +10,10 @@ class Hand {
     /** @type {Map<number, {resolve: (answer: any) => void, reject: (error: Error) => void}>} */
     this.waiting = new Map();
     this.next = 0;
-    this.worker.onmessage = ({ data }) => this.answer(data.id, data.answer, data.error);
+    this.worker.onmessage = ({ data }) => {
+      data.used?.forEach(giveBack);
+      this.answer(data.id, data.answer, data.error);
+    };
     this.worker.onerror = (event) => this.failAll(new Error(event.message || "a worker cannot be loaded"));
   }
 

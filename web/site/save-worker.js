@@ -177,6 +177,8 @@ class JpegFile {
   async add(pixels) {
     const strip = new ImageData(new Uint8ClampedArray(pixels.buffer), this.about.width);
     this.pen?.putImageData(strip, 0, this.y);
+    // Asked for a pixel, the canvas paints what it has, and lets the strip go.
+    this.pen?.getImageData(0, this.y, 1, 1);
     this.y += strip.height;
   }
 

@@ -13,7 +13,7 @@
  */
 
 const MOST_ZOOM = 16;
-const KEPT_PIXELS = 12e6;
+const KEPT_PIXELS = 4e6;
 const NUDGE = 80;
 
 /** @param {number} value @param {number} least @param {number} most */

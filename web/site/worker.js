@@ -44,6 +44,12 @@ function plan(settings, version) {
   planned = version;
 }
 
+/** @param {any} order */
+function filtered({ pixels, read, write, settings, version }) {
+  plan(settings, version);
+  return engine.filter(pixels, read, write);
+}
+
 /** @type {Record<string, (order: any) => any>} */
 const orders = {
   async begin({ module, width, height }) {
@@ -63,18 +69,16 @@ const orders = {
     return engine.grid();
   },
   /** The samples of a piece. */
-  async filter({ pixels, read, write, settings, version }) {
-    plan(settings, version);
-    return engine.filter(pixels, read, write);
+  async filter(order) {
+    return (await filtered(order)).slice();
   },
   /** The piece after, as it is drawn. */
   async after(order) {
-    const pixels = await orders.filter(order);
-    return drawable(pixels, order.write, order.level);
+    return drawable(await filtered(order), order.write, order.level);
   },
   /** The piece before, as it is drawn. */
   async before({ pixels, write, level }) {
-    const samples = pixels ? new Uint8ClampedArray(pixels.buffer) : await engine.original(write);
+    const samples = pixels ? new Uint8ClampedArray(pixels.buffer, 0, pixels.length) : await engine.original(write);
     return drawable(samples, write, level);
   },
 };
@@ -84,16 +88,18 @@ function drawable(pixels, r, level) {
   return createImageBitmap(reduced(pixels, r.x1 - r.x0, r.y1 - r.y0, level));
 }
 
-/** @param {any} answer */
+/** @param {any} answer @returns {Transferable[]} */
 function transfers(answer) {
   if (answer instanceof ImageBitmap) return [answer];
-  return ArrayBuffer.isView(answer) ? [answer.buffer] : [];
+  return ArrayBuffer.isView(answer) ? [/** @type {ArrayBuffer} */ (answer.buffer)] : [];
 }
 
 self.onmessage = async ({ data }) => {
   try {
     const answer = await orders[data.order](data);
-    self.postMessage({ id: data.id, answer }, { transfer: transfers(answer) });
+    // The memory that the pixels came in goes back, to be used again.
+    const used = data.pixels ? [data.pixels.buffer] : [];
+    self.postMessage({ id: data.id, answer, used }, { transfer: [...transfers(answer), ...used] });
   } catch (error) {
     self.postMessage({ id: data.id, error: error instanceof Error ? error.message : String(error) });
   }
