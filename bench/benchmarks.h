@@ -5,10 +5,12 @@
 
 namespace veskaro::bench {
 
-// Names are kernel/NAME/TARGET, row/NAME/TARGET, call/MEGAPIXELS/BITS/UNIT/NOISE/THREADS/TARGET and hdr/NAME/TARGET.
+// Names are kernel/NAME/TARGET, row/NAME/TARGET, call/MEGAPIXELS/BITS/UNIT/NOISE/THREADS/TARGET, stages/NAME/TARGET and
+// hdr/NAME/TARGET.
 bool registerKernels();
 void registerRowSteps();  // whose "pixels" are operations on vectors
 bool registerCalls(const Size& large, const Size& small);
+void registerStages(const Size& size);
 bool registerHdr(const Size& size);
 
 }  // namespace veskaro::bench

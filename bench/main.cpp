@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     std::fputs("the sample pictures cannot be read\n", stderr);
     return 1;
   }
+  veskaro::bench::registerStages(large);
   benchmark::RunSpecifiedBenchmarks();
   vips_shutdown();
   return 0;

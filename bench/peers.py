@@ -1,186 +1,150 @@
-"""VeskaroNRLib beside denoisers of OpenCV and FFmpeg: speed on one picture, quality on a photograph with known noise.
+#!/usr/bin/python3
+"""VeskaroNRLib beside denoisers of OpenCV, FFmpeg and scikit-image: bench/peers.py FOLDER [--plot FILE] [--markdown FILE]
 
-Every peer gets the strength with which it comes closest to the clean photograph; ours gets three of its strengths.
+FOLDER holds clean photographs (bench/photographs.py prepares some), which get the 18 kinds of noise of bench/quality.py.
+Every peer is run twice: told the deviation of the noise, and blind, with the deviation that the median of the finest
+diagonal wavelet details tells. Its strength is a factor on that: the one that did best on the photographs for fitting.
+Ours are told nothing. All have one thread; speed is CPU time over one of the photographs, mirrored to 12 megapixels.
 """
 
 import argparse
 import os
+import pathlib
 import resource
 import subprocess
-import sys
-import tempfile
-import time
-from pathlib import Path
 
 import cv2
-import numpy as np
+import numpy
+import quality
 from PIL import Image
-
-PROJECT = Path(__file__).resolve().parent.parent
-PHOTOGRAPH = PROJECT / "samples/indoor-iso382.jpg"
-DEVIATION = 10.0  # of the noise that is added
+from skimage.restoration import denoise_wavelet, estimate_sigma
 
 
-# Pictures
+def cpu_seconds():
+    """Of this process and the programs that it ran."""
+    return sum(use.ru_utime + use.ru_stime for use in map(resource.getrusage, (resource.RUSAGE_SELF, resource.RUSAGE_CHILDREN)))
 
 
-def clean_photograph():
-    """The sample at half size, which averages most of its own noise away."""
-    photograph = Image.open(PHOTOGRAPH).convert("RGB")
-    half = photograph.resize((photograph.width // 2, photograph.height // 2), Image.LANCZOS)
-    return np.asarray(half)
+def seconds_of(function, *arguments):
+    start = cpu_seconds()
+    function(*arguments)
+    return cpu_seconds() - start
 
 
-def mirrored(picture, width, height):
-    rows = np.pad(picture, ((0, max(0, height - picture.shape[0])), (0, max(0, width - picture.shape[1])), (0, 0)),
-                  mode="symmetric")
-    return rows[:height, :width]
+def through_ffmpeg(picture, filters):
+    height, width = picture.shape[:2]
+    done = subprocess.run(["ffmpeg", "-v", "error", "-f", "rawvideo", "-pix_fmt", "rgb24", "-s", f"{width}x{height}", "-i", "-",
+                           "-filter_threads", "1", "-vf", filters, "-f", "rawvideo", "-pix_fmt", "rgb24", "-"],
+                          input=picture.tobytes(), capture_output=True, check=True)
+    return numpy.frombuffer(done.stdout, numpy.uint8).reshape(picture.shape)
 
 
-def add_noise(picture, is_correlated):
-    """Gaussian noise, independent in every sample or spread over neighbours as interpolated sensor colours have it."""
-    noise = np.random.default_rng(1).normal(0, 1, picture.shape)
-    if is_correlated:
-        noise = cv2.GaussianBlur(noise, (0, 0), 0.8)
-    noise *= DEVIATION / noise.std()
-    return np.clip(np.rint(picture + noise), 0, 255).astype(np.uint8)
+def ffmpeg(template):
+    return lambda picture, s: through_ffmpeg(picture, template.format(f"{s:.3f}"))
 
 
-# Quality
+def wavelets(picture, s):
+    """In luminance and chroma, thresholds by BayesShrink."""
+    return 255 * denoise_wavelet(picture / 255, sigma=s / 255, channel_axis=2, convert2ycbcr=True, rescale_sigma=True)
 
 
-def psnr(clean, picture):
-    return 10 * np.log10(255**2 / np.mean((clean.astype(float) - picture) ** 2))
+# Name, function of picture and strength, and the strength in deviations of the noise.
+PEERS = (
+    ("bilateral", lambda p, s: cv2.bilateralFilter(p.astype("float32"), 9, s, 3), 4.5),
+    ("wavelets", wavelets, 1.0),
+    ("nlmeans", lambda p, s: cv2.fastNlMeansDenoising(p, None, s, 5, 15), 1.2),
+    ("nlmeans, FFmpeg", ffmpeg("format=gbrp,nlmeans=s={}"), 0.8),
+    ("dctdnoiz", ffmpeg("format=rgb24,dctdnoiz=s={}"), 1.0),
+    ("bm3d", ffmpeg("format=gbrp,bm3d=sigma={}"), 3.0),
+)
+OURS = ("classic", "fast", "best")
+OF_FFMPEG = ("nlmeans, FFmpeg", "dctdnoiz", "bm3d")
 
 
-def ssim(clean, picture):
-    """Mean structural similarity of the luminance, in the usual Gaussian window of deviation 1.5."""
-    a, b = (cv2.cvtColor(p, cv2.COLOR_RGB2GRAY).astype(float) for p in (clean, picture))
-    blur = lambda image: cv2.GaussianBlur(image, (11, 11), 1.5)
-    mean_a, mean_b = blur(a), blur(b)
-    var_a, var_b, cov = blur(a * a) - mean_a**2, blur(b * b) - mean_b**2, blur(a * b) - mean_a * mean_b
-    c1, c2 = (0.01 * 255) ** 2, (0.03 * 255) ** 2
-    return np.mean((2 * mean_a * mean_b + c1) * (2 * cov + c2)
-                   / ((mean_a**2 + mean_b**2 + c1) * (var_a + var_b + c2)))
+def blind_deviation(noisy):
+    return float(estimate_sigma(noisy, channel_axis=-1, average_sigmas=True))
 
 
-# Denoisers: each takes picture and strength, and returns the result and the seconds it took.
+class Contest:
+    """Gains of every denoiser over all noisy pictures, and speeds."""
+
+    def __init__(self, library):
+        self.library = quality.Library(library)
+        self.gains, self.rates = {}, {}
+
+    def denoisers(self):
+        """Name and function of the clean picture, which some are told, and the noisy one."""
+        for name in OURS:
+            yield name, lambda _, noisy, name=name: self.library.denoise(noisy, name)
+        for name, function, factor in PEERS:
+            strength = lambda deviation, factor=factor: max(factor * float(deviation), 0.1)
+            yield f"{name}, told", lambda clean, noisy, f=function, s=strength: f(noisy, s((noisy - clean).std()))
+            yield f"{name}, blind", lambda _, noisy, f=function, s=strength: f(noisy, s(blind_deviation(noisy)))
+
+    def meet(self, noise, reference, noisy):
+        before = numpy.array((quality.psnr(noisy, reference), quality.ssim(noisy, reference)))
+        for name, denoise in self.denoisers():
+            denoised = denoise(reference, noisy).astype(float)
+            after = quality.psnr(denoised, reference), quality.ssim(denoised, reference)
+            self.gains.setdefault(name, {}).setdefault(noise, []).append(after - before)
+
+    def race(self, clean):
+        """The shortest of some runs over one picture with white noise of 10, measuring it included."""
+        noisy = quality.to_bytes(quality.white(clean, 10, numpy.random.default_rng(1))[1])
+        start_of_ffmpeg = min(seconds_of(through_ffmpeg, noisy, "null") for _ in range(3))
+        for name, denoise in self.denoisers():
+            seconds = min(seconds_of(denoise, clean, noisy) for _ in range(5 if name in OURS else 1))
+            seconds -= start_of_ffmpeg if name.startswith(OF_FFMPEG) else 0
+            self.rates[name] = noisy.shape[0] * noisy.shape[1] / seconds / 1e6
+
+    def mean(self, name, noises=None):
+        of = self.gains[name]
+        return numpy.mean([gain for noise in noises or of for gain in of[noise]], axis=0)
+
+    def tables(self):
+        yield "| denoiser | MP/s | gain, dB | gain, SSIM | worst picture, dB |\n|---|---:|---:|---:|---:|"
+        for name in self.gains:
+            gain, worst = self.mean(name), min(g[0] for of in self.gains[name].values() for g in of)
+            yield f"| {name} | {self.rates[name]:.2f} | {gain[0]:.2f} | {gain[1]:.3f} | {worst:.1f} |"
+        yield "\n| noise | " + " | ".join(self.gains) + " |\n|---" + "|---:" * len(self.gains) + "|"
+        for noise in next(iter(self.gains.values())):
+            yield f"| {noise} | " + " | ".join(f"{self.mean(name, [noise])[0]:.1f}" for name in self.gains) + " |"
 
 
-class Clock:
-    """Seconds of a call: CPU time for one thread, which other work on the machine disturbs little; else wall time."""
-
-    def __init__(self, threads):
-        self.threads = threads
-
-    def now(self):
-        return time.process_time() if self.threads == 1 else time.perf_counter()
-
-    def of_call(self, function):
-        start = self.now()
-        result = function()
-        return result, self.now() - start
-
-    def of_command(self, command):
-        before = resource.getrusage(resource.RUSAGE_CHILDREN)
-        start = time.perf_counter()
-        subprocess.run(command, check=True, stdin=subprocess.DEVNULL)
-        wall = time.perf_counter() - start
-        after = resource.getrusage(resource.RUSAGE_CHILDREN)
-        cpu = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
-        return cpu if self.threads == 1 else wall
+def mirrored(photograph, width=4000, height=3000):
+    picture = numpy.asarray(Image.open(photograph).convert("RGB")).astype(float)
+    return numpy.pad(picture, ((0, height - picture.shape[0]), (0, width - picture.shape[1]), (0, 0)), mode="symmetric")
 
 
-def ours(clock):
-    import veskaronr
+def plot(contest, file):
+    import matplotlib
 
-    def run(picture, strength):
-        return clock.of_call(lambda: veskaronr.denoise(picture, strength, preset="classic", threads=clock.threads))
+    matplotlib.use("svg")
+    matplotlib.rcParams["svg.hashsalt"] = "peers"
+    from matplotlib import pyplot
 
-    return run
-
-
-def opencv(clock, function):
-    return lambda picture, strength: clock.of_call(lambda: function(picture, strength))
-
-
-class Ffmpeg:
-    """One picture through a filter of the ffmpeg command, less the time of the command without the filter."""
-
-    def __init__(self, clock, folder):
-        self.clock = clock
-        self.folder = Path(folder)
-        self.overhead = {}
-
-    def pass_through(self, picture, filters):
-        height, width = picture.shape[:2]
-        source, result = self.folder / "in.rgb", self.folder / "out.rgb"
-        source.write_bytes(picture.tobytes())
-        seconds = self.clock.of_command(
-            ["ffmpeg", "-hide_banner", "-nostats", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "rgb24", "-s",
-             f"{width}x{height}", "-i", str(source), "-filter_threads", str(self.clock.threads), "-vf", filters, "-f",
-             "rawvideo", "-pix_fmt", "rgb24", str(result)])
-        return np.frombuffer(result.read_bytes(), np.uint8).reshape(picture.shape), seconds
-
-    def filter(self, before, template):
-        def run(picture, strength):
-            key = picture.shape, before
-            if key not in self.overhead:
-                self.overhead[key] = min(self.pass_through(picture, before)[1] for _ in range(3))
-            result, seconds = self.pass_through(picture, f"{before},{template.format(strength)}")
-            return result, max(seconds - self.overhead[key], 1e-6)
-
-        return run
+    figure, axes = pyplot.subplots(figsize=(8, 4.5))
+    for name in contest.gains:
+        plain, _, how = name.rpartition(", ") if name not in OURS else (name, "", "ours")
+        colour = {"ours": "#c0392b", "told": "#7f8c8d", "blind": "#2c3e50"}[how]
+        x, y = contest.rates[name], contest.mean(name)[0]
+        axes.scatter([x], [y], s=60, color=colour, marker="o" if how != "told" else "^", zorder=3)
+        label = plain if how == "ours" else f"{plain}, told" if how == "told" else plain
+        axes.annotate(label, (x, y), xytext=(7, -3), textcoords="offset points", fontsize=9, color=colour)
+    axes.set_xscale("log")
+    axes.set_xlim(right=4 * axes.get_xlim()[1])
+    axes.set_xlabel("megapixels a second on one core")
+    axes.set_ylabel("mean gain over the noisy picture, dB")
+    axes.grid(color="#dddddd", which="major")
+    figure.tight_layout()
+    figure.savefig(file, metadata={"Date": None})
 
 
-def denoisers(clock, ffmpeg):
-    """Name, function, strengths to choose the best from; or, for ours, each its own row."""
-    nl_means = lambda p, s: cv2.fastNlMeansDenoisingColored(p, None, s, s)
-    bilateral = lambda d: lambda p, s: cv2.bilateralFilter(p, d, s, d / 2)
-    colours = [15, 25, 35, 50, 70, 100]
-    run = ours(clock)
-    return [
-        *((f"VeskaroNRLib denoise2, strength {s}", run, [s]) for s in (0.5, 1.0, 1.5)),
-        ("OpenCV fastNlMeansDenoisingColored, h {}", opencv(clock, nl_means), [6, 9, 12, 16]),
-        ("OpenCV bilateralFilter, d 5, sigmaColor {}", opencv(clock, bilateral(5)), colours),
-        ("OpenCV bilateralFilter, d 9, sigmaColor {}", opencv(clock, bilateral(9)), colours),
-        ("FFmpeg nlmeans, s {}", ffmpeg.filter("format=gbrp", "nlmeans=s={}"), [4, 5.5, 7, 9]),
-        ("FFmpeg bm3d, sigma {}", ffmpeg.filter("format=gbrp", "bm3d=sigma={}"), [20, 30, 40, 50, 60]),
-        ("FFmpeg dctdnoiz, s {}", ffmpeg.filter("format=rgb24", "dctdnoiz=s={}"), [8, 11, 15, 20]),
-    ]
+def versions():
+    import skimage
 
-
-# The table
-
-
-def best_quality(clean, noisy, function, strengths):
-    results = [(psnr(clean, result), ssim(clean, result), strength)
-               for strength in strengths for result, _ in [function(noisy, strength)]]
-    return max(results)
-
-
-def shortest(function, picture, strength, repetitions):
-    """The shortest of some runs; of fewer where they take long."""
-    seconds = []
-    while len(seconds) < repetitions and sum(seconds) < 15:
-        seconds.append(function(picture, strength)[1])
-    return min(seconds)
-
-
-def rows(arguments, clock, ffmpeg):
-    clean = clean_photograph()
-    white, correlated = add_noise(clean, False), add_noise(clean, True)
-    big = add_noise(mirrored(clean, arguments.width, arguments.height), False)
-    yield ["the noisy picture itself", "", f"{psnr(clean, white):.2f}", f"{ssim(clean, white):.3f}",
-           f"{psnr(clean, correlated):.2f}", f"{ssim(clean, correlated):.3f}"]
-    for name, function, strengths in denoisers(clock, ffmpeg):
-        print(name, file=sys.stderr)
-        of_white = best_quality(clean, white, function, strengths)
-        of_correlated = best_quality(clean, correlated, function, strengths)
-        seconds = shortest(function, big, of_white[2], arguments.repetitions)
-        used = " / ".join(str(s) for s in dict.fromkeys((of_white[2], of_correlated[2])))
-        yield [name.format(used), f"{big.shape[0] * big.shape[1] / seconds / 1e6:.2f}", f"{of_white[0]:.2f}",
-               f"{of_white[1]:.3f}", f"{of_correlated[0]:.2f}", f"{of_correlated[1]:.3f}"]
+    of_ffmpeg = subprocess.run(["ffmpeg", "-version"], capture_output=True, text=True).stdout.split()[2]
+    return f"OpenCV {cv2.__version__}, FFmpeg {of_ffmpeg}, scikit-image {skimage.__version__}"
 
 
 def processor():
@@ -190,33 +154,25 @@ def processor():
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--shared-object", required=True, help="VeskaroNRLib.so.1")
-    parser.add_argument("--threads", type=int, default=1, help="of every denoiser (default 1)")
-    parser.add_argument("--width", type=int, default=4000, help="of the picture that is timed")
-    parser.add_argument("--height", type=int, default=3000)
-    parser.add_argument("--repetitions", type=int, default=3, help="the shortest counts (default 3)")
-    arguments = parser.parse_args()
-
-    os.environ["VESKARONR_LIBRARY"] = arguments.shared_object
-    sys.path.insert(0, str(PROJECT / "python"))
-    cv2.setNumThreads(arguments.threads)
+    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("--shared-object", default=quality.PROJECT / "build/release/VeskaroNRLib.so.1")
+    parser.add_argument("--plot", type=pathlib.Path, help="write gain over speed as a picture (SVG)")
+    parser.add_argument("--markdown", type=pathlib.Path, help="write the tables to a file, too")
+    parser.add_argument("--photographs", type=int, help="so many of the folder, not all")
+    options = parser.parse_args()
+    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})  # one thread for all, whatever starts it
+    cv2.setNumThreads(1)
     cv2.ocl.setUseOpenCL(False)
-    with tempfile.TemporaryDirectory() as folder:
-        clock = Clock(arguments.threads)
-        table = list(rows(arguments, clock, Ffmpeg(clock, folder)))
-
-    of = "CPU time" if arguments.threads == 1 else "wall time"
-    print(f"{processor()}, {os.cpu_count()} cores; {arguments.width} x {arguments.height} pixels of 8 bits, "
-          f"{arguments.threads} thread{'' if arguments.threads == 1 else 's'}, {of}; "
-          f"OpenCV {cv2.__version__}, FFmpeg {ffmpeg_version()}; noise of deviation {DEVIATION:g}.\n")
-    print("| denoiser | MP/s | PSNR | SSIM | PSNR, correlated | SSIM, correlated |")
-    print("|---|---:|---:|---:|---:|---:|")
-    for row in table:
-        print("| " + " | ".join(row) + " |")
-
-
-def ffmpeg_version():
-    return subprocess.run(["ffmpeg", "-version"], capture_output=True, text=True).stdout.split()[2]
+    contest, photographs = Contest(options.shared_object), quality.photographs_in(options.folder)[: options.photographs]
+    for _, noise, reference, noisy in quality.noisy_pictures(photographs):
+        contest.meet(noise, reference, noisy)
+    contest.race(mirrored(photographs[0]))
+    text = f"{len(photographs)} photographs; {processor()}; {versions()}\n\n" + "\n".join(contest.tables())
+    print(text)
+    if options.markdown:
+        options.markdown.write_text(text + "\n")
+    if options.plot:
+        plot(contest, options.plot)
 
 
 if __name__ == "__main__":

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""What the settings gain on photographs with known noise: bench/quality.py FOLDER [--peers] [--library FILE]
+"""What the settings gain on photographs with known noise: bench/quality.py FOLDER [--library FILE]
 
 FOLDER holds clean photographs of any size (bench/photographs.py prepares some). Each gets 18 kinds of noise, rounded to
-8 bits; nothing is told of the noise but to peers marked so. Printed are the mean gains over the noisy pictures in PSNR
+8 bits; nothing is told of the noise. Printed are the mean gains over the noisy pictures in PSNR
 and SSIM (luminance, 8 x 8 windows), the worst of all pictures, and what becomes of the clean ones.
 """
 
@@ -16,6 +16,7 @@ from PIL import Image
 from scipy.ndimage import convolve, gaussian_filter
 
 PROJECT = pathlib.Path(__file__).resolve().parents[1]
+METHODS = ("classic", "fast", "best")
 LUMA = numpy.array([0.299, 0.587, 0.114])
 
 
@@ -36,13 +37,16 @@ class Noise(ctypes.Structure):
                 ("grain", ctypes.c_int32), ("grain_blocks", ctypes.c_int32), ("sigma", ctypes.c_float * 3),
                 ("correlation", ctypes.c_float), ("blotches", ctypes.c_float), ("luma", ctypes.c_float),
                 ("chroma", ctypes.c_float), ("coarse_chroma", ctypes.c_float), ("texture_guard", ctypes.c_float),
-                ("structure", ctypes.c_float)]
+                ("structure", ctypes.c_float), ("spectrum", ctypes.c_float * 192)]
 
 
 class Settings(ctypes.Structure):
     _fields_ = [("struct_size", ctypes.c_size_t), ("params", ctypes.c_float * 21), ("recon_threshold", ctypes.c_float),
                 ("recon_rolloff", ctypes.c_float), ("linear_scale", ctypes.c_float), ("tile", ctypes.c_int32),
-                ("rounding", ctypes.c_int32)]
+                ("rounding", ctypes.c_int32), ("patch", ctypes.c_float), ("dots_luma", ctypes.c_float),
+                ("dots_chroma", ctypes.c_float), ("shrink_luma", ctypes.c_float), ("shrink_chroma", ctypes.c_float),
+                ("residual_luma", ctypes.c_float * 8), ("residual_chroma", ctypes.c_float * 8),
+                ("spectrum", ctypes.c_float * 192)]
 
 
 class Library:
@@ -50,7 +54,7 @@ class Library:
 
     def __init__(self, file):
         self.functions = ctypes.CDLL(str(file))
-        for name in ("vnr_settings_best", "vnr_settings_classic"):
+        for name in ("vnr_settings_best", "vnr_settings_fast", "vnr_settings_classic"):
             getattr(self.functions, name).argtypes = [ctypes.c_void_p, ctypes.c_float, ctypes.c_void_p]
 
     def call(self, name, *arguments):
@@ -183,6 +187,10 @@ def ssim(a, b, window=8):
             / ((mean_a**2 + mean_b**2 + one) * (var_a + var_b + two))).mean()
 
 
+def photographs_in(folder):
+    return sorted(p for p in folder.iterdir() if p.suffix.lower() in (".jpg", ".png"))
+
+
 def noisy_pictures(photographs):
     """(photograph, noise, clean, noisy) of all pairs; the same whichever other photographs there are."""
     for photograph in photographs:
@@ -190,22 +198,6 @@ def noisy_pictures(photographs):
         for kind, (name, make, strength) in enumerate(NOISES):
             reference, noisy = make(clean, strength, numpy.random.default_rng(1000 + kind))
             yield photograph.stem, name, reference, to_bytes(noisy)
-
-
-def peers():
-    import cv2
-
-    def deviation(reference, noisy):
-        return (noisy - reference).std()
-
-    # Factors that did best on the photographs for fitting.
-    def bilateral(reference, noisy):
-        return cv2.bilateralFilter(noisy.astype("float32"), 9, 4.5 * deviation(reference, noisy), 3)
-
-    def nlmeans(reference, noisy):
-        return cv2.fastNlMeansDenoising(noisy, None, float(1.2 * deviation(reference, noisy)), 5, 15)
-
-    return {"bilateral, told": bilateral, "nlmeans, told": nlmeans}
 
 
 # Linear light
@@ -239,7 +231,7 @@ def linear_table(library, photographs):
     gains = {}
     for photograph, noise, clean, noisy in linear_pictures(photographs):
         white = numpy.percentile(clean, 99.5)
-        for method in ("classic", "best"):
+        for method in METHODS:
             result = library.denoise(noisy, method, is_linear=True).astype(float) / 7.5
             gain = linear_psnr(result, clean, white) - linear_psnr(noisy / 7.5, clean, white)
             gains.setdefault((noise, method), []).append(gain)
@@ -247,7 +239,7 @@ def linear_table(library, photographs):
         print(f"{noise}, {method}: {numpy.mean(of):.2f}, {min(of):.2f}")
 
 
-def table(gains, methods):
+def table(gains, METHODS):
     print("| noise |", " | ".join(methods), "|")
     print("|---|" + "---|" * len(methods))
     rows = [(name, [name]) for name, _, _ in NOISES] + [("mean", [name for name, _, _ in NOISES])]
@@ -259,30 +251,26 @@ def table(gains, methods):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("folder", type=pathlib.Path)
-    parser.add_argument("--peers", action="store_true", help="OpenCV's too, told the deviation")
     parser.add_argument("--library", default=PROJECT / "build/release/VeskaroNRLib.so.1")
     options = parser.parse_args()
     library = Library(options.library)
-    photographs = sorted(p for p in options.folder.iterdir() if p.suffix.lower() in (".jpg", ".png"))
-    methods = {"classic": lambda _, noisy: library.denoise(noisy, "classic"),
-               "best": lambda _, noisy: library.denoise(noisy, "best")}
-    methods.update(peers() if options.peers else {})
-    gains = {(m, n): {} for m in methods for n, _, _ in NOISES}
+    photographs = photographs_in(options.folder)
+    gains = {(m, n): {} for m in METHODS for n, _, _ in NOISES}
     for photograph, noise, reference, noisy in noisy_pictures(photographs):
         before = numpy.array((psnr(noisy, reference), ssim(noisy, reference)))
-        for method, denoise in methods.items():
-            result = denoise(reference, noisy).astype(float)
+        for method in METHODS:
+            result = library.denoise(noisy, method).astype(float)
             gains[method, noise][photograph] = (psnr(result, reference), ssim(result, reference)) - before
     print(f"{len(photographs)} photographs; gain in dB and SSIM\n")
     table(gains, methods)
-    for method in methods:
+    for method in METHODS:
         worst = min((gain[0], noise, photograph) for (m, noise), of in gains.items() if m == method
                     for photograph, gain in of.items())
         print("\n{}: worst picture {:.2f} dB ({}, {})".format(method, *worst), end="")
     print("\n\nclean pictures, dB:")
-    for method in ("classic", "best"):
+    for method in METHODS:
         cleans = [numpy.asarray(Image.open(p).convert("RGB")) for p in photographs]
-        left = sorted(psnr(methods[method](None, c).astype(float), c) for c in cleans)
+        left = sorted(psnr(library.denoise(c, method).astype(float), c) for c in cleans)
         print(f"{method}: lowest {left[0]:.1f}, mean {numpy.mean(left):.1f}")
     linear_table(library, photographs)
 

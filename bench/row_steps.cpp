@@ -25,10 +25,11 @@ using filters::kReach;
 constexpr int kColumns = 256;
 constexpr int kRows = 8;
 constexpr int kMiddle = 5;  // the row whose neighbours are all loaded
-constexpr params::NoiseSettings kNoise = {60.0f, 1.0f, 1e-5f, -0.001f};
+constexpr params::NoiseSettings kNoise = {60.0f, 1.0f, 1e-5f, -0.001f, 0.5f};
 constexpr params::SharpenSettings kSharpening = {0.025f, 0.025f};
 
 // Rows of noise around a mid grey in both filters' rings.
+template <class Distances>
 class RowSteps {
  public:
   RowSteps() : memory_(1 << 19), arena_(memory_.data()), noise_(&arena_), sharpen_(&arena_), records_(&arena_) {
@@ -38,13 +39,13 @@ class RowSteps {
       noise_.rowLoaded(y, -kReach, kColumns + kReach);
       sharpen_.rowLoaded(y, -kReach, kColumns + kReach);
       if (y < kReach) continue;
-      noise_.computeDistances(y - kReach, 0, kColumns);
+      noise_.computeDistances(y - kReach, 0, kColumns, kNoise);
       sharpen_.computeDistances(y - kReach, 0, kColumns);
     }
     reduce();
   }
 
-  void noiseDistances() { noise_.computeDistances(kMiddle, 0, kColumns); }
+  void noiseDistances() { noise_.computeDistances(kMiddle, 0, kColumns, kNoise); }
   void reduce() { noise_.reduce(kMiddle, 0, kColumns, noise_.level(kMiddle), records_.at(0), records_.at(1), kNoise); }
   void sharpeningDistances() { sharpen_.computeDistances(kMiddle, 0, kColumns); }
   void sharpen() { sharpen_.sharpen(kMiddle, 0, kColumns, records_.at(1), kSharpening); }
@@ -62,9 +63,9 @@ class RowSteps {
   std::uint32_t state_ = 1;
   std::vector<float> memory_;
   simd::Arena arena_;
-  NoiseStage noise_;
+  NoiseStage<Distances> noise_;
   SharpenStage sharpen_;
-  filters::DetailRing<3> records_;
+  filters::StripRing<3> records_;
 };
 
 // Seven chains of additions and seven of multiplications: enough to keep all units busy.
@@ -92,10 +93,11 @@ void runUnits() {
 }
 
 // Arithmetic of a step on one vector of pixels as it is written: additions, multiplications, comparisons, selections;
-// divisions count once. Per neighbour: distances 20 and 18, weights and sums 14 and 15.
+// divisions count once. Per neighbour: distances 20 and 18, for patches 7 more, weights and sums 14 and 15.
 double rowStep(int step, benchmark::State* state) {
-  constexpr double kOperations[] = {14, 12 * 20, 24 * 14 + 16 + 13 + 23, 12 * 18, 24 * 15 + 8 + 4 + 44};
-  RowSteps rows;
+  constexpr double kOperations[] = {14, 12 * 20, 24 * 14 + 16 + 13 + 23, 12 * 18, 24 * 15 + 8 + 4 + 44, 12 * 27};
+  RowSteps<PixelDistances> rows;
+  RowSteps<PatchDistances> patches;
   for (auto _ : *state) {
     switch (step) {
       case 0:
@@ -110,8 +112,11 @@ double rowStep(int step, benchmark::State* state) {
       case 3:
         rows.sharpeningDistances();
         break;
-      default:
+      case 4:
         rows.sharpen();
+        break;
+      default:
+        patches.noiseDistances();
     }
     benchmark::ClobberMemory();
   }
@@ -138,9 +143,13 @@ HWY_EXPORT(rowStep);
 namespace bench {
 
 void registerRowSteps() {
-  static const char* const kSteps[] = {"units", "noise reduction: distances", "noise reduction: averages",
-                                       "sharpening: distances", "sharpening: averages"};
-  for (int step = 0; step < 5; ++step) {
+  static const char* const kSteps[] = {"units",
+                                       "noise reduction: distances",
+                                       "noise reduction: averages",
+                                       "sharpening: distances",
+                                       "sharpening: averages",
+                                       "patches: distances"};
+  for (int step = 0; step < 6; ++step) {
     for (const Target& target : targets()) {
       if (target.name == "plain") continue;
       const std::string name = std::string("row/") + kSteps[step] + "/" + target.name;

@@ -87,6 +87,14 @@ def print_calls(calls, pixels, vectors):
            for group, times in calls.items() if group not in on_all])
 
 
+def print_stages(stages, pixels, vectors):
+    print("Filtering with the settings that the noise gives, one thread: MP/s, and the share of the classic speed.\n")
+    classic = stages["stages/classic"]
+    table(["settings", *vectors],
+          [[group.split("/")[1], *(f"{rate(pixels[f'{group}/{t}'], times[t])} ({classic[t] / times[t]:.2f})"
+                                   for t in vectors)] for group, times in stages.items()])
+
+
 def print_teams(times, vectors, is_cpu, title):
     groups = by_target(times, "call/")
     rows = []
@@ -151,7 +159,9 @@ def main():
     kernels = by_target(seconds, "kernel/")
     calls = by_target(seconds, "call/")
     order = ["SSSE3", "SSE4", "AVX2", "AVX3", "AVX3_DL"]
-    found = {target for group in (*kernels.values(), *calls.values(), *hdr.values(), *by_target(seconds, "row/").values()) for target in group}
+    found = {target for group in (*kernels.values(), *calls.values(), *hdr.values(),
+                                   *by_target(seconds, "row/").values(),
+                                   *by_target(seconds, "stages/").values()) for target in group}
     vectors = [target for target in order if target in found]
     if not vectors:
         sys.exit("nothing to compare: no vectors on this machine, or not in what was run")
@@ -164,6 +174,9 @@ def main():
         print_calls(calls, pixels, vectors)
         print_teams(wall, vectors, False, "wall time, which other work on the machine lengthens")
         print_teams(cpu, vectors, True, "what the CPU time of both allows when every thread has a core to itself")
+    stages = by_target(seconds, "stages/")
+    if "stages/classic" in stages:
+        print_stages(stages, pixels, vectors)
     if calls and "kernel/measuring" in kernels:
         print_measuring_share(kernels, by_target(cpu, "call/"), pixels, vectors[-1])
 

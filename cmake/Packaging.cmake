@@ -53,6 +53,13 @@ install(FILES ${PROJECT_BINARY_DIR}/man/VeskaroNRLib.3.gz DESTINATION ${CMAKE_IN
   COMPONENT Development)
 
 set(CPACK_GENERATOR DEB)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME VeskaroNRLib-${PROJECT_VERSION}-win64)
+elseif(CMAKE_CROSSCOMPILING)
+  execute_process(COMMAND dpkg-architecture -t ${VESKARO_TARGET} -q DEB_HOST_ARCH
+    OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
 set(CPACK_PACKAGE_NAME veskaronrlib)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_VENDOR "VeskaroNRLib developers")
@@ -73,6 +80,9 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The companion's own library is found here; which package brings it is said by the components' dependencies.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+if(CMAKE_CROSSCOMPILING)
+  list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_FIND_ROOT_PATH}/lib)
+endif()
 
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "image noise reduction for host applications
 VeskaroNRLib removes noise from pictures held in memory: interleaved RGB of

@@ -46,7 +46,11 @@
 /** @} */
 
 /** @cond */
-#if defined(__GNUC__)
+#if defined(_WIN32) && defined(VESKARONR_STATIC) /* the library's own objects, or linked with them */
+#define VESKARONR_API
+#elif defined(_WIN32)
+#define VESKARONR_API __declspec(dllimport)
+#elif defined(__GNUC__)
 #define VESKARONR_API __attribute__((visibility("default")))
 #else
 #define VESKARONR_API
@@ -237,7 +241,7 @@ VESKARONR_API int noiseReduce_set(int rang, int wImage, int hImage, int* startCo
                                   int doDespeckle, float* workDiff, float* workDest, float* workTemp, float* inImg);
 
 /** Body of a noise-reduction worker, for pthread_create: filters the band of its nr_data, stores the result in retour
- * and ends its thread with pthread_exit. */
+ * and ends its thread with pthread_exit (on Windows: ends the thread that calls it). */
 VESKARONR_API void* nr_threaded(void* threadData);
 
 /** Body of a sharpening worker, as nr_threaded. */

@@ -191,7 +191,9 @@ typedef struct vnr_control {
  * A second measurement goes along with it, for vnr_settings_best: the Haar transform of blocks of 16 x 16 pixels, in
  * luminance and chroma at three scales. The smoothest blocks, few of whose pixels are clipped, tell how strong the
  * noise is and whether it is white or smoothed, of luminance or colour. It looks at samples with all their bits. Of a
- * big picture it takes an even sample of at most 3072 blocks, the same however the picture is cut.
+ * big picture it takes an even sample of at most 3072 blocks, the same however the picture is cut. For the stages that
+ * vnr_settings_best adds, 8 x 8 cosine transforms of the smoothest 1 % (12 at least) tell how the noise's power is
+ * spread over frequencies.
  * @{ */
 
 /** What is known of a picture's blocks so far. */
@@ -267,8 +269,9 @@ typedef struct vnr_block {
 VESKARONR_API int vnr_measure(const vnr_picture* picture, const vnr_control* control, vnr_noise* noise);
 
 /** Begins a measurement of a picture of this size, to be ended with vnr_measure_end. It takes 12 bytes a block, 112 for
- * each of those of 16 x 16 pixels, and 12 kB for every block that lies across pieces until it is whole: cuts at
- * multiples of 32 are the cheapest. */
+ * each of those of 16 x 16 pixels, 792 for each of these that may be among the smoothest (a few hundred at most, in an
+ * odd picture all 3072), and 12 kB for every block that lies across pieces until it is whole: cuts at multiples of 32
+ * are the cheapest. */
 VESKARONR_API int vnr_measure_begin(int32_t width, int32_t height, vnr_measurement** measurement);
 
 /** Adds a piece. A pixel may be given more than once. All pieces have one encoding. After VNR_ERROR_SAMPLES,
@@ -331,11 +334,21 @@ typedef struct vnr_settings {
   float linear_scale;           /**< s of linear pictures, > 0; not used for others */
   int32_t tile;                 /**< nominal edge of a tile in pixels, 56 to 32768; 256. It decides the bytes. */
   int32_t rounding;             /**< vnr_rounding */
-  /* Stages beyond denoise2's filters. What is 0 does not run; an older, shorter struct has none of them. */
-  float patch;              /**< share, 0 to 1, of the mean over 3 x 3 neighbours in the finest level's distances */
-  float dots_luma;          /**< isolated dots go where their 8 neighbours lie within this of each other, >= 0 */
+  /* Stages beyond denoise2's filters, on the working scale. What is 0 does not run; an older, shorter struct has none
+   * of them. Where one runs, the picture goes on beyond its edge as its mirror image, not as black.
+   *
+   * Shrinking: 8 x 8 cosine transforms N of the input and G of the filtered and blended picture without dots, in Y,
+   * B - Y and R - Y, at every 4th row and column, give (G + residual (N - G)) G^2 / (G^2 + S), back in windows that
+   * overlap. S = factor * spectrum * m^2, m = 1 - (1 - params[NR_HIGHLIGHT_NOISE]) Y / 255 by the block's mean Y: noise
+   * as the filters see it. Yaroslavsky 1985; with a pilot estimate: Ghael, Sayeed, Baraniuk 1997; Dabov, Foi,
+   * Katkovnik, Egiazarian 2007. */
+  float patch;              /**< share, 0 to 1, of the finest level's distances that is the mean over the 3 x 3 pixels
+                                 around both: pixels are alike where their surroundings are (non-local means; Buades,
+                                 Coll, Morel 2005) */
+  float dots_luma;          /**< isolated dots go where their 8 neighbours lie within this of each other, to their
+                                 nearest value; what is 5 times this beyond them stays, as stars do. >= 0 */
   float dots_chroma;        /**< likewise, of B - Y and R - Y */
-  float shrink_luma;        /**< factor on the spectrum of Y by which 8 x 8 DCT blocks of the input are shrunk, >= 0 */
+  float shrink_luma;        /**< factor on the spectrum of Y by which blocks are shrunk, >= 0; 0: Y stays as filtered */
   float shrink_chroma;      /**< likewise, of B - Y and R - Y */
   float residual_luma[8];   /**< share of what the filtered picture lacks that may come back from the input, by the
                                  larger of a coefficient's two frequencies */

@@ -8,6 +8,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 
 from setuptools import setup
@@ -16,13 +17,15 @@ from wheel.bdist_wheel import bdist_wheel
 
 SOURCE = Path(__file__).resolve().parents[1]
 HEADER = SOURCE / "include/VeskaroNRLib.h"
+# As the module looks for it.
+LIBRARY_NAME = {"win32": "VeskaroNRLib.dll", "darwin": "VeskaroNRLib.1.dylib"}.get(sys.platform, "VeskaroNRLib.so.1")
 
 
 def build_library(folder):
     options = ["-DCMAKE_BUILD_TYPE=Release", "-DVESKARO_BUILD_TESTS=OFF", "-DVESKARO_BUILD_TOOLS=OFF"]
     subprocess.run(["cmake", "-S", SOURCE, "-B", folder, *options], check=True)
     subprocess.run(["cmake", "--build", folder, "--target", "VeskaroNRLib", "--parallel"], check=True)
-    return folder / "VeskaroNRLib.so.1"
+    return folder / LIBRARY_NAME
 
 
 class BuildWithLibrary(build_py):
@@ -31,7 +34,7 @@ class BuildWithLibrary(build_py):
         super().run()
         named = os.environ.get("VESKARONR_LIBRARY")
         library = Path(named) if named else build_library(Path(self.build_lib).resolve().parent / "library")
-        shutil.copyfile(library, Path(self.build_lib) / "veskaronr/VeskaroNRLib.so.1")
+        shutil.copyfile(library, Path(self.build_lib) / "veskaronr" / LIBRARY_NAME)
 
 
 class PlatformWheel(bdist_wheel):

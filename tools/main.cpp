@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <type_traits>
 #include <vips/vips8>
 
 #include "base/failure.h"
@@ -12,6 +13,7 @@
 #include "command/selftest.h"
 #include "command/tune.h"
 #include "pictures/libvips.h"
+#include "pictures/metadata/metadata.h"
 
 namespace {
 
@@ -20,6 +22,7 @@ constexpr int kAllDone = 0, kSomeFailed = 1, kUsage = 2;
 void startLibvips(const char* name) {
   if (VIPS_INIT(name) != 0) throw tool::Failure("libvips does not start");
   tool::pictures::listenToDecoders();
+  tool::pictures::startTags();
   // Every picture is decoded once; keeping it would only take memory.
   vips_cache_set_max(0);
 }
@@ -29,6 +32,8 @@ struct Run {
 
   template <typename OnPictures>
   int operator()(const OnPictures& command) const {
+    // Signals end profile at once: it writes nothing.
+    if (!std::is_same_v<OnPictures, tool::command::Profile>) tool::watchForSignals();
     startLibvips(name);
     return execute(command);
   }

@@ -202,7 +202,7 @@ class Steps(unittest.TestCase):
             error = {p: ((denoise(image, preset=p, **row) - wanted) ** 2).mean() for p in ("best", "fast", "classic")}
             self.assertLess(error["best"], 0.5 * error["classic"])
             self.assertLess(error["best"], 0.2 * ((image - wanted) ** 2).mean())
-            self.assertEqual(error["best"], error["fast"])
+            self.assertLess(error["best"], error["fast"])
         one = measure(noisy[..., ::-1], channel_order="bgr")
         np.testing.assert_allclose(one.sigma, [6, 10, 14], rtol=0.06)
         self.assertEqual((one.grain, one.blotches, one.correlation < 0.1), ("measured", 0.0, True))
@@ -243,7 +243,8 @@ class Steps(unittest.TestCase):
                json.dumps({**recipe, "recipe": True}), json.dumps({**recipe, "name": "x"}),
                json.dumps({**recipe, "settings": dict(list(recipe["settings"].items())[1:])})]  # fmt: skip
         changes = {"tile": [64.5, 55, 1 << 70, "64"], "rounding": ["up", 1, []], "linear_scale": [0, 1e-60],
-                   "luma_keep": [True, None, "1", 1e60, float("nan"), 10**400], "extra": [1]}  # fmt: skip
+                   "luma_keep": [True, None, "1", 1e60, float("nan"), 10**400], "extra": [1], "patch": [1.5, [1]],
+                   "residual_luma": [0, [0] * 7, [0] * 7 + [True], "0" * 8], "spectrum": [[[0] * 8] * 24, [[[-1] * 8] * 8] * 3]}  # fmt: skip
         for name, values in changes.items():
             bad += [json.dumps({**recipe, "settings": {**recipe["settings"], name: value}}) for value in values]
         for one in bad:

@@ -19,6 +19,21 @@ def number(what: str, value: Any) -> float:
         raise ValueError(f"{what} is too large a number") from None
 
 
+def table(what: str, values: Any, *shape: int) -> Any:
+    """Numbers of this shape, as nested tuples."""
+    if isinstance(values, (str, bytes, bytearray)):
+        raise TypeError(f"{what} must be numbers, not {values!r:.60}")
+    if not shape:
+        return number(what, values)
+    try:
+        taken = tuple(values)
+    except TypeError:
+        raise TypeError(f"{what} must be {' x '.join(map(str, shape))} numbers, not {values!r:.60}") from None
+    if len(taken) != shape[0]:
+        raise ValueError(f"{what} must be {' x '.join(map(str, shape))} numbers, not {len(taken)}")
+    return tuple(table(what, value, *shape[1:]) for value in taken)
+
+
 def integer(what: str, value: Any) -> int:
     try:
         return index(value)

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import os
+import sys
 from ctypes import (
     CFUNCTYPE,
     POINTER,
@@ -23,7 +24,7 @@ from typing import Any, Iterator, TypeVar
 
 from ._errors import error_of
 
-_SONAME = "VeskaroNRLib.so.1"
+LIBRARY_NAME = {"win32": "VeskaroNRLib.dll", "darwin": "VeskaroNRLib.1.dylib"}.get(sys.platform, "VeskaroNRLib.so.1")
 PARAM_COUNT = 21
 
 PROGRESS = CFUNCTYPE(c_int, c_void_p, c_int64, c_int64)
@@ -92,6 +93,7 @@ class CNoise(Structure):
         ("coarse_chroma", c_float),
         ("texture_guard", c_float),
         ("structure", c_float),
+        ("spectrum", c_float * 8 * 8 * 3),
     ]
 
 
@@ -106,6 +108,14 @@ class CSettings(Structure):
         ("linear_scale", c_float),
         ("tile", c_int32),
         ("rounding", c_int32),
+        ("patch", c_float),
+        ("dots_luma", c_float),
+        ("dots_chroma", c_float),
+        ("shrink_luma", c_float),
+        ("shrink_chroma", c_float),
+        ("residual_luma", c_float * 8),
+        ("residual_chroma", c_float * 8),
+        ("spectrum", c_float * 8 * 8 * 3),
     ]
 
 
@@ -132,6 +142,7 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "vnr_measure_load": (c_int, [c_char_p, c_size_t, POINTER(c_void_p)]),
     "vnr_measure_end": (None, [c_void_p]),
     "vnr_settings_classic": (c_int, [_NOISE, c_float, _SETTINGS]),
+    "vnr_settings_fast": (c_int, [_NOISE, c_float, _SETTINGS]),
     "vnr_settings_best": (c_int, [_NOISE, c_float, _SETTINGS]),
     "vnr_plan_begin": (c_int, [c_int32, c_int32, _SETTINGS, POINTER(c_void_p)]),
     "vnr_plan_cover": (c_int, [c_void_p, _RECTANGLE, _RECTANGLE, _RECTANGLE]),
@@ -154,9 +165,9 @@ def _candidates() -> Iterator[str]:
     for parent in here.parents:
         folders.append(parent / "lib64")
         if parent.name == "lib":
-            folders += [parent, *sorted(parent.glob("*-linux-*"))]
-    yield from (str(folder / _SONAME) for folder in folders if (folder / _SONAME).exists())
-    yield _SONAME
+            folders += [parent, *sorted(parent.glob("*-linux-*")), parent.parent / "bin"]
+    yield from (str(folder / LIBRARY_NAME) for folder in folders if (folder / LIBRARY_NAME).exists())
+    yield LIBRARY_NAME
 
 
 def _declare(library: ctypes.CDLL) -> None:
@@ -173,7 +184,8 @@ def c_library() -> ctypes.CDLL:
     Returns
     -------
     ctypes.CDLL
-        ``VeskaroNRLib.so.1``, with the signatures of the functions that the module uses.
+        ``VeskaroNRLib.so.1``, on Windows ``VeskaroNRLib.dll``, with the signatures of the functions that the module
+        uses.
 
     Raises
     ------
@@ -195,7 +207,7 @@ def c_library() -> ctypes.CDLL:
             failures.append(str(failure))
         else:
             return loaded
-    raise ImportError("VeskaroNRLib.so.1 cannot be loaded (VESKARONR_LIBRARY may name it): " + "; ".join(failures))
+    raise ImportError(f"{LIBRARY_NAME} cannot be loaded (VESKARONR_LIBRARY may name it): " + "; ".join(failures))
 
 
 def call(name: str, *arguments: Any) -> None:

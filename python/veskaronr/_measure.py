@@ -4,16 +4,16 @@ from __future__ import annotations
 
 import threading
 from ctypes import byref, c_size_t, c_void_p, create_string_buffer
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import Any, Literal, Optional, Sequence
 
 import numpy as np
 
-from ._arguments import integers
+from ._arguments import integers, table
 from ._arrays import Format, ImageLike
 from ._library import CNoise, CPicture, c_library, call, sized
 from ._run import Runner, SupportsIsSet
-from ._settings import DEFAULT_PRESET, Preset, Settings, settings_of, takes_grain
+from ._settings import DEFAULT_PRESET, NO_SPECTRUM, Preset, Settings, Spectrum, as_tuples, settings_of, takes_grain
 
 ChannelOrder = Literal["rgb", "bgr"]
 Grain = Literal["unknown", "measured", "textured"]
@@ -71,6 +71,9 @@ class Noise:
     coarse_chroma: float = 0.0  #: of coarse chroma details, likewise
     texture_guard: float = 0.0  #: share of the luminance reading that ``luma`` is; the rest was taken for texture
     structure: float = 0.0  #: deviation of middle luminance details in the median block: how much there is to lose
+    #: power of the noise in Y, B - Y and R - Y by vertical and horizontal frequency, 3 x 8 x 8 numbers (``numpy.array``
+    #: makes them an array): mean squares of an orthonormal 8 x 8 cosine transform's coefficients, as black has them
+    spectrum: Spectrum = field(default=NO_SPECTRUM, repr=False)
 
     def reason_for(self, preset: Preset = DEFAULT_PRESET) -> str:
         """Why what a preset works with could not be measured; empty if it could.
@@ -112,8 +115,8 @@ class Noise:
         preset : {"best", "fast", "classic"}
             How to get from the noise to the settings. "best", the default, gains most over the noisy picture: every
             setting follows from how strong the noise is, and whether it is white, smoothed or blotchy. Noise that was
-            not measured gives settings that change nothing. "fast" names the same settings for now; it stays as fast
-            as it is when "best" gets more to do. "classic" is what the C function ``denoise2`` does, with defaults
+            not measured gives settings that change nothing. "fast" is the same without the stages that take half of
+            the time: patches, dots and shrunk blocks. "classic" is what the C function ``denoise2`` does, with defaults
             for noise that was not measured.
 
         Returns
@@ -142,6 +145,7 @@ class Noise:
         struct.grain = _GRAINS.index(self.grain)
         for name in _SAME:
             setattr(struct, name, getattr(self, name))
+        struct.spectrum = table("spectrum", self.spectrum, 3, 8, 8)
         return settings_of(struct, strength, preset)
 
 
@@ -152,7 +156,7 @@ _SAME = ("level", "statistic", "linear_scale", "blocks", "blocks_seen", "blocks_
 
 def _of_struct(struct: CNoise) -> Noise:
     same: dict[str, Any] = {name: getattr(struct, name) for name in _SAME}
-    same["sigma"] = tuple(struct.sigma)
+    same["sigma"], same["spectrum"] = tuple(struct.sigma), as_tuples(struct.spectrum)
     return Noise(
         measured=struct.reason == 0,
         reason=_REASONS.get(struct.reason, "") if struct.reason else "",

@@ -3,10 +3,10 @@
 from __future__ import annotations
 
 from ctypes import Array, byref, c_float, c_void_p
-from dataclasses import dataclass, fields, replace
+from dataclasses import dataclass, field, fields, replace
 from typing import TYPE_CHECKING, Any, Literal, NamedTuple
 
-from ._arguments import integer, number
+from ._arguments import integer, number, table
 from ._library import PARAM_COUNT, CNoise, CSettings, c_library, call, sized
 from ._recipe import RecipeFile, read_recipe, write_recipe
 
@@ -27,8 +27,11 @@ class _Rule(NamedTuple):
     least_strength: float
 
 
-_BY_GRAIN = _Rule("vnr_settings_best", 0.6)
-_PRESETS = {"best": _BY_GRAIN, "fast": _BY_GRAIN, "classic": _Rule("vnr_settings_classic", 0.5)}
+_PRESETS = {
+    "best": _Rule("vnr_settings_best", 0.6),
+    "fast": _Rule("vnr_settings_fast", 0.6),
+    "classic": _Rule("vnr_settings_classic", 0.5),
+}
 _MOST_STRENGTH = 1.5
 
 
@@ -79,10 +82,17 @@ class Params:
         >>> len(veskaronr.Params().to_vector())
         21
         """
-        values = [number(field.name, getattr(self, field.name)) for field in fields(Params)]
+        values = [number(f.name, getattr(self, f.name)) for f in fields(Params)]
         return (c_float * PARAM_COUNT)(*values)
 
 
+Row = tuple[float, ...]  # by frequency
+Spectrum = tuple[tuple[Row, ...], ...]  # of Y, B - Y and R - Y, by vertical and horizontal frequency
+_NO_RESIDUAL: Row = (0.0,) * 8
+NO_SPECTRUM: Spectrum = (((0.0,) * 8,) * 8,) * 3
+
+_STAGES = ("patch", "dots_luma", "dots_chroma", "shrink_luma", "shrink_chroma")
+_TABLES = {"residual_luma": (8,), "residual_chroma": (8,), "spectrum": (3, 8, 8)}
 _MEASURED = ("noise_level", "chroma_keep", "highlight_start", "highlight_width")
 
 
@@ -109,6 +119,17 @@ class Settings(Params):
     #: "truncate" (auto for integers), "nearest", "none" (auto for floats, only there), or "finest": "nearest" for
     #: integers, "none" for floats
     rounding: Rounding = "auto"
+    # Stages that the preset "best" adds; at 0 they do not run.
+    patch: float = 0.0  #: share, 0 to 1, of 3 x 3 neighbours in the finest level's distances
+    dots_luma: float = 0.0  #: isolated dots go where their 8 neighbours lie within this of each other
+    dots_chroma: float = 0.0  #: likewise, of B - Y and R - Y
+    shrink_luma: float = 0.0  #: factor on the spectrum of Y by which 8 x 8 blocks of the input are shrunk
+    shrink_chroma: float = 0.0  #: likewise, of B - Y and R - Y
+    #: share of what the filtered picture lacks that may come back, by the larger frequency of the two: 8 numbers
+    residual_luma: Row = _NO_RESIDUAL
+    residual_chroma: Row = _NO_RESIDUAL  #: likewise, of B - Y and R - Y
+    #: power of the noise, as `Noise` has it: 3 x 8 x 8 numbers, nested; anything of that shape is taken
+    spectrum: Spectrum = field(default=NO_SPECTRUM, repr=False)
 
     def _as_struct(self) -> CSettings:
         if self.rounding not in _ROUNDINGS:
@@ -122,6 +143,8 @@ class Settings(Params):
             linear_scale=number("linear_scale", self.linear_scale),
             tile=min(max(tile, 0), 1 << 30),  # what C's int cannot hold is refused as these are
             rounding=_ROUNDINGS.index(self.rounding),
+            **{name: number(name, getattr(self, name)) for name in _STAGES},
+            **{name: table(name, getattr(self, name), *shape) for name, shape in _TABLES.items()},
         )
 
     def save(self, file: RecipeFile) -> None:
@@ -186,14 +209,19 @@ class Settings(Params):
         ValueError: the recipe lacks noise_level
         """
         values = read_recipe(file, [f.name for f in fields(Settings)])
+        values.update((name, as_tuples(values[name])) for name in _TABLES)
         for name, value in values.items():
             try:
-                if isinstance(value, bool):
+                if _holds_bool(value):
                     raise TypeError("JSON's true and false are no numbers")
                 _check(replace(Settings(), **{name: value}))
             except (TypeError, ValueError) as failure:
                 raise ValueError(f"the recipe's {name} cannot be {value!r:.60}") from failure
         return cls(**values)
+
+
+def _holds_bool(value: Any) -> bool:
+    return any(map(_holds_bool, value)) if isinstance(value, tuple) else isinstance(value, bool)
 
 
 def _check(settings: Settings) -> None:
@@ -203,10 +231,17 @@ def _check(settings: Settings) -> None:
     c_library().vnr_plan_end(plan)
 
 
+def as_tuples(values: Any) -> Any:
+    """Nested numbers of C or JSON."""
+    return tuple(map(as_tuples, values)) if hasattr(values, "__len__") and not isinstance(values, str) else values
+
+
 def _plain(value: Any) -> Any:
-    """Numpy's numbers as Python's."""
+    """Numpy's numbers and tables as Python's."""
     if isinstance(value, str):
         return value
+    if hasattr(value, "__len__"):
+        return [_plain(one) for one in value]
     return int(integer("a setting", value)) if hasattr(value, "__index__") else number("a setting", value)
 
 
@@ -219,6 +254,8 @@ def _of_struct(struct: CSettings) -> Settings:
         linear_scale=struct.linear_scale,
         tile=struct.tile,
         rounding=_ROUNDINGS[struct.rounding],
+        **{name: getattr(struct, name) for name in _STAGES},
+        **{name: as_tuples(getattr(struct, name)) for name in _TABLES},
     )
 
 
@@ -230,7 +267,7 @@ def check_preset(preset: str) -> None:
 def takes_grain(preset: str) -> bool:
     """Whether a preset works with the second measurement, by scale, instead of the noise level."""
     check_preset(preset)
-    return _PRESETS[preset] is _BY_GRAIN
+    return preset != "classic"
 
 
 def settings_of(noise: CNoise, strength: float, preset: str) -> Settings:

@@ -31,16 +31,21 @@ HWY_INLINE V mixLuma(V original, V filtered, V share) {
                 hn::Add(hn::Mul(hn::Sub(one, s.high), o.high), f.high));
 }
 
-HWY_INLINE VectorRgb mixPixels(const VectorRgb& original, const VectorRgb& filtered, float toWorking,
-                               const params::BlendSettings& s) {
+HWY_INLINE VectorYcc mixYcc(const VectorRgb& original, const VectorRgb& filtered, float toWorking,
+                            const params::BlendSettings& s) {
   const Floats d;
   const VectorYcc in = toYcc(original);
   const VectorYcc nr = toYcc(filtered);
   const V lumaShare = hn::Mul(highlightFactor(hn::Mul(nr.y, hn::Set(d, toWorking)), s), hn::Set(d, s.luma));
   const V chroma = hn::Set(d, s.chroma);
   const V chromaKept = hn::Set(d, 1.0f - s.chroma);
-  return toRgb({mixLuma(in.y, nr.y, lumaShare), hn::Add(hn::Mul(nr.bMinusY, chroma), hn::Mul(chromaKept, in.bMinusY)),
-                hn::Add(hn::Mul(nr.rMinusY, chroma), hn::Mul(in.rMinusY, chromaKept))});
+  return {mixLuma(in.y, nr.y, lumaShare), hn::Add(hn::Mul(nr.bMinusY, chroma), hn::Mul(chromaKept, in.bMinusY)),
+          hn::Add(hn::Mul(nr.rMinusY, chroma), hn::Mul(in.rMinusY, chromaKept))};
+}
+
+HWY_INLINE VectorRgb mixPixels(const VectorRgb& original, const VectorRgb& filtered, float toWorking,
+                               const params::BlendSettings& s) {
+  return toRgb(mixYcc(original, filtered, toWorking, s));
 }
 
 #endif  // VESKARO_HAS_VECTORS

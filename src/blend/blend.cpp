@@ -17,14 +17,19 @@ float mixLuma(float original, float filtered, float share) {
 
 }  // namespace
 
-pixels::Rgb mixPixel(const pixels::Rgb& original, const pixels::Rgb& filtered, float toWorking,
-                     const params::BlendSettings& s) {
+pixels::Ycc mixYcc(const pixels::Rgb& original, const pixels::Rgb& filtered, float toWorking,
+                   const params::BlendSettings& s) {
   const pixels::Ycc in = pixels::toYcc(original);
   const pixels::Ycc nr = pixels::toYcc(filtered);
   const float lumaShare = highlightFactor(nr.y * toWorking, s) * s.luma;
   const float chromaKept = 1.0f - s.chroma;
-  return pixels::toRgb({mixLuma(in.y, nr.y, lumaShare), nr.bMinusY * s.chroma + chromaKept * in.bMinusY,
-                        nr.rMinusY * s.chroma + in.rMinusY * chromaKept});
+  return {mixLuma(in.y, nr.y, lumaShare), nr.bMinusY * s.chroma + chromaKept * in.bMinusY,
+          nr.rMinusY * s.chroma + in.rMinusY * chromaKept};
+}
+
+pixels::Rgb mixPixel(const pixels::Rgb& original, const pixels::Rgb& filtered, float toWorking,
+                     const params::BlendSettings& s) {
+  return pixels::toRgb(mixYcc(original, filtered, toWorking, s));
 }
 
 }  // namespace veskaro::blend

@@ -67,7 +67,7 @@ void loadWithReach(const InterleavedImage& image, int x, int y, int columns, con
 
 struct NoiseScratch {
   explicit NoiseScratch(simd::Arena* arena) : noise(arena), own(arena), reduced(arena), noiseMap(arena) {}
-  NoiseStage noise;
+  NoiseStage<PixelDistances> noise;
   StripRing<1> own, reduced, noiseMap;
 };
 
@@ -84,7 +84,7 @@ VectorResult reduceNoise(const LevelLayout& layout, const Rectangle& area, const
     loadWithReach(imageOf(b.level, layout), x, y, columns, s.noise.level(t));
     loadWithReach(imageOf(b.comparison, layout), x, y, columns, s.noise.comparison(t));
     s.noise.rowsLoaded(t, -kReach, columns + kReach);
-    if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns);
+    if (t >= kReach) s.noise.computeDistances(t - kReach, 0, columns, settings);
     if (t < 2 * kReach) return;
     reducedImage.load(x, y - kReach, columns, own.rows());
     s.noise.reduce(t - kReach, 0, columns, own, reduced, noiseMap, settings);

@@ -83,6 +83,74 @@ HWY_NOINLINE void computeDistances(const DistanceRing& ring, int y, const StripR
   }
 }
 
+// What a filter compares: pixels alone,
+struct PixelDistances {
+  static constexpr int kPatchReach = 0;
+  explicit PixelDistances(simd::Arena* /*arena*/) {}
+};
+
+// or patches of 3 x 3 of them, in part. The rings hold what the patches of a row are made of: the distances of the
+// pixels of two rows, and the sums down the columns of patches.
+class PatchDistances {
+ public:
+  static constexpr int kPatchReach = filters::kPatchReach;
+  explicit PatchDistances(simd::Arena* arena) : base_(arena->take(kRows * kPlanes * kStripFloats)) {}
+
+  // Takes row y and the two below, and computes the forward distances of row y - 1's patches over [xStart, xEnd), which
+  // are right once y has come to 2.
+  template <class Distance, bool kSumsAreExact>
+  HWY_NOINLINE void compute(const DistanceRing& ring, int y, const StripRow (&rows)[kReach + 1], int xStart, int xEnd,
+                            const PatchShares& shares) const {
+    const StripRow row = rows[0], next = rows[1], last = rows[2];
+    for (int x = xStart - kPatchReach; x < xEnd + kPatchReach; x += lanes()) {
+      const VectorRgb centre = loadRgb(row, x);
+      stack<Distance, kSumsAreExact, 1, 2>(centre, row, x, y, 0);
+      stack<Distance, kSumsAreExact, -2, -1, 0, 1, 2>(centre, next, x, y, kReach);
+      stack<Distance, kSumsAreExact, -2, -1, 0, 1, 2>(centre, last, x, y, kReach + kSpan);
+    }
+    if (y < 2 * kPatchReach) return;
+    mix(ring.forward(0, y - 1), y - 1, 0, kReach, xStart, xEnd, shares);
+    mix(ring.forward(1, y - 1), y - 1, kReach, kSpan, xStart, xEnd, shares);
+    mix(ring.forward(2, y - 1), y - 1, kReach + kSpan, kSpan, xStart, xEnd, shares);
+  }
+
+ private:
+  static constexpr int kPlanes = kReach + 2 * kSpan;
+  static constexpr int kSums = 2;  // rows 0 and 1 are those of pixels
+  static constexpr int kRows = 3;
+
+  float* plane(int row, int k) const { return base_ + (row * kPlanes + k) * kStripFloats + simd::kMaxLanes; }
+
+  // The distances to the pixels kDx columns further in a row, on top of those of the last two rows.
+  template <class Distance, bool kSumsAreExact, int... kDx>
+  HWY_INLINE void stack(const VectorRgb& centre, const StripRow& row, int x, int y, int k) const {
+    (stackOne(distanceBetween<Distance, kSumsAreExact>(centre, loadRgb(row, x + kDx)), x, y, k++), ...);
+  }
+  HWY_INLINE void stackOne(V distance, int x, int y, int k) const {
+    const Floats d;
+    float* const own = plane(y % 2, k) + x;  // still those of row y - 2
+    const V above = hn::Add(hn::LoadU(d, own), hn::LoadU(d, plane((y + 1) % 2, k) + x));
+    hn::StoreU(hn::Add(above, distance), d, plane(kSums, k) + x);
+    hn::StoreU(distance, d, own);
+  }
+
+  // Planes k to k + count: row y's distances and the sums of the patches around.
+  HWY_INLINE void mix(float* to, int y, int k, int count, int xStart, int xEnd, const PatchShares& shares) const {
+    const Floats d;
+    for (const int end = k + count; k < end; ++k, to += kStripFloats) {
+      const float* const own = plane(y % 2, k);
+      const float* const sums = plane(kSums, k);
+      for (int x = xStart; x < xEnd; x += lanes()) {
+        const V sum = hn::Add(hn::Add(hn::LoadU(d, sums + x - 1), hn::LoadU(d, sums + x)), hn::LoadU(d, sums + x + 1));
+        const V ofOwn = hn::Mul(hn::LoadU(d, own + x), hn::Set(d, shares.own));
+        hn::StoreU(hn::Add(ofOwn, hn::Mul(sum, hn::Set(d, shares.ofSum))), d, to + x);
+      }
+    }
+  }
+
+  float* base_;
+};
+
 #endif  // VESKARO_HAS_VECTORS
 }  // namespace veskaro::filters::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

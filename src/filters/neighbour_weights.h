@@ -6,6 +6,17 @@ namespace veskaro::filters {
 constexpr int kReach = 2;              // both filters look two pixels far in every direction
 constexpr int kSpan = 2 * kReach + 1;  // rows and columns of the window that they look at
 
+// The pixels that count as a patch around one: a distance between two pixels may be one between their patches in part
+// (non-local means; Buades, Coll, Morel 2005), which is surer where a pixel alone is noisy.
+constexpr int kPatchReach = 1;
+
+// distance = own * that of the pixels + ofSum * the sum of the nine distances of the patches' pixels.
+struct PatchShares {
+  float own, ofSum;
+
+  explicit constexpr PatchShares(float patch) : own(1.0f - patch), ofSum(patch * 0.111111112f) {}
+};
+
 // Weight of each neighbour by row and column offset from -2 to +2:
 //
 //     A B C B A

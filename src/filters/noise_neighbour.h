@@ -32,12 +32,17 @@ inline float similarityFactor(float distance, const Tolerance& t) {
   return distance <= t.threshold ? 1.0f : 1.0f + (t.threshold - distance) * t.inverseRolloff;
 }
 
-// centre and other: Y, B - Y, R - Y. A distance that is not a number counts.
-inline void addNoiseNeighbour(const float* centre, const float* other, const float* otherRgb, float neighbourWeight,
-                              const Tolerance& t, float* sum, float* sumWeight) {
-  const float distance = pixels::comparisonDistance(centre, other);
+// A distance that is not a number counts.
+inline void addNoiseNeighbour(float distance, const float* otherRgb, float neighbourWeight, const Tolerance& t,
+                              float* sum, float* sumWeight) {
   if (distance > t.cut) return;
   addWeighted(otherRgb, neighbourWeight * similarityFactor(distance, t), sum, sumWeight);
+}
+
+// centre and other: Y, B - Y, R - Y.
+inline void addNoiseNeighbour(const float* centre, const float* other, const float* otherRgb, float neighbourWeight,
+                              const Tolerance& t, float* sum, float* sumWeight) {
+  addNoiseNeighbour(pixels::comparisonDistance(centre, other), otherRgb, neighbourWeight, t, sum, sumWeight);
 }
 
 }  // namespace veskaro::filters

@@ -22,16 +22,32 @@ struct Pixel {
   int pixelFloats;
 };
 
+// Of the pixel and the one an offset away; with patches column by column, each top to bottom.
+float distanceTo(const Pixel& p, std::ptrdiff_t offset, float patch) {
+  const float own = pixels::comparisonDistance(p.comparison, p.comparison + offset);
+  if (!(patch > 0.0f)) return own;
+  float columns[2 * kPatchReach + 1];
+  for (int x = -kPatchReach; x <= kPatchReach; ++x) {
+    const auto at = [&](int y) {
+      const float* const pixel = p.comparison + y * p.rowFloats + std::ptrdiff_t{x} * p.pixelFloats;
+      return pixels::comparisonDistance(pixel, pixel + offset);
+    };
+    columns[x + kPatchReach] = (at(-1) + at(0)) + at(1);
+  }
+  const PatchShares shares(patch);
+  return own * shares.own + ((columns[0] + columns[1]) + columns[2]) * shares.ofSum;
+}
+
 // Column by column of the window, each top to bottom.
-NeighbourSum sumNoiseNeighbours(const Pixel& p, const Tolerance& t) {
+NeighbourSum sumNoiseNeighbours(const Pixel& p, const Tolerance& t, float patch) {
   NeighbourSum columns[kSpan];
   for (int dy = -kReach; dy <= kReach; ++dy) {
     for (int dx = -kReach; dx <= kReach; ++dx) {
       if (dx == 0 && dy == 0) continue;
       const std::ptrdiff_t offset = dy * p.rowFloats + std::ptrdiff_t{dx} * p.pixelFloats;
       NeighbourSum& column = columns[dx + kReach];
-      addNoiseNeighbour(p.comparison, p.comparison + offset, p.level + offset,
-                        kNeighbourWeight[dy + kReach][dx + kReach], t, column.rgb, &column.weight);
+      addNoiseNeighbour(distanceTo(p, offset, patch), p.level + offset, kNeighbourWeight[dy + kReach][dx + kReach], t,
+                        column.rgb, &column.weight);
     }
   }
   NeighbourSum sum = columns[0];
@@ -61,7 +77,7 @@ void reducePixel(const Pixel& p, const params::NoiseSettings& s) {
   const float scale = noiseScaleAt({p.level[0], p.level[1], p.level[2]}, s.highlightSlope);
   const float threshold = s.threshold * scale;
   const float rolloff = s.rolloff * scale;
-  const NeighbourSum sum = sumNoiseNeighbours(p, toleranceOf(threshold, rolloff));
+  const NeighbourSum sum = sumNoiseNeighbours(p, toleranceOf(threshold, rolloff), s.patch);
   p.noiseMap[kThreshold] = threshold;
   p.noiseMap[kRolloff] = rolloff;
   mixWithAverage(p, sum, s);

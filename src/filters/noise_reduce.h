@@ -10,6 +10,8 @@ namespace veskaro::filters {
 
 // Noise-reduces the rectangle of b.level: b.reduced holds a copy of the level on entry and the result on return.
 // b.comparison is the level as Y, B - Y, R - Y; b.noiseMap receives its three floats for each pixel of the rectangle.
+// Reads two pixels beyond the rectangle. Patches, for which it reads three, are for the plain form and whole tiles
+// alone.
 void reduceNoise(const pixels::LevelLayout& layout, const pixels::Rectangle& area, const LevelBuffers& b,
                  const params::NoiseSettings& settings);
 

@@ -11,30 +11,35 @@ namespace veskaro::filters {
 // Widest strip of columns that streams through the filters at once: its rings fit the second-level cache.
 constexpr int kStripColumns = 512;
 
-// How far a strip looks beyond its columns: the sharpening filter into noise-reduced pixels, which look as far again.
-constexpr int kStripMargin = 2 * kReach;
+// How far a strip looks beyond its columns: the sharpening filter into noise-reduced pixels, which look as far again,
+// and patchReach farther where the distances between them are those of patches.
+constexpr int stripMargin(int patchReach) {
+  return 2 * kReach + patchReach;
+}
 
 // A strip of a rectangle, in level coordinates: what it writes, what it noise-reduces, what it reads. Nothing is
-// noise-reduced outside the rectangle or read more than two pixels beyond it.
+// noise-reduced outside the rectangle or read farther beyond it than the noise filter looks.
 struct Strip {
   int xStart, xEnd;
   int reduceStart, reduceEnd;
   int readStart, readEnd;
 
-  static Strip at(const pixels::Rectangle& area, int xStart) {
+  static Strip at(const pixels::Rectangle& area, int xStart, int patchReach) {
+    const int lookahead = kReach + patchReach;
     const int xEnd = area.xEnd - xStart > kStripColumns ? xStart + kStripColumns : area.xEnd;
     const auto within = [](int x, int low, int high) { return x < low ? low : x > high ? high : x; };
     return {xStart,
             xEnd,
             within(xStart - kReach, area.xStart, area.xEnd),
             within(xEnd + kReach, area.xStart, area.xEnd),
-            within(xStart - kStripMargin, area.xStart - kReach, area.xEnd + kReach),
-            within(xEnd + kStripMargin, area.xStart - kReach, area.xEnd + kReach)};
+            within(xStart - stripMargin(patchReach), area.xStart - lookahead, area.xEnd + lookahead),
+            within(xEnd + stripMargin(patchReach), area.xStart - lookahead, area.xEnd + lookahead)};
   }
 };
 
 // The widest strip with its margins, and room for vectors on both sides.
-constexpr std::ptrdiff_t kStripFloats = simd::roundUpToLanes(kStripColumns + 2 * kStripMargin) + 3 * simd::kMaxLanes;
+constexpr std::ptrdiff_t kStripFloats =
+    simd::roundUpToLanes(kStripColumns + 2 * stripMargin(kPatchReach)) + 3 * simd::kMaxLanes;
 using StripPitch = simd::FixedPitch<kStripFloats>;
 
 // Three planes of one row of a strip, and of its last rows.

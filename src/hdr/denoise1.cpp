@@ -1,6 +1,5 @@
 #include "hdr/denoise1.h"
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -9,6 +8,7 @@
 #include "hdr/luminance/luminance.h"
 #include "hdr/statistics/statistics.h"
 #include "platform/heap_array.h"
+#include "platform/log_exp.h"
 
 namespace veskaro::hdr {
 
@@ -22,8 +22,8 @@ ChromaSettings chromaSettings(const HdrSettings& settings, const HdrStatistics& 
   ChromaSettings chroma;
   chroma.fadeIntoMidTones = settings.midTonesToo;
   chroma.thresholdScale = settings.chromaThreshold;
-  chroma.shadowsLevel = std::exp(measured.sumShadows);
-  chroma.saturationLevel = std::exp(measured.sumSaturation);
+  chroma.shadowsLevel = platform::expOf(measured.sumShadows);
+  chroma.saturationLevel = platform::expOf(measured.sumSaturation);
   return chroma;
 }
 

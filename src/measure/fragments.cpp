@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "measure/haar/haar_block.h"
 
@@ -82,56 +81,7 @@ void FragmentOf<kSize>::fill(const FragmentOf& other) {
   }
 }
 
-template <int kSize>
-FragmentsOf<kSize>::~FragmentsOf() {
-  for (std::size_t i = 0; i < count_; ++i) std::free(all_[i]);
-}
-
-template <int kSize>
-std::size_t FragmentsOf<kSize>::placeOf(std::int64_t block) const {
-  Fragment* const* const first = all_.data();
-  const auto isBefore = [](const Fragment* f, std::int64_t b) { return f->block < b; };
-  return static_cast<std::size_t>(std::lower_bound(first, first + count_, block, isBefore) - first);
-}
-
-template <int kSize>
-bool FragmentsOf<kSize>::makeRoom() {
-  if (count_ < room_) return true;
-  const std::size_t room = room_ == 0 ? 64 : 2 * room_;
-  platform::HeapArray<Fragment*> larger(room, platform::Fill::kNothing);
-  if (!larger) return false;
-  std::copy_n(all_.data(), count_, larger.data());
-  all_ = std::move(larger);
-  room_ = room;
-  return true;
-}
-
-template <int kSize>
-FragmentOf<kSize>* FragmentsOf<kSize>::of(std::int64_t block) {
-  const std::size_t at = placeOf(block);
-  if (at < count_ && all_[at]->block == block) return all_[at];
-  if (!makeRoom()) return nullptr;
-  auto* const fragment = static_cast<Fragment*>(std::calloc(1, sizeof(Fragment)));
-  if (fragment == nullptr) return nullptr;
-  fragment->block = block;
-  std::memmove(all_.data() + at + 1, all_.data() + at, (count_ - at) * sizeof(Fragment*));
-  all_[at] = fragment;
-  ++count_;
-  return fragment;
-}
-
-template <int kSize>
-void FragmentsOf<kSize>::remove(std::int64_t block) {
-  const std::size_t at = placeOf(block);
-  if (at == count_ || all_[at]->block != block) return;
-  std::free(all_[at]);
-  --count_;
-  std::memmove(all_.data() + at, all_.data() + at + 1, (count_ - at) * sizeof(Fragment*));
-}
-
 template struct FragmentOf<kBlockSize>;
-template class FragmentsOf<kBlockSize>;
 template struct FragmentOf<kHaarBlock>;
-template class FragmentsOf<kHaarBlock>;
 
 }  // namespace veskaro::measure

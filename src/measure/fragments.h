@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "measure/block.h"
-#include "platform/heap_array.h"
+#include "measure/by_block.h"
 
 namespace veskaro::measure {
 
@@ -27,29 +27,7 @@ struct FragmentOf {
 };
 
 template <int kSize>
-class FragmentsOf {
- public:
-  using Fragment = FragmentOf<kSize>;
-
-  FragmentsOf() = default;
-  ~FragmentsOf();
-  FragmentsOf(const FragmentsOf&) = delete;
-  FragmentsOf& operator=(const FragmentsOf&) = delete;
-
-  std::size_t count() const { return count_; }
-  const Fragment& operator[](std::size_t i) const { return *all_[i]; }  // in the order of their blocks
-
-  // The one of this block, begun when there is none; null when memory is refused.
-  Fragment* of(std::int64_t block);
-  void remove(std::int64_t block);
-
- private:
-  std::size_t placeOf(std::int64_t block) const;
-  bool makeRoom();
-
-  platform::HeapArray<Fragment*> all_;
-  std::size_t count_ = 0, room_ = 0;
-};
+using FragmentsOf = ByBlock<FragmentOf<kSize>>;
 
 using Fragment = FragmentOf<kBlockSize>;
 using Fragments = FragmentsOf<kBlockSize>;

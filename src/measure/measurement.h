@@ -67,6 +67,7 @@ class Measurement {
   Result restore(const Fragment& fragment);
   void restore(std::int64_t block, const HaarRecord& record) { haarBlocks_.restore(block, record); }
   Result restore(const HaarFragment& fragment) { return haarBlocks_.restore(fragment, encoding_); }
+  Result restore(const SpectrumRecord& spectrum) { return haarBlocks_.restore(spectrum, encoding_); }
 
  private:
   bool begins(pixels::Encoding encoding);

@@ -17,6 +17,7 @@ struct Header {
   std::int64_t fragments;
   std::int64_t haarBlocks;
   std::int64_t haarFragments;
+  std::int64_t spectra;
 };
 
 constexpr std::uint32_t kMagic = 0x4d524e56;  // "VNRM"
@@ -45,6 +46,16 @@ bool isRight(const HaarRecord& r) {
   const auto* const values = reinterpret_cast<const float*>(&r.block);
   for (std::size_t i = 0; i < sizeof(r.block) / sizeof(float); ++i) {
     if (!std::isfinite(values[i])) return false;
+  }
+  return r.block.clipped >= 0.0f && r.block.clipped <= 1.0f;
+}
+
+bool isRight(const SpectrumRecord& r, std::int64_t blocks) {
+  if (r.block < 0 || r.block >= blocks || r.isMeasured > 1) return false;
+  for (const auto& channel : r.spectrum.power) {
+    for (const float power : channel) {
+      if (!(power >= 0.0f && std::isfinite(power))) return false;
+    }
   }
   return true;
 }
@@ -109,16 +120,16 @@ Result loadHaarRecords(Reader* from, Measurement* measurement) {
   return Result::kDone;
 }
 
-// Fragments ascend.
-template <class AnyFragment>
-Result loadFragments(Reader* from, std::int64_t count, std::int64_t blocks, Measurement* measurement) {
+// Parts of blocks ascend.
+template <class Part>
+Result loadParts(Reader* from, std::int64_t count, std::int64_t blocks, Measurement* measurement) {
   std::int64_t last = -1;
   for (std::int64_t i = 0; i < count; ++i) {
-    AnyFragment fragment;
-    from->read(&fragment);
-    if (!isRight(fragment, blocks) || fragment.block <= last) return Result::kOtherPicture;
-    last = fragment.block;
-    const Result restored = measurement->restore(fragment);
+    Part part;
+    from->read(&part);
+    if (!isRight(part, blocks) || part.block <= last) return Result::kOtherPicture;
+    last = part.block;
+    const Result restored = measurement->restore(part);
     if (restored != Result::kDone) return restored;
   }
   return Result::kDone;
@@ -127,6 +138,7 @@ Result loadFragments(Reader* from, std::int64_t count, std::int64_t blocks, Meas
 // Whether the state has exactly the bytes that its header speaks of.
 bool isOfSize(const Header& h, std::size_t size) {
   if (h.fragments < 0 || h.fragments > h.blocks || h.haarFragments < 0 || h.haarFragments > h.haarBlocks) return false;
+  if (h.spectra < 0 || h.spectra > h.haarBlocks) return false;
   if (h.blocks != blocksAlong(h.width) * blocksAlong(h.height)) return false;
   if (h.haarBlocks != HaarGrid(h.width, h.height).count()) return false;
   const auto bytes = [size](std::int64_t count, std::size_t each) {
@@ -134,7 +146,8 @@ bool isOfSize(const Header& h, std::size_t size) {
     return n > size / each ? std::uint64_t{size} + 1 : n * each;
   };
   return size == sizeof(h) + bytes(h.blocks, sizeof(BlockRecord)) + bytes(h.fragments, sizeof(Fragment)) +
-                     bytes(h.haarBlocks, sizeof(HaarRecord)) + bytes(h.haarFragments, sizeof(HaarFragment));
+                     bytes(h.haarBlocks, sizeof(HaarRecord)) + bytes(h.haarFragments, sizeof(HaarFragment)) +
+                     bytes(h.spectra, sizeof(SpectrumRecord));
 }
 
 }  // namespace
@@ -143,7 +156,7 @@ std::size_t stateBytes(const Measurement& m) {
   const HaarBlocks& haar = m.haarBlocks();
   return sizeof(Header) + static_cast<std::size_t>(m.table().count()) * sizeof(BlockRecord) +
          m.fragments().count() * sizeof(Fragment) + static_cast<std::size_t>(haar.grid().count()) * sizeof(HaarRecord) +
-         haar.fragments().count() * sizeof(HaarFragment);
+         haar.fragments().count() * sizeof(HaarFragment) + haar.spectra().count() * sizeof(SpectrumRecord);
 }
 
 void saveState(const Measurement& m, unsigned char* bytes) {
@@ -157,6 +170,7 @@ void saveState(const Measurement& m, unsigned char* bytes) {
   for (std::size_t i = 0; i < m.fragments().count(); ++i) to.write(m.fragments()[i]);
   for (std::int64_t block = 0; block < haar.grid().count(); ++block) to.write(haar[block]);
   for (std::size_t i = 0; i < haar.fragments().count(); ++i) to.write(haar.fragments()[i]);
+  for (std::size_t i = 0; i < haar.spectra().count(); ++i) to.write(haar.spectra()[i]);
   Header header = {kMagic,
                    kVersion,
                    0,
@@ -167,7 +181,8 @@ void saveState(const Measurement& m, unsigned char* bytes) {
                    m.table().count(),
                    static_cast<std::int64_t>(m.fragments().count()),
                    haar.grid().count(),
-                   static_cast<std::int64_t>(haar.fragments().count())};
+                   static_cast<std::int64_t>(haar.fragments().count()),
+                   static_cast<std::int64_t>(haar.spectra().count())};
   std::memcpy(bytes, &header, sizeof(header));
   header.check = checkOf(bytes, static_cast<std::size_t>(to.end() - bytes));
   std::memcpy(bytes, &header, sizeof(header));
@@ -189,9 +204,10 @@ Result loadState(const unsigned char* bytes, Measurement* measurement) {
   if (h.begun != 0) measurement->begin(h.encoding == 1 ? pixels::Encoding::kLinear : pixels::Encoding::kDisplay);
   Reader from(bytes + sizeof(h));
   Result result = loadRecords(&from, measurement);
-  if (result == Result::kDone) result = loadFragments<Fragment>(&from, h.fragments, h.blocks, measurement);
+  if (result == Result::kDone) result = loadParts<Fragment>(&from, h.fragments, h.blocks, measurement);
   if (result == Result::kDone) result = loadHaarRecords(&from, measurement);
-  if (result == Result::kDone) result = loadFragments<HaarFragment>(&from, h.haarFragments, h.haarBlocks, measurement);
+  if (result == Result::kDone) result = loadParts<HaarFragment>(&from, h.haarFragments, h.haarBlocks, measurement);
+  if (result == Result::kDone) result = loadParts<SpectrumRecord>(&from, h.spectra, h.haarBlocks, measurement);
   return result;
 }
 

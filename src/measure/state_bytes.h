@@ -1,4 +1,5 @@
-// A measurement as plain bytes: a header, the records of all blocks, the fragments, and the same of the Haar blocks.
+// A measurement as plain bytes: a header, the records of all blocks, the fragments, the same of the Haar blocks,
+// and the spectra of some of these.
 // Bytes that come back damaged are refused.
 #ifndef VESKARO_MEASURE_STATE_BYTES_H
 #define VESKARO_MEASURE_STATE_BYTES_H

@@ -1,9 +1,8 @@
 #include "params/best.h"
 
-#include <cmath>
-
 #include "VeskaroNRLib.h"
 #include "params/tuning.h"
+#include "platform/power.h"
 
 namespace veskaro::params {
 namespace {
@@ -97,17 +96,17 @@ class Rule {
   static double ofPicture(const NoiseForBest& noise) {
     if (noise.isLinear) return kRolloffOfLinear * static_cast<double>(noise.kept);
     const double structure = static_cast<double>(noise.structure) / lumaOf(noise) / kUsualStructure;
-    const double factor = std::pow(structure, kPowerOfStructure);  // infinite without structure
+    const double factor = platform::powerOf(structure, kPowerOfStructure);  // infinite without structure
     const double bounded =
         factor < kLeastByStructure ? kLeastByStructure : (factor < kMostByStructure ? factor : kMostByStructure);
     const double faint = lumaOf(noise) / kFaintLuma;
     return faint < 1.0 ? faint * bounded : bounded;
   }
   double rolloffOf(const NoiseForBest& noise) const {
-    const double fine = kRolloffOfLuma * std::pow(lumaOf(noise), kPowerOfLuma);
+    const double fine = kRolloffOfLuma * platform::powerOf(lumaOf(noise), kPowerOfLuma);
     if (!(blotches_ > 0.0)) return fine;
     const double coarse = kRolloffOfBlotches * static_cast<double>(noise.coarseChroma);
-    return std::pow(fine, 1.0 - blotches_) * std::pow(coarse, blotches_);
+    return platform::powerOf(fine, 1.0 - blotches_) * platform::powerOf(coarse, blotches_);
   }
   double lumaKeptOfFine() const {
     const double faded = 1.0 - rolloff_ / kNoLumaKeptFrom;

@@ -1,9 +1,8 @@
 #include "params/noise_level.h"
 
-#include <cmath>
-
 #include "VeskaroNRLib.h"
 #include "params/tuning.h"
+#include "platform/power.h"
 
 namespace veskaro::params {
 namespace {
@@ -27,7 +26,7 @@ float noiseLevelOf(float statistic) {
 
 float withStrength(float level, float strength) {
   if (!isStrength(strength)) return level;
-  const double factor = std::pow(2.0, 2.0 * (static_cast<double>(strength) - 1.0));
+  const double factor = platform::powerOfTwo(2.0 * (static_cast<double>(strength) - 1.0));
   return static_cast<float>(static_cast<double>(level) * factor);
 }
 

@@ -12,7 +12,7 @@ struct NoiseSettings {
   float amount;          // share of the neighbour average that a fully supported pixel takes
   float threshold;       // distance up to which a neighbour has full weight, at black
   float highlightSlope;  // change of the noise model per unit of R + G + B
-  float patch = 0.0f;    // share of the mean over 3 x 3 neighbours in the distances
+  float patch = 0.0f;    // share of the mean over 3 x 3 pixels around in the distances
 };
 
 // Whether the filter's kernels may take shortcuts that hold for positive rolloffs and finite thresholds only, as every
@@ -69,6 +69,11 @@ struct TileSettings {
   BlendSettings blend;
   DotSettings dots;
   ShrinkSettings shrink;
+
+  // Whether stages look at the blended picture.
+  bool haveGuide() const { return dots.areOn() || shrink.isOnForAny(); }
+  // Pictures go on beyond their edge as their mirror images; for the filters alone they end in zeros.
+  bool mirrorEdges() const { return haveGuide() || noise[0].patch > 0.0f; }
 };
 
 }  // namespace veskaro::params

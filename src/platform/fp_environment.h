@@ -16,6 +16,7 @@ class DefaultFpEnvironment {
 
  private:
   std::fenv_t host_;
+  unsigned hostsControl_;
 };
 
 }  // namespace veskaro::platform

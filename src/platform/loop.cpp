@@ -16,7 +16,8 @@ class Loop {
 
   void work(int worker) {
     const DefaultFpEnvironment environment;
-    if (isStopped()) return;
+    // A worker may begin late, when the others have left nothing to prepare for.
+    if (isStopped() || next_ >= items_) return;
     if (!body_.prepare(body_.argument, worker)) {
       refused_ = true;
       return;

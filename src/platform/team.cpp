@@ -1,15 +1,11 @@
 #include "platform/team.h"
 
 #include <pthread.h>
-#include <sched.h>
-#include <signal.h>
 
-#include <cstddef>
+#include "platform/system.h"
 
 namespace veskaro::platform {
 namespace {
-
-constexpr std::size_t kStackBytes = 1 << 20;
 
 // A call that has seats for more workers, or waits for those that sit.
 struct Team {
@@ -73,21 +69,9 @@ void beginAnew() {
   threads = sleeping = 0;
 }
 
-// A thread that hosts do not see: no signal of theirs is handled on it, nobody joins it.
 bool createThread() {
-  static const int prepared = pthread_atfork(nullptr, nullptr, beginAnew);
-  sigset_t all, hosts;
-  sigfillset(&all);
-  pthread_attr_t attributes;
-  if (prepared != 0 || pthread_attr_init(&attributes) != 0) return false;
-  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-  pthread_attr_setstacksize(&attributes, kStackBytes);
-  pthread_sigmask(SIG_SETMASK, &all, &hosts);
-  pthread_t thread;
-  const bool created = pthread_create(&thread, &attributes, live, nullptr) == 0;
-  pthread_sigmask(SIG_SETMASK, &hosts, nullptr);
-  pthread_attr_destroy(&attributes);
-  return created;
+  static const bool prepared = callInForkedChildren(beginAnew);
+  return prepared && startThread(live);
 }
 
 // Wakes sleepers for the seats of all teams, and creates what is missing.
@@ -103,16 +87,6 @@ void callWorkers(int seats) {
 
 }  // namespace
 
-int processors() {
-#if defined(__EMSCRIPTEN__)  // a page runs an instance of the library in each of its workers
-  return 1;
-#else
-  cpu_set_t set;
-  const int count = sched_getaffinity(0, sizeof(set), &set) == 0 ? CPU_COUNT(&set) : 1;
-  return count > 1 ? count : 1;
-#endif
-}
-
 void runTeam(int workers, void (*body)(void* argument, int worker), void* argument) {
   if (workers <= 1) return body(argument, 0);
   Team team = {body, argument, (workers < kMostThreads ? workers : kMostThreads) - 1, 1};
@@ -126,6 +100,7 @@ void runTeam(int workers, void (*body)(void* argument, int worker), void* argume
   const Locked locked;
   removeFromList(&team);
   while (team.running > 0) pthread_cond_wait(&team.isDone, &lock);
+  pthread_cond_destroy(&team.isDone);
 }
 
 }  // namespace veskaro::platform

@@ -6,9 +6,6 @@ namespace veskaro::platform {
 
 constexpr int kMostThreads = 256;
 
-// Processors that the process may use, at least 1.
-int processors();
-
 // Calls body(argument, worker) for worker 0 on the calling thread and, at the same time, for workers 1 to workers - 1
 // on as many threads as can be had before worker 0 is done; returns when all of them have. Any number of teams may run
 // at once. A forked child begins without threads and creates its own.

@@ -8,6 +8,8 @@
 
 #include <hwy/highway.h>
 
+#include <utility>
+
 #include "simd/has_vectors.h"
 
 // Where the speed of a lambda depends on it: no call, and the instruction set of the function around it.
@@ -58,6 +60,17 @@ HWY_INLINE Widened widen(V v) {
 HWY_INLINE V narrow(VD low, VD high) {
   const HalfFloats half;
   return hn::Combine(Floats(), hn::DemoteTo(half, high), hn::DemoteTo(half, low));
+}
+
+template <class Visit, int... kEach>
+HWY_INLINE void visitEach(const Visit& visit, std::integer_sequence<int, kEach...>) {
+  (visit(kEach), ...);
+}
+
+// Calls visit(0) to visit(kCount - 1), written out: arrays that are indexed by nothing else stay in registers.
+template <int kCount, class Visit>
+HWY_INLINE void unrolled(const Visit& visit) {
+  visitEach(visit, std::make_integer_sequence<int, kCount>());
 }
 
 // Calls visit(i) for the first pixel of each whole vector of [start, end); the last ones overlap. At least a vector's

@@ -57,7 +57,7 @@ class Filtering {
 }  // namespace
 
 Engine chooseEngine(const Plan& plan, pixels::SampleType type) {
-  const Engine vectors = vectorEngine(plan.grid, type);
+  const Engine vectors = vectorEngine(plan.grid, plan.settings, type);
   return vectors.process != nullptr ? vectors : plainEngine(plan.grid);
 }
 

@@ -5,7 +5,7 @@
 
 namespace veskaro::tiled {
 
-constexpr int kPadding = 8;            // zeros on each side of a tile that lies on the picture's border
+constexpr int kPadding = 8;            // zeros or mirrored pixels where a tile lies on the picture's border
 constexpr int kSmallestUnitTile = 56;  // the first tile's overlap stays inside the picture
 constexpr int kOverlap = 32;           // neighbouring picture on each side that lies inside
 constexpr int kCoarseLevels = 3;       // levels of a tile pyramid beside the finest

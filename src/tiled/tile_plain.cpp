@@ -1,8 +1,11 @@
 // A tile in plain code.
-#include <cstring>
+#include <cmath>
 
 #include "blend/blend.h"
+#include "dots/dots.h"
 #include "pixels/level.h"
+#include "pixels/mirror.h"
+#include "shrink/shrink.h"
 #include "tiled/tile.h"
 #include "tiled/tile_pyramid.h"
 
@@ -10,6 +13,12 @@ namespace veskaro::tiled {
 namespace {
 
 using pixels::kChannels;
+
+void put(float a, float b, float c, float* to) {
+  to[0] = a;
+  to[1] = b;
+  to[2] = c;
+}
 
 // A sample on the scale of the blend: integers as they are, floats on the working scale.
 template <typename Sample>
@@ -35,18 +44,26 @@ pixels::Rgb loadPixel(const pixels::PictureView& picture, int x, int y, const pi
           blendValue<Sample>(picture.at(2, x, y), s)};
 }
 
-// The read region of the picture lands in the tile. False when a sample is not a number.
+// The same on the working scale.
 template <typename Sample>
-bool fill(const Tile& t, float* tile) {
+pixels::Rgb loadWorking(const pixels::PictureView& picture, int x, int y, const pixels::SampleScale& s) {
+  const pixels::Rgb p = loadPixel<Sample>(picture, x, y, s);
+  return {p.r * s.blendToWorking, p.g * s.blendToWorking, p.b * s.blendToWorking};
+}
+
+// The read region of the picture lands in the tile, around it zeros or its mirror image. False when a sample is not a
+// number.
+template <typename Sample>
+bool fill(const Tile& t, float* to) {
   bool onlyNumbers = true;
-  for (int y = t.y.readStart; y < t.y.readEnd; ++y) {
-    float* to = tile + pixels::levelSamples(t.x.tileSize, t.y.tileStart + y - t.y.readStart) +
-                pixels::levelSamples(t.x.tileStart, 1);
-    for (int x = t.x.readStart; x < t.x.readEnd; ++x) {
-      for (int k = 0; k < kChannels; ++k, ++to) {
-        *to = blendValue<Sample>(t.in.at(k, x, y), t.scale) * t.scale.blendToWorking;
-        if (!std::isfinite(*to)) onlyNumbers = false;
-      }
+  for (int row = 0; row < t.y.tileSize; ++row) {
+    for (int column = 0; column < t.x.tileSize; ++column, to += kChannels) {
+      const int xOwn = column - t.xInTile(0), yOwn = row - t.yInTile(0);
+      const int x = pixels::mirrored(xOwn, t.x.readEnd), y = pixels::mirrored(yOwn, t.y.readEnd);
+      const bool isEmpty = (x != xOwn || y != yOwn) && !t.settings.mirrorEdges();
+      const pixels::Rgb p = isEmpty ? pixels::Rgb{0.0f, 0.0f, 0.0f} : loadWorking<Sample>(t.in, x, y, t.scale);
+      onlyNumbers = onlyNumbers && std::isfinite(p.r) && std::isfinite(p.g) && std::isfinite(p.b);
+      put(p.r, p.g, p.b, to);
     }
   }
   return onlyNumbers;
@@ -85,6 +102,92 @@ void finish(const Tile& t, const float* tile) {
   }
 }
 
+// ---- the stages that look at the guide
+
+float* pixelOf(const Tile& t, float* tile, int x, int y) {
+  return tile + pixels::levelSamples(t.x.tileSize, t.yInTile(y)) + pixels::levelSamples(t.xInTile(x), 1);
+}
+
+// The filtered region becomes the guide: blended, Y, B - Y, R - Y.
+template <typename Sample>
+void blendGuide(const Tile& t, float* tile) {
+  const pixels::Region r = t.filtered();
+  for (int y = r.y0; y < r.y1; ++y) {
+    for (int x = r.x0; x < r.x1; ++x) {
+      float* const p = pixelOf(t, tile, x, y);
+      const pixels::Ycc mixed =
+          blend::mixYcc(loadWorking<Sample>(t.in, x, y, t.scale), {p[0], p[1], p[2]}, 1.0f, t.settings.blend);
+      put(mixed.y, mixed.bMinusY, mixed.rMinusY, p);
+    }
+  }
+}
+
+// A value of the guide without a dot.
+float guideValue(const Tile& t, float* tile, int x, int y, int channel) {
+  const float radius = channel == 0 ? t.settings.dots.luma : t.settings.dots.chroma;
+  if (!(radius > 0.0f)) return pixelOf(t, tile, x, y)[channel];
+  float around[3][3];
+  for (int dy = -1; dy <= 1; ++dy) {
+    for (int dx = -1; dx <= 1; ++dx) {
+      around[dy + 1][dx + 1] =
+          pixelOf(t, tile, pixels::mirrored(x + dx, t.x.readEnd), pixels::mirrored(y + dy, t.y.readEnd))[channel];
+    }
+  }
+  return dots::plain::withoutDot(around, radius);
+}
+
+// The pixels of a region, of which what lies outside the picture is its mirror image.
+struct StageImages {
+  pixels::Region region;
+  shrink::plain::Image noisy, guide, result;
+
+  StageImages(const pixels::Region& r, const TileBuffers& b)
+      : region(r), noisy(imageIn(b.reduced)), guide(imageIn(b.prediction)), result(imageIn(b.differences)) {}
+
+ private:
+  shrink::plain::Image imageIn(float* memory) const { return {memory, region.x1 - region.x0, region.y1 - region.y0}; }
+};
+
+template <typename Sample>
+void fillImages(const Tile& t, float* tile, const StageImages& images) {
+  const pixels::Region& r = images.region;
+  for (int row = 0; row < images.guide.height; ++row) {
+    for (int column = 0; column < images.guide.width; ++column) {
+      const int x = pixels::mirrored(r.x0 + column, t.x.readEnd), y = pixels::mirrored(r.y0 + row, t.y.readEnd);
+      put(guideValue(t, tile, x, y, 0), guideValue(t, tile, x, y, 1), guideValue(t, tile, x, y, 2),
+          images.guide.at(column, row));
+      const pixels::Ycc noisy = pixels::toYcc(loadWorking<Sample>(t.in, x, y, t.scale));
+      put(noisy.y, noisy.bMinusY, noisy.rMinusY, images.noisy.at(column, row));
+    }
+  }
+}
+
+template <typename Sample>
+void writeImage(const Tile& t, const shrink::plain::Image& image, const pixels::Region& region) {
+  const pixels::Region written = t.written();
+  for (int y = written.y0; y < written.y1; ++y) {
+    for (int x = written.x0; x < written.x1; ++x) {
+      const float* p = image.at(x - region.x0, y - region.y0);
+      const pixels::Rgb rgb = pixels::toRgb({p[0], p[1], p[2]});
+      writePixel<Sample>(t, x, y, {rgb.r * t.scale.toBlend, rgb.g * t.scale.toBlend, rgb.b * t.scale.toBlend});
+    }
+  }
+}
+
+template <typename Sample>
+void finishWithStages(const Tile& t, const TileBuffers& b) {
+  const pixels::Region w = t.written();
+  const shrink::Cover x = shrink::Cover::of(w.x0, w.x1), y = shrink::Cover::of(w.y0, w.y1);
+  const bool shrinks = t.settings.shrink.isOnForAny();
+  const StageImages images(shrinks ? pixels::Region{x.start, x.end, y.start, y.end} : w, b);
+  blendGuide<Sample>(t, b.pyramid);
+  fillImages<Sample>(t, b.pyramid, images);
+  if (shrinks) shrink::plain::shrink(images.noisy, images.guide, shrink::Rule(t.settings.shrink), images.result);
+  writeImage<Sample>(t, shrinks ? images.result : images.guide, images.region);
+}
+
+// ----
+
 TileBuffers buffersOf(float* slice, const Tile& t) {
   const std::uint64_t pyramid = kChannels * pyramidPixels(kCoarseLevels, t.x.tileSize, t.y.tileSize);
   float* const differences = slice + pyramid;
@@ -95,13 +198,9 @@ TileBuffers buffersOf(float* slice, const Tile& t) {
 template <typename Sample>
 bool processSamples(const Tile& t, float* memory) {
   const TileBuffers buffers = buffersOf(memory, t);
-  std::memset(buffers.pyramid, 0,
-              static_cast<std::size_t>(pixels::levelSamples(t.x.tileSize, t.y.tileSize)) * sizeof(float));
   if (!fill<Sample>(t, buffers.pyramid)) return false;
-  const pixels::Rectangle mainArea = {t.x.tileMainStart, t.x.tileMainStart + t.x.mainSize, t.y.tileMainStart,
-                                      t.y.tileMainStart + t.y.mainSize};
-  filterTilePlainly(t.x.tileSize, t.y.tileSize, mainArea, buffers, t.settings);
-  finish<Sample>(t, buffers.pyramid);
+  filterTilePlainly(t.x.tileSize, t.y.tileSize, t.filteredArea(), buffers, t.settings);
+  t.settings.haveGuide() ? finishWithStages<Sample>(t, buffers) : finish<Sample>(t, buffers.pyramid);
   return true;
 }
 

@@ -1,6 +1,7 @@
 // A tile in vectors, compiled once for every instruction set. The pyramid is planar: each level is three planes of
 // padded rows. Rebuilding a level needs no stored difference, and only the pixels that the tile's main region comes
 // from are rebuilt.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -17,6 +18,7 @@
 #include "filters/level_stream-inl.h"
 #include "pixels/samples-inl.h"
 #include "pyramid/reconstruct_row-inl.h"
+#include "tiled/stages-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace veskaro::tiled::HWY_NAMESPACE {
@@ -34,6 +36,7 @@ using simd::RowsOf;
 #if VESKARO_HAS_VECTORS
 using blend::HWY_NAMESPACE::mixPixels;
 using filters::HWY_NAMESPACE::LevelStream;
+using filters::HWY_NAMESPACE::PatchDistances;
 using pyramid::HWY_NAMESPACE::GuideRing;
 using pyramid::HWY_NAMESPACE::Rebuild;
 using pyramid::HWY_NAMESPACE::reconstructRow;
@@ -75,23 +78,29 @@ void zeroColumns(const Rows& row, int xStart, int xEnd) {
     std::memset(plane + xStart, 0, sizeof(float) * static_cast<std::size_t>(xEnd - xStart));
 }
 
-// The read region of the picture lands in the tile, zeros around it. False when a sample is infinite or not a number.
+// The read region of the picture lands in the tile, around it zeros or its mirror image. False when a sample is
+// infinite or not a number.
 template <typename Sample>
 bool fill(const Tile& t, const TileMemory& m) {
   const PlanarLevel& tile = m.level[0];
   const int pixels = t.x.readEnd - t.x.readStart;
   const RowsOf<Sample> samples = m.sampleRow<Sample>();
+  const bool mirrors = t.settings.mirrorEdges();
   for (int r = 0; r < tile.h; ++r) {
     const Rows row = tile.image.row(r);
-    const int y = t.y.readStart + r - t.y.tileStart;
-    if (y < t.y.readStart || y >= t.y.readEnd) {
+    const int own = t.y.readStart + r - t.y.tileStart, y = pixels::mirrored(own, t.y.readEnd);
+    if (y != own && !mirrors) {
       zeroColumns(row, 0, tile.w);
       continue;
     }
     loadRow(t.in, t.x.readStart, y, pixels, samples);
     if (!toWorkingRow(samples, pixels, t.scale, row + t.x.tileStart)) return false;
-    zeroColumns(row, 0, t.x.tileStart);
-    zeroColumns(row, t.x.tileStart + pixels, tile.w);
+    if (mirrors) {
+      mirrorColumns({row, -t.xInTile(0)}, -t.x.tileStart, t.x.tileSize - t.xInTile(0), t.x.readEnd);
+    } else {
+      zeroColumns(row, 0, t.x.tileStart);
+      zeroColumns(row, t.x.tileStart + pixels, tile.w);
+    }
   }
   return true;
 }
@@ -99,7 +108,11 @@ bool fill(const Tile& t, const TileMemory& m) {
 void filterLevel(const PlanarLevel& level, const Rectangle& area, const params::NoiseSettings& noise,
                  const params::SharpenSettings& sharpening, Arena scratch) {
   if (area.isEmpty()) return;
-  LevelStream<PlanarImage>(&scratch, area).run(level.image, noise, sharpening, {});
+  if (noise.patch > 0.0f) {
+    LevelStream<PlanarImage, PatchDistances>(&scratch, area).run(level.image, noise, sharpening, {});
+  } else {
+    LevelStream<PlanarImage>(&scratch, area).run(level.image, noise, sharpening, {});
+  }
 }
 
 void lift(const PlanarLevel& fine, const PlanarLevel& coarse) {
@@ -185,23 +198,27 @@ void finish(const Tile& t, const TileMemory& m) {
 }
 
 template <typename Sample>
+void finish(const Tile& t, const TileMemory& m) {
+  if (t.settings.haveGuide()) {
+    return Stages<Sample>(t, m.level[0].image, m.sampleRow<Sample>(), m.scratch).run();
+  }
+  switch (t.scale.rounding) {
+    case Rounding::kTruncate:
+      return finish<Sample, Rounding::kTruncate>(t, m);
+    case Rounding::kNearest:
+      return finish<Sample, Rounding::kNearest>(t, m);
+    case Rounding::kNone:
+      if constexpr (sizeof(Sample) == sizeof(float)) finish<Sample, Rounding::kNone>(t, m);
+  }
+}
+
+template <typename Sample>
 bool processSamples(const Tile& t, float* memory) {
   Arena arena(memory);
   const TileMemory m(&arena, t.x.tileSize, t.y.tileSize, sizeof(Sample));
   if (!fill<Sample>(t, m)) return false;
-  filterPyramid(
-      m, {t.x.tileMainStart, t.x.tileMainStart + t.x.mainSize, t.y.tileMainStart, t.y.tileMainStart + t.y.mainSize},
-      t.settings);
-  switch (t.scale.rounding) {
-    case Rounding::kTruncate:
-      finish<Sample, Rounding::kTruncate>(t, m);
-      break;
-    case Rounding::kNearest:
-      finish<Sample, Rounding::kNearest>(t, m);
-      break;
-    case Rounding::kNone:
-      if constexpr (sizeof(Sample) == sizeof(float)) finish<Sample, Rounding::kNone>(t, m);
-  }
+  filterPyramid(m, t.filteredArea(), t.settings);
+  finish<Sample>(t, m);
   return true;
 }
 
@@ -209,15 +226,22 @@ bool processTile(const Tile& t, float* memory) {
   return pixels::withSampleType(t.in.type, [&](auto sample) { return processSamples<decltype(sample)>(t, memory); });
 }
 
-std::uint64_t tileFloats(int w, int h, int sampleBytes) {
+// Floats that a tile takes with the scratch of one step.
+template <class Piece, class... Arguments>
+std::ptrdiff_t floatsWith(Arena scratch, const Arguments&... arguments) {
+  const Piece piece(&scratch, arguments...);
+  return scratch.needed();
+}
+
+std::uint64_t tileFloats(int w, int h, int sampleBytes, const params::TileSettings& s) {
   Arena arena(nullptr);
   const TileMemory m(&arena, w, h, sampleBytes);
-  Arena filterScratch = m.scratch;
-  const LevelStream<PlanarImage> stream(&filterScratch, {kReach, w - kReach, kReach, h - kReach});
-  Arena rebuildScratch = m.scratch;
-  const GuideRing guide(&rebuildScratch, w);
-  return static_cast<std::uint64_t>(filterScratch.needed() > rebuildScratch.needed() ? filterScratch.needed()
-                                                                                     : rebuildScratch.needed());
+  const Rectangle area = {kReach, w - kReach, kReach, h - kReach};
+  const bool isPatched = s.noise[0].patch > 0.0f;
+  return static_cast<std::uint64_t>(
+      std::max({floatsWith<LevelStream<PlanarImage>>(m.scratch, area), floatsWith<GuideRing>(m.scratch, w),
+                isPatched ? floatsWith<LevelStream<PlanarImage, PatchDistances>>(m.scratch, area) : 0,
+                s.haveGuide() ? floatsWith<StageMemory>(m.scratch) : 0}));
 }
 
 #else
@@ -225,7 +249,7 @@ std::uint64_t tileFloats(int w, int h, int sampleBytes) {
 bool processTile(const Tile&, float*) {
   return false;
 }
-std::uint64_t tileFloats(int, int, int) {
+std::uint64_t tileFloats(int, int, int, const params::TileSettings&) {
   return 0;
 }
 
@@ -244,9 +268,9 @@ bool processInVectors(const Tile& tile, float* memory) {
 }
 }  // namespace
 
-Engine vectorEngine(const TileGrid& grid, pixels::SampleType type) {
+Engine vectorEngine(const TileGrid& grid, const params::TileSettings& settings, pixels::SampleType type) {
   const std::uint64_t floats = HWY_DYNAMIC_DISPATCH(tileFloats)(
-      static_cast<int>(grid.x.largest), static_cast<int>(grid.y.largest), pixels::sampleBytes(type));
+      static_cast<int>(grid.x.largest), static_cast<int>(grid.y.largest), pixels::sampleBytes(type), settings);
   return {floats > 0 ? processInVectors : nullptr, floats};
 }
 

@@ -70,6 +70,8 @@ void expectDenoise2InPieces(unsigned seed) {
   const vnr_settings settings = classicFor(noiseOf(in), strength, tile);
   EXPECT_TRUE(sameBits(params, std::vector<float>(settings.params, settings.params + NR_PARAM_COUNT)));
   EXPECT_TRUE(sameBits(expected, filteredInPieces(random, samples, in, settings)));
+  const vnr_settings staged = withStages(settings, seed);
+  EXPECT_TRUE(sameBits(filtered(samples, in, staged), filteredInPieces(random, samples, in, staged))) << "with stages";
 }
 
 TEST(Filter, IsDenoise2InAnyPieces) {
@@ -122,14 +124,18 @@ TEST(Filter, GreyIsGreenOfThreeAlike) {
   auto samples = sceneOf<std::uint8_t>(kWidth, kHeight, 6);
   for (std::size_t i = 0; i < samples.size(); ++i) samples[i] = samples[i - i % 3];
   const vnr_picture colour = viewOf(samples, kWidth, kHeight);
-  const vnr_settings settings = classicFor(noiseOf(colour), 1.0f, kTile);
-  const auto expected = filtered(samples, colour, settings);
-  std::vector<std::uint8_t> result(samples.size(), 3);
-  vnr_picture grey = colour, out = viewOf(result, kWidth, kHeight);
-  grey.channels = out.channels = 1;
-  ASSERT_EQ(vnr_denoise(&grey, &out, &settings, nullptr), VNR_OK);
+  const vnr_settings classic = classicFor(noiseOf(colour), 1.0f, kTile);
+  vnr_picture grey = colour;
+  grey.channels = 1;
   EXPECT_EQ(noiseOf(grey).level, noiseOf(colour).level);
-  for (std::size_t i = 0; i < result.size(); ++i) ASSERT_EQ(result[i], i % 3 == 0 ? expected[i + 1] : 3) << i;
+  for (const vnr_settings& settings : {classic, withStages(classic, 3)}) {
+    const auto expected = filtered(samples, colour, settings);
+    std::vector<std::uint8_t> result(samples.size(), 3);
+    vnr_picture out = viewOf(result, kWidth, kHeight);
+    out.channels = 1;
+    ASSERT_EQ(vnr_denoise(&grey, &out, &settings, nullptr), VNR_OK);
+    for (std::size_t i = 0; i < result.size(); ++i) ASSERT_EQ(result[i], i % 3 == 0 ? expected[i + 1] : 3) << i;
+  }
 }
 
 // Working values are whole for 8 bits and quarters for 10, on every type's scale.
@@ -192,10 +198,12 @@ TEST(Filter, LinearHasNoScaleOfItsOwn) {
 }
 
 template <typename Sample>
-void expectSameOnEveryTarget(const vnr_picture& in, const std::vector<Sample>& samples, const vnr_settings& settings) {
-  SCOPED_TRACE(testing::Message() << "type " << in.type << ", rounding " << settings.rounding);
-  const auto expected = onPlainTarget([&] { return filtered(samples, in, settings); });
-  forEachTarget([&](const char*) { EXPECT_TRUE(sameBits(expected, filtered(samples, in, settings))); });
+void expectSameOnEveryTarget(const vnr_picture& in, const std::vector<Sample>& samples, const vnr_settings& filters) {
+  SCOPED_TRACE(testing::Message() << "type " << in.type << ", rounding " << filters.rounding);
+  for (const vnr_settings& settings : {filters, withStages(filters, 5), withStages(filters, 6)}) {
+    const auto expected = onPlainTarget([&] { return filtered(samples, in, settings); });
+    forEachTarget([&](const char*) { EXPECT_TRUE(sameBits(expected, filtered(samples, in, settings))); });
+  }
 }
 
 TEST(Filter, IsTheSameOnEveryTarget) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <veskaronr.h>
 
+#include <random>
 #include <type_traits>
 #include <vector>
 
@@ -40,6 +41,24 @@ inline vnr_settings classicFor(const vnr_noise& noise, float strength, int tile,
   EXPECT_EQ(vnr_settings_classic(&noise, strength, &settings), VNR_OK);
   settings.tile = tile;
   settings.rounding = rounding;
+  return settings;
+}
+
+// The same with stages beyond denoise2's filters, strong enough to show in every byte; by the seed some are off.
+inline vnr_settings withStages(vnr_settings settings, unsigned seed) {
+  std::mt19937 random(seed);
+  const auto upTo = [&random](float most) {
+    return random() % 4 == 0 ? 0.0f : most * static_cast<float>(random() % 1000 + 1) / 1000.0f;
+  };
+  settings.patch = upTo(1.0f);
+  settings.dots_luma = upTo(30.0f);
+  settings.dots_chroma = upTo(30.0f);
+  settings.shrink_luma = upTo(1.5f);
+  settings.shrink_chroma = upTo(1.5f);
+  for (int k = 0; k < 8; ++k) settings.residual_luma[k] = upTo(1.0f), settings.residual_chroma[k] = upTo(1.1f);
+  for (auto& channel : settings.spectrum) {
+    for (float& power : channel) power = upTo(400.0f);
+  }
   return settings;
 }
 

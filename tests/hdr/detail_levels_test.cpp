@@ -2,14 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 namespace veskaro::hdr {
 namespace {
 
 TEST(DetailLevels, Coefficients) {
-  const float coefficients[] = {0.800199986f, 0.272572994f, 0.119286671f, 0.0594337173f, 0.0321716294f};
-  for (int level = 0; level < kDetailLevels; ++level) EXPECT_EQ(noiseCoefficient(level), coefficients[level]);
+  for (int level = 0; level < kDetailLevels; ++level) {
+    const double exact = 0.8002 * std::exp(2.6 - 2.6 * std::sqrt(level + 1.0));
+    EXPECT_FLOAT_EQ(noiseCoefficient(level), static_cast<float>(exact));
+  }
 }
 
 TEST(DetailLevels, SoftThreshold) {

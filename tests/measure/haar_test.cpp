@@ -62,6 +62,28 @@ TEST(Haar, ReadsKnownNoise) {
   EXPECT_EQ(white.grain, VNR_GRAIN_MEASURED);
 }
 
+double meanPower(const float (&spectrum)[64]) {
+  double sum = 0.0;
+  for (const float power : spectrum) sum += static_cast<double>(power);
+  return sum / 64.0;
+}
+
+// Of black: noise that is the same everywhere is stronger by what the model takes off mid grey. Where all blocks are
+// alike, the smoothest read up to a quarter too little. Smoothed noise has the same power at other frequencies.
+TEST(Spectrum, ReadsKnownNoise) {
+  const double black = 0.87 * 36.0 / (0.85 * 0.85);
+  const vnr_noise white = measured(noisy(512, 512, 3, 0).picture()), grey = measured(noisy(512, 512, 1, 0).picture()),
+                  smoothed = measured(noisy(512, 512, 3, 1).picture());
+  EXPECT_NEAR(meanPower(white.spectrum[0]) / black, 0.447, 0.06);
+  EXPECT_NEAR(meanPower(white.spectrum[1]) / black, 1.22, 0.15);
+  EXPECT_NEAR(meanPower(white.spectrum[2]) / black, 0.85, 0.1);
+  EXPECT_NEAR(meanPower(smoothed.spectrum[0]) / black, 0.447, 0.09);
+  EXPECT_NEAR(meanPower(grey.spectrum[0]) / black, 1.0, 0.12);
+  EXPECT_LT(white.spectrum[0][9], 2.0f * white.spectrum[0][63]);
+  EXPECT_GT(smoothed.spectrum[0][9], 100.0f * smoothed.spectrum[0][63]);
+  for (const float power : grey.spectrum[1]) EXPECT_EQ(power, 0.0f);
+}
+
 // Grey texture everywhere but in the black corner, where pixels are clipped.
 TEST(Haar, DarkBlocksTellTextureFromNoise) {
   Samples s = noisy(512, 512, 3, 0);

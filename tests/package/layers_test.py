@@ -16,9 +16,11 @@ LIBRARY = {  # folder of src/: what it may include beside itself
     "filters": STAGE,
     "pyramid": STAGE,
     "blend": STAGE,
+    "dots": STAGE,
+    "shrink": STAGE,
     "params": BASE | PUBLIC | {"pixels"},
     "measure": BASE | {"pixels"},
-    "tiled": STAGE | {"filters", "pyramid", "blend"},
+    "tiled": STAGE | {"filters", "pyramid", "blend", "dots", "shrink"},
     "hdr": BASE | PUBLIC | {"pixels"},
 }
 LIBRARY["api"] = PUBLIC.union(LIBRARY)

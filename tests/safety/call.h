@@ -89,7 +89,9 @@ class Call {
     Choices contents = c.contents();
     for (std::size_t k = 0; k < size; k += 4) {
       const int word = contents.number(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
-      std::memcpy(b + k, &word, std::min<std::size_t>(4, size - k));
+      for (std::size_t n = 0; n < std::min<std::size_t>(4, size - k); ++n) {
+        b[k + n] = static_cast<unsigned char>(static_cast<unsigned>(word) >> 8 * n);
+      }
     }
     return b;
   }
@@ -113,7 +115,19 @@ class Call {
     return values;
   }
 
-  int* ints(std::size_t count) { return reinterpret_cast<int*>(add(count * sizeof(int))); }
+  int* ints(std::size_t count) {
+    auto* values = reinterpret_cast<int*>(add(count * sizeof(int)));
+    buffers_.back().isInt = true;
+    return values;
+  }
+
+  // Between the order of bytes that the generator writes and the machine's, so that samples have the same values on
+  // all.
+  static void turnSamples(unsigned char* samples, std::size_t bytes, int sampleBytes) {
+    if (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) return;
+    for (std::size_t k = 0; k + sampleBytes <= bytes; k += sampleBytes)
+      std::reverse(samples + k, samples + k + sampleBytes);
+  }
 
   // The buffer made last: what it holds afterwards is nobody's, or as before.
   template <typename T>
@@ -176,19 +190,25 @@ class Call {
   struct Buffer {
     Buffer(std::size_t size, Against edge) : bytes(size, edge) {}
     Guarded<unsigned char> bytes;
-    bool isFloat = false, isScratch = false, isInput = false;
+    bool isFloat = false, isInt = false, isScratch = false, isInput = false;
   };
 
   unsigned char* add(std::size_t size) {
     return buffers_.emplace_back(size, c.oneIn(2) ? Against::kStart : Against::kEnd).bytes.data();
   }
+  template <typename T>
+  static void addValues(Buffer& b, Digest* digest) {
+    const auto* values = reinterpret_cast<const T*>(b.bytes.data());
+    digest->add(std::vector<T>(values, values + b.bytes.size() / sizeof(T)));
+  }
   Digest contents() {
     Digest digest;
     for (Buffer& b : buffers_) {
-      if (b.isScratch) continue;
+      if (b.isScratch || b.isInput) continue;
       if (b.isFloat) {
-        const auto* values = reinterpret_cast<const float*>(b.bytes.data());
-        digest.add(std::vector<float>(values, values + b.bytes.size() / sizeof(float)));
+        addValues<float>(b, &digest);
+      } else if (b.isInt) {
+        addValues<int>(b, &digest);
       } else {
         digest.add(b.bytes.copy());
       }

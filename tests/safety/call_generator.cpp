@@ -100,6 +100,7 @@ void callDenoise2(Call& call) {
       known && w >= 1 && h >= 1 && rowsFit && threads >= 1 && tile >= (threads == 1 ? 48 : 56) && !nothing;
   const int expected = !right ? NR_ERROR_ARGUMENT : tooMuch ? NR_ERROR_MEMORY : NR_OK;
 
+  for (unsigned char* samples : {in, out}) Call::turnSamples(samples, p.extent(), p.sampleBytes);
   const std::vector<unsigned char> outBefore(out, out + p.extent());
   const auto run = [&] {
     return denoise2(w, h, samples, stride, bits, tile, threads, refuse == 7 ? nullptr : params, work,
@@ -114,6 +115,7 @@ void callDenoise2(Call& call) {
   for (std::size_t k = 0; k < p.extent(); ++k) {
     if (!p.isSample(k)) call.expect(out[k] == outBefore[k], "denoise2: wrote between the rows");
   }
+  Call::turnSamples(out, p.extent(), p.sampleBytes);
 }
 
 void callGeometry(Call& call) {
@@ -207,18 +209,21 @@ void callPixelHelpers(Call& call) {
   constexpr int kRow = 15, kCentre = 2 * kRow + 6;
   call.tuning();
   const bool extreme = c.oneIn(2);
-  const auto v = [&] { return call.value(extreme); };
-  const auto at = [&] { return 3 * c.number(0, 24); };
+  // Drawn before the calls: in which order arguments are evaluated differs between compilers.
+  float v[11];
+  int at[8];
+  for (float& value : v) value = call.value(extreme);
+  for (int& offset : at) offset = 3 * c.number(0, 24);
   float *window = call.image(5, 5), *other = call.image(5, 5), *sums = call.floats(4), *out = call.floats(3);
-  reconDistanceSimilarity(v(), v(), v(), v(), v(), v());
-  getDistance(at(), at(), window);
-  NRgetSimilarity(v(), v(), v(), v(), v(), v(), sums, sums + 3, at(), window, other, v());
-  sharpSimilarityFromSimPixel(v(), v(), v(), v(), sums, sums + 3, at(), at(), window, v(), v(), v(), v());
-  noiseTransferFunction(v(), v(), v(), v(), v(), out, out + 1);
-  edgeSmoothCompareOpposingPoints(at(), at(), at(), at(), at(), at(), v(), window);
-  edgeSmoothInverseSimSum(3, kRow, window, v(), kCentre, v());
-  RGBtoYCbCr(v(), v(), v(), out, out + 1, out + 2);
-  YCbCrToRGB(out, out + 1, out + 2, v(), v(), v());
+  reconDistanceSimilarity(v[0], v[1], v[2], v[3], v[4], v[5]);
+  getDistance(at[0], at[1], window);
+  NRgetSimilarity(v[0], v[1], v[2], v[3], v[4], v[5], sums, sums + 3, at[0], window, other, v[6]);
+  sharpSimilarityFromSimPixel(v[2], v[3], v[4], v[5], sums, sums + 3, at[0], at[1], window, v[6], v[7], v[8], v[9]);
+  noiseTransferFunction(v[0], v[1], v[2], v[7], v[8], out, out + 1);
+  edgeSmoothCompareOpposingPoints(at[2], at[3], at[4], at[5], at[6], at[7], v[9], window);
+  edgeSmoothInverseSimSum(3, kRow, window, v[9], kCentre, v[10]);
+  RGBtoYCbCr(v[0], v[1], v[2], out, out + 1, out + 2);
+  YCbCrToRGB(out, out + 1, out + 2, v[3], v[4], v[5]);
   call.expect(rgb2ybr(out, sums) == 1 && ybr2rgb(sums, out) == 1, "rgb2ybr, ybr2rgb: result");
 }
 

@@ -2,18 +2,16 @@
 // gives the host's back.
 #include <fenv.h>
 #include <gtest/gtest.h>
-#include <xmmintrin.h>
 
 #include <array>
 #include <vector>
 
 #include "platform/team.h"
 #include "safety/call_generator.h"
+#include "support/fp_control.h"
 
 namespace veskaro::test {
 namespace {
-
-constexpr unsigned kFlushed = 0x8040;  // to zero: results and operands that are denormal
 
 struct Variant {
   int rounding = FE_TONEAREST;
@@ -21,10 +19,8 @@ struct Variant {
   int traps = 0;
 
   void set() const {
-    fedisableexcept(FE_ALL_EXCEPT);
     fesetround(rounding);
-    _mm_setcsr((_mm_getcsr() & ~kFlushed) | flushed);
-    feenableexcept(traps);
+    setFpControl(((fpControl() | trapsMasked(FE_ALL_EXCEPT)) & ~kFlushed & ~trapsMasked(traps)) | flushed);
   }
   // Threads have one each: those of the library keep what their creator had.
   void setInTeam() const {
@@ -39,14 +35,13 @@ class UnusualEnvironment : public Surroundings {
   explicit UnusualEnvironment(const Variant& variant) : variant_(variant) {}
   void enter() override {
     variant_.set();
-    before_ = _mm_getcsr();
+    before_ = fpControl();
   }
   void leave() override {
-    constexpr unsigned kFlags = 0x3f;
-    const unsigned after = _mm_getcsr();
+    const unsigned after = fpControl();
     const int rounding = fegetround();
     Variant().set();
-    EXPECT_EQ(after & ~kFlags, before_ & ~kFlags) << "not given back";
+    EXPECT_EQ(after & ~kFpFlags, before_ & ~kFpFlags) << "not given back";
     EXPECT_EQ(rounding, variant_.rounding);
   }
 

@@ -7,7 +7,6 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xmmintrin.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +17,7 @@
 #include <vector>
 
 #include "command/selftest.h"
+#include "support/fp_control.h"
 
 namespace veskaro::test {
 namespace {
@@ -84,9 +84,8 @@ int scenarioDigest() {
 
 // The library's own threads begin in the host's floating-point environment.
 int scenarioEnvironment() {
-  constexpr unsigned kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040;
   fesetround(FE_UPWARD);
-  _mm_setcsr(_mm_getcsr() | kFlushToZero | kDenormalsAreZero);
+  setFpControl(fpControl() | kFlushed);
   return scenarioDigest();
 }
 

@@ -75,8 +75,9 @@ struct Memory {
 
 vnr_picture randomFormat(Call& call) {
   Choices& c = call.c;
-  vnr_picture p = vnr_interleaved(c.number(1, 3), call.side() + (c.oneIn(2) ? 90 : 0),
-                                  call.side() + (c.oneIn(2) ? 70 : 0), c.oneIn(4) ? 1 : 3, nullptr, 0);
+  const int type = c.number(1, 3), width = call.side(), height = call.side();
+  const int wider = c.oneIn(2) ? 90 : 0, higher = c.oneIn(2) ? 70 : 0;
+  vnr_picture p = vnr_interleaved(type, width + wider, height + higher, c.oneIn(4) ? 1 : 3, nullptr, 0);
   const bool isFloat = p.type == VNR_FLOAT32;
   if (isFloat && c.oneIn(3)) p.encoding = VNR_LINEAR;
   if (c.oneIn(3)) p.white = isFloat ? c.real(0.1f, 300.0f) : std::ldexp(1.0f, c.number(1, p.type == 1 ? 8 : 16)) - 1.0f;
@@ -122,7 +123,8 @@ bool paint(Call& call, const Memory& m) {
   });
   if (p.type != VNR_FLOAT32 || !c.oneIn(8)) return true;
   static constexpr float kNone[] = {kNaN, kInf, -kInf};
-  m.set(c.number(0, p.channels - 1), c.number(0, p.width - 1), c.number(0, p.height - 1), kNone[c.number(0, 2)]);
+  const int channel = c.number(0, p.channels - 1), x = c.number(0, p.width - 1), y = c.number(0, p.height - 1);
+  m.set(channel, x, y, kNone[c.number(0, 2)]);
   return false;
 }
 
@@ -255,9 +257,7 @@ vnr_noise measured(Call& call, const vnr_picture& p, bool numbers) {
   const int code = ask(call, [&] { return vnr_measure(&p, nullptr, &noise); });
   call.expectCode(code, {VNR_OK, numbers ? VNR_OK : VNR_ERROR_SAMPLES}, "measure: result");
   const vnr_noise other = measuredInPieces(call, p, numbers);
-  const bool same = noise.reason == other.reason && noise.level == other.level && noise.statistic == other.statistic &&
-                    noise.linear_scale == other.linear_scale && noise.blocks_seen == other.blocks_seen &&
-                    noise.blocks_usable == other.blocks_usable && noise.blocks == other.blocks;
+  const bool same = std::memcmp(&noise, &other, sizeof noise) == 0;
   call.expect(same || !numbers, "measuring: the cutting shows");
   call.note(numbers ? noise.statistic : 0.0f);
   return noise;
@@ -269,7 +269,29 @@ bool isRight(const vnr_settings& s) {
   bool right =
       s.tile >= 56 && s.tile <= 32768 && s.rounding >= 0 && s.rounding <= VNR_ROUND_FINEST && s.linear_scale > 0.0f;
   for (const float v : s.params) right = right && std::isfinite(v);
-  return right && std::isfinite(s.recon_threshold) && std::isfinite(s.recon_rolloff) && std::isfinite(s.linear_scale);
+  const auto isPower = [](float v) { return std::isfinite(v) && v >= 0.0f; };
+  for (const float v : {s.dots_luma, s.dots_chroma, s.shrink_luma, s.shrink_chroma}) right = right && isPower(v);
+  for (const auto& channel : s.spectrum) right = right && std::all_of(channel, channel + 64, isPower);
+  for (int k = 0; k < 8; ++k) {
+    right = right && std::isfinite(s.residual_luma[k]) && std::isfinite(s.residual_chroma[k]);
+  }
+  return right && s.patch >= 0.0f && s.patch <= 1.0f && std::isfinite(s.recon_threshold) &&
+         std::isfinite(s.recon_rolloff) && std::isfinite(s.linear_scale);
+}
+
+// Stages beyond denoise2's filters, each there or not.
+void addStages(Call& call, vnr_settings* s) {
+  Choices& c = call.c;
+  const bool isExtreme = c.oneIn(6);
+  const auto maybe = [&](float most) { return c.oneIn(2) ? 0.0f : isExtreme ? call.value(true) : c.real(0.0f, most); };
+  s->patch = maybe(1.0f);
+  s->dots_luma = maybe(30.0f), s->dots_chroma = maybe(30.0f);
+  s->shrink_luma = maybe(2.0f), s->shrink_chroma = maybe(2.0f);
+  for (int k = 0; k < 8; ++k) s->residual_luma[k] = maybe(1.0f), s->residual_chroma[k] = maybe(1.0f);
+  Choices contents = c.contents();
+  for (auto& channel : s->spectrum) {
+    for (float& power : channel) power = contents.oneIn(isExtreme ? 9 : 1000) ? 1e30f : contents.real(0.0f, 200.0f);
+  }
 }
 
 vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
@@ -280,6 +302,12 @@ vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
   const float strength = c.real(0.4f, 1.6f);
   const int code = ask(call, [&] { return vnr_settings_classic(isKnown ? &noise : nullptr, strength, &s); });
   call.expect(code == VNR_OK && isRight(s), "settings_classic: result");
+  for (const auto settingsOf : {vnr_settings_fast, vnr_settings_best}) {
+    vnr_settings measuredOnes = {};
+    measuredOnes.struct_size = sizeof s;
+    if (ask(call, [&] { return settingsOf(&noise, strength, &measuredOnes); }) != VNR_OK) continue;
+    for (const float v : measuredOnes.params) call.note(v);
+  }
   vnr_noise none = noise;
   vnr_settings unchanged = s;
   (c.oneIn(2) ? none.level : none.linear_scale) = c.oneIn(2) ? kNaN : kInf;
@@ -287,6 +315,7 @@ vnr_settings randomSettings(Call& call, const vnr_noise& noise) {
   call.expect(refused == VNR_ERROR_SETTINGS && unchanged.tile == s.tile, "settings_classic: refusal");
   s.tile = c.oneIn(12) ? extremeInt(c) : c.number(56, 150);
   s.rounding = c.oneIn(12) ? c.number(-1, 6) : c.number(0, 2);
+  if (c.oneIn(2)) addStages(call, &s);
   if (!c.oneIn(3)) return s;
   for (int k = c.number(1, 6); k > 0; --k) s.params[c.number(0, NR_PARAM_COUNT - 1)] = call.value(true);
   for (float* v : {&s.recon_threshold, &s.recon_rolloff, &s.linear_scale}) {

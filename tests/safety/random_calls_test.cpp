@@ -31,7 +31,7 @@ void nameCall(int signal) {
 }
 
 TEST(RandomCalls, HarmNothing) {
-  for (const int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, nameCall);
+  for (const int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, nameCall);
   const std::uint64_t calls = fromEnvironment("VESKARO_CALLS", 20000);
   const std::uint64_t first = fromEnvironment("VESKARO_SEED", 1);
   int failures = 0;

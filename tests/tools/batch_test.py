@@ -43,7 +43,7 @@ class Names(ToolTest):
             file.write(self.source.read_bytes())
         said = subprocess.run([str(BUILD / "veskaro-nr"), raw, "--json"], capture_output=True)
         self.assertEqual(said.returncode, 0)
-        self.assertIn("bad\ufffd.png", json.loads(said.stdout)["input"])
+        self.assertEqual(os.fsencode(json.loads(said.stdout)["input"]), raw)
 
     def test_folders_keep_their_tree(self):
         tree = self.folder / "in"
@@ -155,7 +155,7 @@ class Batches(ToolTest):
             self.assertIn(run.returncode, (0, 1, -signal.SIGINT))
             self.assertLessEqual(set(self.names()), {"big.tif", "out.tif", "big-x.tif"})
         self.assertRegex(said, r"veskaro-nr: interrupted after \d+ % of big\.tif\n")
-        self.assertRegex(said, r"veskaro-nr: interrupted after 0 of 3 pictures\n")
+        self.assertRegex(said, r"veskaro-nr: interrupted after [0-2] of 3 pictures\n")
 
     def test_streams(self):
         source = save(noisy(64, 80), self.folder / "in.png")
@@ -225,7 +225,7 @@ class Words(ToolTest):
         self.assertEqual([row.rpartition("/")[2] for row in rows[2:]], ["2.png", "9.png", "30.png"])
         done = command("profile", *names, self.folder / "bad.png", "--sort", "noise", "--reverse", "--json")
         self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1))
-        levels = [json.loads(line)["noise_level"] for line in done.stdout.splitlines()]
+        levels = [json.loads(line)["noise_level"] for line in done.stdout.splitlines() if "error" not in line]
         self.assertEqual(levels, sorted(levels, reverse=True))
         # The level is the one that denoising works with.
         told = json.loads(self.denoise(names[1], self.folder / "o.png", "--json"))

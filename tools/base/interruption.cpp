@@ -3,113 +3,110 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <climits>
-#include <csignal>
 #include <cstdlib>
-#include <cstring>
+#include <mutex>
+#include <set>
+#include <thread>
 
 namespace tool {
 namespace {
 
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+constexpr timespec kPatience = {2, 0};
 
-// A text that a signal handler may read at any time: the next one is written beside it, and then takes its place.
-class Note {
- public:
-  void set(const std::string& text) {
-    char* const next = current_ == texts_[0] ? texts_[1] : texts_[0];
-    next[text.copy(next, kMost)] = '\0';
-    current_ = next;
-  }
-  const char* text() const { return current_; }
+std::int32_t raised = 0;  // the signal that came
+std::atomic<int> stoppingInOrder{0};
 
- private:
-  static constexpr std::size_t kMost = PATH_MAX + 100;
-  char texts_[2][kMost + 1] = {};
-  std::atomic<const char*> current_{texts_[0]};
+// Never destroyed: a signal may come while the process ends by itself.
+struct Notes {
+  std::shared_mutex ending;  // held by whoever ends the process, and shared by those who must not be cut short
+  std::mutex mutex;          // of the rest
+  std::set<std::string> unfinished;
+  std::string lastWords;
 };
 
-Note unfinished, lastWords;
-std::atomic<bool> cancellable{false};
-std::int32_t raised = 0;  // the signal that came
-
-std::int32_t raisedSignal() {
-  return __atomic_load_n(&raised, __ATOMIC_RELAXED);
+Notes& notes() {
+  static Notes* const all = new Notes;
+  return *all;
 }
 
-void sayLastWords() {
-  const char* const text = lastWords.text();
-  // There is nothing to be done when nobody listens.
-  if (write(STDERR_FILENO, text, std::strlen(text)) < 0) return;
-}
-
-// Also from a handler, where the signal comes into force on return.
-void endBy(int signal) {
-  if (unfinished.text()[0] != '\0') unlink(unfinished.text());
-  if (signal != SIGPIPE) sayLastWords();
-  std::signal(signal, SIG_DFL);
-  raise(signal);
-}
-
-void onSignal(int signal) {
-  if (cancellable && signal != SIGPIPE && raisedSignal() == 0) {
-    __atomic_store_n(&raised, signal, __ATOMIC_RELAXED);
-  } else {
-    endBy(signal);
-  }
-}
-
-sigset_t endingSignals() {
+sigset_t setOf(std::initializer_list<int> signals) {
   sigset_t set;
   sigemptyset(&set);
-  for (int signal : kEndingSignals) sigaddset(&set, signal);
+  for (int signal : signals) sigaddset(&set, signal);
   return set;
+}
+
+// Standard error may be closed, and there is nothing to be done then.
+void say(const std::string& words) {
+  if (write(STDERR_FILENO, words.data(), words.size()) < 0) return;
+}
+
+[[noreturn]] void endBy(int signal) {
+  notes().ending.lock();
+  notes().mutex.lock();
+  for (const std::string& name : notes().unfinished) unlink(name.c_str());
+  if (signal != SIGPIPE) say(notes().lastWords);
+  std::signal(signal, SIG_DFL);
+  const sigset_t set = setOf({signal});
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+  raise(signal);
+  std::abort();
+}
+
+void waitFor(sigset_t set) {
+  int signal = 0;
+  while (sigwait(&set, &signal) != 0) continue;
+  interruptBy(signal);
+  if (stoppingInOrder > 0) sigtimedwait(&set, nullptr, &kPatience);
+  endBy(signal);
 }
 
 }  // namespace
 
 void watchForSignals() {
-  struct sigaction action {};
-  action.sa_handler = onSignal;
-  for (int signal : kEndingSignals) sigaction(signal, &action, nullptr);
+  const sigset_t set = setOf({SIGINT, SIGTERM, SIGHUP});
+  pthread_sigmask(SIG_BLOCK, &set, nullptr);
+  // Where nobody reads any more writing fails, and whoever writes ends the work.
+  std::signal(SIGPIPE, SIG_IGN);
+  noteHowFar("before any picture was done", false);
+  std::thread(waitFor, set).detach();
 }
 
 void noteHowFar(const std::string& words, bool clearsLine) {
-  lastWords.set((clearsLine ? "\r\033[K" : "") + ("veskaro-nr: interrupted after " + words) + "\n");
+  const std::lock_guard<std::mutex> lock(notes().mutex);
+  notes().lastWords = (clearsLine ? "\r\033[K" : "") + ("veskaro-nr: interrupted " + words) + "\n";
 }
 
-void noteUnfinished(const std::string& name) {
-  unfinished.set(name);
+StopsInOrder::StopsInOrder() {
+  ++stoppingInOrder;
 }
 
-Cancellable::Cancellable() {
-  cancellable = true;
+StopsInOrder::~StopsInOrder() {
+  --stoppingInOrder;
 }
 
-Cancellable::~Cancellable() {
-  cancellable = false;
-}
-
-const std::int32_t* Cancellable::flag() const {
+const std::int32_t* interruptedBy() {
   return &raised;
 }
 
-void Cancellable::check() const {
-  if (raisedSignal() != 0) throw Interrupted{};
+void interruptBy(int signal) {
+  __atomic_store_n(&raised, signal, __ATOMIC_RELAXED);
 }
 
-SignalsBlocked::SignalsBlocked() {
-  const sigset_t set = endingSignals();
-  pthread_sigmask(SIG_BLOCK, &set, &before_);
+NotEnding::NotEnding() : lock_(notes().ending) {}
+
+void noteUnfinished(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(notes().mutex);
+  notes().unfinished.insert(name);
 }
 
-SignalsBlocked::~SignalsBlocked() {
-  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+void forgetUnfinished(const std::string& name) {
+  const std::lock_guard<std::mutex> lock(notes().mutex);
+  notes().unfinished.erase(name);
 }
 
 void endInterrupted() {
-  endBy(raisedSignal());
-  std::abort();
+  endBy(*interruptedBy());
 }
 
 }  // namespace tool

@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <thread>
 
 #include "base/failure.h"
+#include "base/machine.h"
 #include "tell/versions.h"
 
 namespace tool::command {
@@ -27,8 +27,34 @@ bool isFolder(const std::string& path) {
   return std::filesystem::is_directory(path, error);
 }
 
-int processors() {
-  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+// The options of denoising and of profile that say where names come from and how many pictures are at work.
+CLI::Option* addNames(CLI::App& app, find::Inputs& inputs, const char* help) {
+  return app.add_option("files", inputs.names, help)->type_name("FILE");
+}
+
+void addList(CLI::App& app, find::Inputs& inputs, const char* group) {
+  CLI::Option* list =
+      app.add_option("--files-from", inputs.list, "Names of pictures, a line each; - is standard input");
+  list->type_name("FILE")->group(group);
+  app.add_flag("--null", inputs.endsWithNul, "The names on that list end in NUL, as those of find -print0")
+      ->group(group)
+      ->needs(list);
+}
+
+void addLimits(CLI::App& app, run::Limits& limits, const char* group) {
+  const auto add = [&](const char* name, std::optional<int>& number, const char* help) {
+    app.add_option(name, number, help)->type_name("1..")->group(group)->check(CLI::Range(1, 1024));
+  };
+  add("--jobs", limits.jobs, "Pictures at once, at most [as many as threads]");
+  add("--threads", limits.threads, "Threads of all together [one a processor]");
+  app.add_option("--memory", limits.memory, "That pictures at once may take, as 4G or 500M [half of what is free]")
+      ->type_name("SIZE")
+      ->group(group)
+      ->transform(CLI::AsSizeValue(false));
+}
+
+void requireInputs(const find::Inputs& inputs, const CLI::Option* files) {
+  if (inputs.names.empty() && !inputs.list) throw UsageError{CLI::RequiredError(files->get_name()).what()};
 }
 
 std::string versionLine() {
@@ -53,10 +79,10 @@ class DenoiseOptions {
   explicit DenoiseOptions(CLI::App& app) : app_(app) {
     app.footer(kFooter);
     app.formatter(std::make_shared<DenoiseHelp>());
-    files_ = app.add_option("files", denoise_.inputs, "Pictures or folders of pictures; - is standard input or output")
-                 ->type_name("FILE");
+    files_ = addNames(app, denoise_.inputs, "Pictures or folders of pictures; - is standard input or output");
     addOutput();
     addControl();
+    addBatches();
     addShow();
     app.set_version_flag("--version", versionLine());
   }
@@ -65,7 +91,7 @@ class DenoiseOptions {
   void requireFiles() { files_->required(); }
 
   Denoise denoise() {
-    if (files_->count() == 0) throw UsageError{CLI::RequiredError(files_->get_name()).what()};
+    requireInputs(denoise_.inputs, files_);
     takeFormat();
     takeSettings();
     takeSecondAsOutput();
@@ -94,13 +120,31 @@ class DenoiseOptions {
   void addControl() {
     const char* group = "Control";
     run::Settings& settings = denoise_.settings;
-    settings.threads = processors();
-    add("--strength", settings.strength, "100 is nominal; best and fast take 60 at least", "50..150", group);
-    add("--preset", settings.preset, fmt::format("{} [best]", run::presetNames()), "NAME", group);
+    strength_ =
+        add("--strength", settings.strength, "100 is nominal; best and fast take 60 at least", "50..150", group);
+    preset_ = add("--preset", settings.preset, fmt::format("{} [best]", run::presetNames()), "NAME", group);
     add("--set", set_, "Set a parameter; may be repeated", "NAME=VALUE", group)->allow_extra_args(false);
     app_.add_flag("--chroma-only", settings.chromaOnly, "Leave luminance as it is")->group(group);
-    add("--threads", settings.threads, "Threads [one a processor]", "1..", group)->check(CLI::Range(1, 1024));
-    add("--tile", settings.tile, "Edge of a tile in pixels [256]", "56..", group)->check(CLI::Range(56, 1 << 15));
+    add("--tile", denoise_.tile, "Edge of a tile in pixels [256]", "56..", group)->check(CLI::Range(56, 1 << 15));
+    CLI::Option* noise = add("--noise-from", denoise_.noiseFrom,
+                             "Go by the noise of this picture, or profile --json of one", "FILE", group);
+    add("--recipe", denoise_.recipe, "Use these settings, all of them", "FILE", group)
+        ->excludes(strength_)
+        ->excludes(preset_)
+        ->excludes(noise);
+    add("--save-recipe", denoise_.saveRecipe, "Write the settings that were used", "FILE", group);
+  }
+
+  void addBatches() {
+    const char* group = "Batches";
+    addList(app_, denoise_.inputs, group);
+    app_.add_flag("--skip-existing", denoise_.skipExisting, "Pass over pictures whose result exists, whatever is in it")
+        ->group(group)
+        ->excludes(app_.get_option("--force"));
+    app_.add_flag("--dry-run", denoise_.dryRun, "Say what would be done")->group(group);
+    app_.add_flag("--ordered", denoise_.ordered, "Tell of pictures in the order of the inputs, not as they are done")
+        ->group(group);
+    addLimits(app_, denoise_.limits, group);
   }
 
   void addShow() {
@@ -128,9 +172,9 @@ class DenoiseOptions {
 
   // INPUT OUTPUT: with two names and no rule for output names, the second is the output.
   void takeSecondAsOutput() {
-    std::vector<std::string>& inputs = denoise_.inputs;
+    std::vector<std::string>& inputs = denoise_.inputs.names;
     find::Naming& naming = denoise_.naming;
-    if (inputs.size() != 2 || naming.output || naming.outputDir || naming.suffix) return;
+    if (denoise_.inputs.list || inputs.size() != 2 || naming.output || naming.outputDir || naming.suffix) return;
     if (isFolder(inputs[1]) || isFolder(inputs[0])) {
       throw UsageError{"with a folder, say where results go: --output-dir DIR or --suffix TEXT"};
     }
@@ -149,12 +193,13 @@ class DenoiseOptions {
 
   void checkOne() const {
     const find::Naming& naming = denoise_.naming;
-    const bool one = denoise_.inputs.size() == 1 && !isFolder(denoise_.inputs[0]);
+    const bool one = denoise_.inputs.isOneFile();
     if (naming.output && !one)
       throw UsageError{"--output names one file and takes one input (--output-dir takes many)"};
     if (naming.output && naming.outputDir) throw UsageError{"--output and --output-dir exclude each other"};
     if (denoise_.compare && !one) throw UsageError{"--compare takes one input"};
     if (denoise_.report && !one) throw UsageError{"--report takes one input"};
+    if (denoise_.saveRecipe && !one) throw UsageError{"--save-recipe takes one input"};
   }
 
   void checkSuffix() const {
@@ -167,7 +212,7 @@ class DenoiseOptions {
   }
 
   CLI::App& app_;
-  CLI::Option* files_ = nullptr;
+  CLI::Option *files_ = nullptr, *strength_ = nullptr, *preset_ = nullptr;
   Denoise denoise_;
   std::optional<std::string> format_;
   std::vector<std::string> set_;
@@ -191,7 +236,9 @@ CLI::App* addProfile(CLI::App& app, Profile& profile) {
       "green and blue at mid grey, of 255; corr its correlation, 0 for white noise to 1 for smoothed; blotch "
       "0 to 1 for blotches of colour. The level is what denoise2 works with at strength 100; pair is the mean "
       "difference of neighbouring samples in the smoothest blocks.");
-  command->add_option("files", profile.inputs, "Pictures or folders of pictures")->required()->type_name("FILE");
+  addNames(*command, profile.inputs, "Pictures or folders of pictures");
+  addList(*command, profile.inputs, "Options");
+  addLimits(*command, profile.limits, "Options");
   command
       ->add_option_function<std::string>(
           "--sort", [&profile](const std::string& key) { profile.sort = keys.at(key); },
@@ -224,6 +271,14 @@ CLI::App* addTune(CLI::App& app, Tune& tune) {
 
 }  // namespace
 
+std::vector<std::string> Denoise::beside() const {
+  std::vector<std::string> names;
+  for (const std::optional<std::string>& name : {compare, report, saveRecipe}) {
+    if (name) names.push_back(*name);
+  }
+  return names;
+}
+
 Command parseCommandLine(int argc, const char* const* argv) {
   CLI::App app{"Removes noise from photographs and high-dynamic-range pictures.", "veskaro-nr"};
   DenoiseOptions options(app);
@@ -241,13 +296,17 @@ Command parseCommandLine(int argc, const char* const* argv) {
     options.requireFiles();
     app.exit(answered);
     return Answered{};
-  } catch (const CLI::ExcludesError&) {
+  } catch (const CLI::ExcludesError& error) {
+    if (app.get_subcommands().empty()) throw UsageError{error.what()};
     const std::string name = app.get_subcommands().front()->get_name();
     throw UsageError{fmt::format("{0} comes before all else (a file of that name is ./{0})", name)};
   } catch (const CLI::ParseError& error) {
     throw UsageError{error.what()};
   }
-  if (profileCommand->parsed()) return profile;
+  if (profileCommand->parsed()) {
+    requireInputs(profile.inputs, profileCommand->get_option("files"));
+    return profile;
+  }
   if (tuneCommand->parsed()) return tune;
   if (selfTestCommand->parsed()) return SelfTest{};
   return options.denoise();

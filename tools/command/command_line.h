@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "find/naming.h"
+#include "find/pictures.h"
 #include "pictures/save_options.h"
+#include "run/pool.h"
 #include "run/settings.h"
 
 namespace tool::command {
@@ -15,19 +17,27 @@ namespace tool::command {
 enum class Words { kQuiet, kLine, kVerbose };
 
 struct Denoise {
-  std::vector<std::string> inputs;  // files, folders or "-"
+  find::Inputs inputs;
   find::Naming naming;
   pictures::SaveOptions save;
   run::Settings settings;
-  std::optional<std::string> compare, report;
+  run::Limits limits;
+  bool skipExisting = false, dryRun = false, ordered = false;
+  std::optional<std::string> noiseFrom, recipe;  // read before the work begins
+  std::optional<int> tile;                       // instead of the recipe's
+  std::optional<std::string> compare, report, saveRecipe;
   Words words = Words::kLine;
   bool json = false;
+
+  // What is written beside the result.
+  std::vector<std::string> beside() const;
 };
 
 enum class SortKey { kNone, kName, kNoise, kSize };
 
 struct Profile {
-  std::vector<std::string> inputs;
+  find::Inputs inputs;
+  run::Limits limits;
   SortKey sort = SortKey::kNone;
   bool reverse = false, json = false;
 };

@@ -2,22 +2,19 @@
 #pragma once
 
 #include <functional>
-#include <set>
-#include <string>
 
 #include "command/command_line.h"
-#include "find/jobs.h"
+#include "find/plan.h"
 #include "run/outcome.h"
+#include "run/pool.h"
 
 namespace tool::command {
-
-// The results of this run so far, by their full names: no two inputs may have the same.
-using Taken = std::set<std::string>;
 
 // Told the share of the file that is done.
 using Progress = std::function<void(double share)>;
 
-// Never throws for what is wrong with one file; the result holds it. Throws Interrupted.
-run::FileResult denoiseFile(const find::Job& job, const Denoise& command, Taken& taken, const Progress& progress);
+// Never throws for what is wrong with one file, nor when it is interrupted: the result holds it.
+run::FileResult denoiseFile(const find::Plan& plan, std::size_t index, const Denoise& command, run::Pool& pool,
+                            const Progress& progress);
 
 }  // namespace tool::command

@@ -3,74 +3,34 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <optional>
+#include <atomic>
+#include <tuple>
+#include <vector>
+#include <vips/vips8>
 
-#include "base/failure.h"
-#include "find/jobs.h"
-#include "pictures/file_io.h"
-#include "pictures/hdr.h"
-#include "pictures/photo.h"
-#include "run/denoise_linear.h"
-#include "run/hdr_statistics.h"
-#include "run/library.h"
-#include "run/noise_profile.h"
+#include "command/measure_file.h"
+#include "find/pictures.h"
+#include "pictures/footprint.h"
+#include "run/noise_json.h"
+#include "run/pool.h"
 #include "tell/describe.h"
+#include "tell/lines.h"
 #include "tell/print.h"
 #include "tell/printable.h"
 
 namespace tool::command {
 namespace {
 
-using pictures::Bytes;
-using pictures::Format;
-using run::HdrStatistics;
 using run::NoiseProfile;
 using tell::Json;
 
-constexpr int kNominalStrength = 100;
-
-struct Measured {
-  std::string name;
-  pictures::Layout layout;
-  NoiseProfile noise;
-  std::optional<HdrStatistics> statistics;
-
-  // Pictures without a level come first.
-  double level() const { return noise.measured() ? noise.noise.level : -1; }
-};
-
-Measured measurePhoto(const std::string& name, const Bytes& file, Format format) {
-  const pictures::Photo photo = pictures::decodePhoto(file, format);
-  return {name, photo.layout(), run::measureNoise(run::pictureOf(photo, photo.samples()), nullptr), std::nullopt};
-}
-
-// None for a picture that denoise1 refuses.
-std::optional<HdrStatistics> statisticsOf(pictures::HdrPicture& picture) try {
-  return run::hdrStatistics(picture, kNominalStrength);
-} catch (const Failure&) {
-  return std::nullopt;
-}
-
-Measured measureHdr(const std::string& name, const Bytes& file, Format format) {
-  pictures::HdrPicture picture = pictures::decodeHdr(file, format);
-  return {name, picture.layout(), run::measureLight(picture), statisticsOf(picture)};
-}
-
-Measured measure(const find::Found& found) {
-  if (found.problem) throw Failure(*found.problem);
-  const std::string& name = found.name;
-  const Bytes file = pictures::readWhole(name);
-  const std::optional<Format> format = pictures::sniffFormat(file);
-  if (!format) throw Failure(name + ": not a PNG, JPEG, TIFF, WebP, Radiance or OpenEXR picture");
-  try {
-    return isHdr(*format) ? measureHdr(name, file, *format) : measurePhoto(name, file, *format);
-  } catch (const Failure& failure) {
-    throw Failure(name + ": " + failure.what());
-  }
-}
-
 constexpr char kHeads[] = "{:<18} {:>5} {:>6}  {:<9} {:>7} {:>7} {:>7}  {:<13} {:<12} {}";
+
+std::string headLine() {
+  return fmt::format(kHeads, "sigma R, G, B", "corr", "blotch", "grain", "level", "pair", "blocks", "size", "samples",
+                     "file") +
+         "\n";
+}
 
 std::string rowOf(const Measured& m) {
   const NoiseProfile& noise = m.noise;
@@ -79,56 +39,109 @@ std::string rowOf(const Measured& m) {
   std::string row =
       fmt::format(kHeads, isKnown ? tell::sigmaOf(noise) : "-", shown(isKnown, noise.noise.correlation, 2),
                   shown(isKnown, noise.noise.blotches, 2), noise.grain(), shown(noise.measured(), noise.noise.level, 1),
-                  shown(noise.measured(), noise.noise.statistic, 2), noise.blocks.size(),
+                  shown(noise.measured(), noise.noise.statistic, 2), noise.noise.blocks_usable,
                   fmt::format("{} x {}", m.layout.width, m.layout.height), tell::samplesOf(m.layout), m.name);
   if (!noise.measured()) row += fmt::format("  ({})", noise.whyNoLevel());
-  return row;
+  return tell::printable(row) + "\n";
 }
 
 std::string jsonOf(const Measured& m) {
-  Json json = {{"input", m.name}, {"width", m.layout.width}, {"height", m.layout.height}, {"bits", m.layout.bits}};
+  Json json = {{"input", tell::nameAsText(m.name)},
+               {"width", m.layout.width},
+               {"height", m.layout.height},
+               {"bits", m.layout.bits}};
   tell::addNoise(m.noise, json);
   if (!m.noise.measured()) json["reason"] = m.noise.whyNoLevel();
   if (m.statistics) json["statistics"] = tell::describe(*m.statistics);
-  return tell::oneLine(json);
+  json["noise"] = run::jsonOfNoise(m.noise.noise);
+  return tell::oneLine(json) + "\n";
 }
 
-template <typename Value>
-void sortBy(std::vector<Measured>& all, Value value) {
-  std::stable_sort(all.begin(), all.end(), [&](const Measured& a, const Measured& b) { return value(a) < value(b); });
+tell::Said failureOf(const std::string& name, const Failure& failure, bool json) {
+  const std::string words = fmt::format("veskaro-nr: {}\n", tell::printable(failure.what()));
+  if (!json) return {"", words};
+  const Json object = {
+      {"input", tell::nameAsText(name)}, {"error", tell::nameAsText(failure.what())}, {"kind", nameOf(failure.kind)}};
+  return {tell::oneLine(object) + "\n", words};
 }
 
-void sort(std::vector<Measured>& all, SortKey key) {
-  if (key == SortKey::kNoise) sortBy(all, [](const Measured& m) { return m.level(); });
-  if (key == SortKey::kSize) sortBy(all, [](const Measured& m) { return m.layout.megapixels(); });
-  if (key == SortKey::kName) sortBy(all, [](const Measured& m) { return m.name; });
+// What a row of the sorted table goes by, and the row.
+struct Row {
+  double number;
+  std::string name;
+  std::string text;
+
+  bool operator<(const Row& other) const { return std::tie(number, name) < std::tie(other.number, other.name); }
+};
+
+Row rowFor(const Measured& m, SortKey key, std::string text) {
+  const double number = key == SortKey::kNoise ? m.level() : key == SortKey::kSize ? m.layout.megapixels() : 0;
+  return {number, key == SortKey::kName ? m.name : "", std::move(text)};
 }
 
-void print(const std::vector<Measured>& all, const Profile& command) {
-  if (!command.json && !all.empty()) {
-    fmt::print("{}\n", fmt::format(kHeads, "sigma R, G, B", "corr", "blotch", "grain", "level", "pair", "blocks",
-                                   "size", "samples", "file"));
+// Prints rows in the order of the inputs as files are measured, or sorted in the end.
+class Table {
+ public:
+  Table(const Profile& command, const find::Pictures& pictures)
+      : command_(command), pictures_(pictures), pool_(command.limits, pictures.size()) {
+    if (isSorted()) rows_.resize(pictures.size());
   }
-  for (const Measured& m : all) fmt::print("{}\n", command.json ? jsonOf(m) : tell::printable(rowOf(m)));
-}
+
+  // False when some failed.
+  bool print() {
+    vips_concurrency_set(std::max(1, pool_.threads() / pool_.jobs()));
+    if (!command_.json) tell::printNow(stdout, headLine());
+    pool_.forEachItem([this](int, std::size_t index) {
+      lines_.say(index, said(index));
+      return true;
+    });
+    printSorted();
+    return !failed_;
+  }
+
+ private:
+  bool isSorted() const { return command_.sort != SortKey::kNone || command_.reverse; }
+
+  tell::Said said(std::size_t index) try {
+    const Measured m = measured(index);
+    std::string text = command_.json ? jsonOf(m) : rowOf(m);
+    if (!isSorted()) return {std::move(text), ""};
+    rows_[index] = rowFor(m, command_.sort, std::move(text));
+    return {};
+  } catch (const Failure& failure) {
+    failed_ = true;
+    return failureOf(pictures_[index].name, failure, command_.json);
+  }
+
+  Measured measured(std::size_t index) {
+    if (const Failure* problem = pictures_.problem(index)) throw *problem;
+    const find::Found& found = pictures_[index];
+    const run::Pool::Part memory(pool_, pictures::footprintOf(found.name, found.size, false));
+    run::Watch watch;
+    watch.pool = &pool_;
+    return measureFile(found.name, watch);
+  }
+
+  void printSorted() {
+    if (command_.sort != SortKey::kNone) std::stable_sort(rows_.begin(), rows_.end());
+    if (command_.reverse) std::reverse(rows_.begin(), rows_.end());
+    for (const Row& row : rows_) tell::printNow(stdout, row.text);
+  }
+
+  const Profile& command_;
+  const find::Pictures& pictures_;
+  run::Pool pool_;
+  tell::Progress progress_{pictures_.size(), 0, 1, false};
+  tell::Lines lines_{true, progress_};
+  std::vector<Row> rows_;
+  std::atomic<bool> failed_{false};
+};
 
 }  // namespace
 
 int execute(const Profile& command) {
-  bool failed = false;
-  std::vector<Measured> all;
-  for (const find::Found& found : find::findPictures(command.inputs, {})) {
-    try {
-      all.push_back(measure(found));
-    } catch (const std::exception& failure) {
-      failed = true;
-      fmt::print(stderr, "veskaro-nr: {}\n", tell::printable(failure.what()));
-    }
-  }
-  sort(all, command.sort);
-  if (command.reverse) std::reverse(all.begin(), all.end());
-  print(all, command);
-  return failed ? 1 : 0;
+  const find::Pictures pictures = find::findPictures(command.inputs, {});
+  return Table(command, pictures).print() ? 0 : 1;
 }
 
 }  // namespace tool::command

@@ -10,18 +10,23 @@
 namespace tool::command {
 namespace {
 
-// 64-bit FNV-1a (Fowler, Noll, Vo).
+// 64-bit FNV-1a (Fowler, Noll, Vo) over values, the lowest byte of each first, in whatever order memory has them.
 class Digest {
  public:
-  void add(const void* data, std::size_t size) {
-    const auto* bytes = static_cast<const unsigned char*>(data);
-    for (std::size_t k = 0; k < size; ++k) value_ = (value_ ^ bytes[k]) * 0x100000001b3u;
+  template <typename T>
+  void add(T value) {
+    const auto bits = static_cast<std::uint64_t>(value);
+    for (std::size_t k = 0; k < sizeof(T); ++k) value_ = (value_ ^ (bits >> 8 * k & 0xff)) * 0x100000001b3u;
+  }
+  void add(float value) {
+    std::uint32_t bits;
+    std::memcpy(&bits, &value, sizeof(bits));
+    add(bits);
   }
   template <typename T>
   void add(const std::vector<T>& values) {
-    add(values.data(), values.size() * sizeof(T));
+    for (const T value : values) add(value);
   }
-  void add(int value) { add(&value, sizeof(value)); }
   std::uint64_t value() const { return value_; }
 
  private:
@@ -73,7 +78,7 @@ void addPicture(Digest* digest, int w, int h, int threads, int tile, int spread,
   params[NR_NOISE_LEVEL] = strength;
   digest->add(denoise2(w, h, 3, stride, 8 * sizeof(Sample), tile, threads, params, nullptr,
                        reinterpret_cast<unsigned char*>(in.data()), reinterpret_cast<unsigned char*>(out.data())));
-  digest->add(params, sizeof(params));
+  for (const float entry : params) digest->add(entry);
   digest->add(out);
 }
 

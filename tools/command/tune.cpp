@@ -48,20 +48,20 @@ void show(const Tune& command, const tune::Signpost& signpost) {
   std::fflush(stdout);
 }
 
-void serve(const Tune& command, const std::int32_t* flag) {
+void serve(const Tune& command) {
   pictures::Bytes file = pictures::readWhole(command.input);
   const pictures::Format format = formatOf(file);
   const tune::Saving saving = savingOf(command, format);
   pictures::Photo photo = pictures::decodePhoto(file, format);
   if (command.output) pictures::requireFits(photo, saving.outputFormat);
   file = pictures::Bytes();
-  const tune::Session session(std::move(photo), command.threads, flag);
+  const tune::Session session(std::move(photo), command.threads, interruptedBy());
   tune::Server server(session, saving);
   tune::Signpost signpost(server.firstAddress());
   show(command, signpost);
   server.run([&] {
     if (server.wasOpened()) signpost.remove();
-    return __atomic_load_n(flag, __ATOMIC_RELAXED) == 0 && server.idle().count() < 60 * command.linger;
+    return !isInterrupted() && server.idle().count() < 60 * command.linger;
   });
 }
 
@@ -69,9 +69,8 @@ void serve(const Tune& command, const std::int32_t* flag) {
 
 // Ctrl-C is how it usually ends, and no failure.
 int execute(const Tune& command) try {
-  watchForSignals();
-  const Cancellable cancellable;
-  serve(command, cancellable.flag());
+  const StopsInOrder stops;
+  serve(command);
   return 0;
 } catch (const Interrupted&) {
   return 0;

@@ -24,18 +24,17 @@ std::string extensionOf(const fs::path& input, Format format) {
 }
 
 void requireReplaceable(const std::string& output, mode_t mode, const Naming& naming) {
-  if (S_ISDIR(mode)) throw Failure("cannot write " + output + ": it is a folder");
-  if (S_ISREG(mode) && !naming.force) throw Failure(output + " exists already (--force replaces it)");
+  if (S_ISDIR(mode)) throw Failure(Kind::kUnwritable, "cannot write " + output + ": it is a folder");
+  if (S_ISREG(mode) && !naming.force) throw Failure(Kind::kExists, output + " exists already (--force replaces it)");
 }
 
+// The folder, or where it is still to be made the one that it will be in.
 void requireWritableFolder(const std::string& output, const Naming& naming) {
-  const fs::path folder = fs::path(output).parent_path();
-  if (naming.outputDir) {
-    std::error_code error;
-    fs::create_directories(folder, error);
-  }
+  fs::path folder = fs::path(output).parent_path();
+  std::error_code error;
+  while (naming.outputDir && !folder.empty() && !fs::exists(folder, error)) folder = folder.parent_path();
   if (access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) != 0) {
-    throw Failure("cannot write " + output + ": " + std::strerror(errno));
+    throw Failure(Kind::kUnwritable, "cannot write " + output + ": " + std::strerror(errno));
   }
 }
 
@@ -74,6 +73,12 @@ void requireWritable(const std::string& output, const Naming& naming) {
   } else {
     requireWritableFolder(output, naming);
   }
+}
+
+void makeFolderOf(const std::string& output, const Naming& naming) {
+  if (!naming.outputDir) return;
+  std::error_code error;
+  fs::create_directories(fs::path(output).parent_path(), error);
 }
 
 }  // namespace tool::find

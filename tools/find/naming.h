@@ -36,8 +36,10 @@ std::string outputFor(const std::string& input, const Place& place, const Naming
 // The format to write: by --format, the name of the result, or the input's. Throws Failure.
 pictures::Format outputFormat(const std::string& output, const Naming& naming, pictures::Format inputFormat);
 
-// Throws Failure when the output cannot be written: to be asked before the work is done rather than after it. Makes the
-// folder of results.
+// Throws Failure when the output cannot be written: to be asked before the work is done rather than after it.
 void requireWritable(const std::string& output, const Naming& naming);
+
+// Makes the folder of results, and that of this one in it. What goes wrong shows when the result is written.
+void makeFolderOf(const std::string& output, const Naming& naming);
 
 }  // namespace tool::find

@@ -24,7 +24,7 @@ class FileInMemory {
   explicit FileInMemory(const Bytes& bytes) : fd_(memfd_create("picture", MFD_CLOEXEC)) {
     if (fd_ < 0 || write(fd_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
       if (fd_ >= 0) close(fd_);
-      throw Failure("memory exhausted");
+      throw Failure(Kind::kNoMemory, "memory exhausted");
     }
   }
   ~FileInMemory() { close(fd_); }
@@ -52,7 +52,8 @@ std::size_t headerLength(const Bytes& file) {
 void requireUsableSize(int width, int height) {
   const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
   if (pixels * 8 > INT_MAX) {
-    throw Failure(fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
+    throw Failure(Kind::kUnsupported,
+                  fmt::format("{} x {} pixels are too many (at most {} megapixels)", width, height, INT_MAX / 8000000));
   }
   requireMemory(pixels * (20 + 4 * 6));
 }
@@ -91,7 +92,7 @@ DecodedPixels readPixelsOf(const VImage& image, HdrPicture& picture) {
 DecodedPixels readRadiance(const Bytes& file, HdrPicture& picture) {
   picture.header.assign(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(headerLength(file)));
   if (picture.header.find("32-bit_rle_xyze") != std::string::npos) {
-    throw Failure("the picture is in XYZ colour (XYZE); only RGBE is supported");
+    throw Failure(Kind::kUnsupported, "the picture is in XYZ colour (XYZE); only RGBE is supported");
   }
   const Blob blob = blobOver(file);
   VOption* options = VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", VIPS_FAIL_ON_ERROR);

@@ -40,7 +40,8 @@ int bitsOf(const VImage& image) {
     case VIPS_FORMAT_USHORT:
       return 16;
     default:
-      throw Failure(fmt::format("samples of type {} are not supported (only unsigned 8 and 16 bits are)",
+      throw Failure(Kind::kUnsupported,
+                    fmt::format("samples of type {} are not supported (only unsigned 8 and 16 bits are)",
                                 vips_enum_nick(VIPS_TYPE_BAND_FORMAT, image.format())));
   }
 }
@@ -56,7 +57,8 @@ bool isGrey(const VImage& image) {
       if (image.bands() >= 3) return false;
       [[fallthrough]];
     default:
-      throw Failure(fmt::format("{} pictures with {} channels are not supported (only grey and RGB are)",
+      throw Failure(Kind::kUnsupported,
+                    fmt::format("{} pictures with {} channels are not supported (only grey and RGB are)",
                                 vips_enum_nick(VIPS_TYPE_INTERPRETATION, image.interpretation()), image.bands()));
   }
 }

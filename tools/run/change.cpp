@@ -58,7 +58,8 @@ double shareBrighterThan(const Photo& photo, double level) {
 bool removesNothing(const Parameters& used) {
   const auto isZero = [&](std::size_t parameter) { return used[parameter].value == 0; };
   return isZero(NR_LEVEL0_AMOUNT) && isZero(NR_LEVEL1_AMOUNT) && isZero(NR_LEVEL2_AMOUNT) && isZero(NR_LEVEL3_AMOUNT) &&
-         isZero(NR_SHARPENING) && isZero(NR_CHROMA_SHARPENING);
+         isZero(NR_SHARPENING) && isZero(NR_CHROMA_SHARPENING) && isZero(kDotsLuma) && isZero(kDotsChroma) &&
+         isZero(kShrinkLuma) && isZero(kShrinkChroma);
 }
 
 constexpr double kFewPixels = 0.001;  // share of a high-dynamic-range picture
@@ -113,10 +114,10 @@ Change changeOf(const HdrPicture& picture, const Bytes& after) {
 std::optional<std::string> whyUnchanged(const Photo& photo, const Parameters& used, const NoiseProfile& noise,
                                         Rule rule, const Change& change) {
   if (change.mean >= kNextToNothing) return std::nullopt;
-  if (rule == Rule::kBest && noise.noise.grain == VNR_GRAIN_UNKNOWN) return kTooSmall;
+  if (takesGrain(rule) && noise.noise.grain == VNR_GRAIN_UNKNOWN) return kTooSmall;
   if (used[NR_LUMA_KEEP].value == 1 && photo.grey)
     return "a grey picture has no chroma to denoise, and luminance was to stay";
-  if (removesNothing(used)) return "noise reduction and sharpening were set to 0";
+  if (removesNothing(used)) return "noise reduction, sharpening and the stages after them were set to 0";
   const double end =
       static_cast<double>(used[NR_HIGHLIGHT_START].value) + static_cast<double>(used[NR_HIGHLIGHT_WIDTH].value);
   const double bright = shareBrighterThan(photo, end);

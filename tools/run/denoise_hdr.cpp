@@ -17,6 +17,8 @@ int strengthOf(const Settings& settings) {
 }
 
 DenoisedHdr throughDenoise1(const pictures::HdrPicture& picture, const Settings& settings) {
+  if (settings.noise)
+    throw Failure(Kind::kUnsupported, "denoise1, which this preset uses, goes by its own measurement");
   const int strength = strengthOf(settings);
   // From strength 100 on denoise1 denoises the chroma of its input in place.
   pictures::HdrPicture input = picture;
@@ -35,7 +37,7 @@ DenoisedHdr throughDenoise1(const pictures::HdrPicture& picture, const Settings&
 }  // namespace
 
 DenoisedHdr denoiseHdr(const pictures::HdrPicture& picture, const Settings& settings, const Watch& watch) {
-  return settings.rule() == Rule::kBest ? denoiseLinear(picture, settings, watch) : throughDenoise1(picture, settings);
+  return takesGrain(settings.rule()) ? denoiseLinear(picture, settings, watch) : throughDenoise1(picture, settings);
 }
 
 }  // namespace tool::run

@@ -104,7 +104,9 @@ Light filtered(const HdrPicture& picture, const Light& light, const vnr_settings
 
 // What would come out as it went in stays the same to the byte, RGBE that is written otherwise than here too.
 bool keepsAll(const vnr_settings& settings) {
-  return settings.params[NR_LUMA_KEEP] == 1 && settings.params[NR_CHROMA_KEEP] == 1;
+  const bool hasStages =
+      settings.dots_luma > 0 || settings.dots_chroma > 0 || settings.shrink_luma > 0 || settings.shrink_chroma > 0;
+  return settings.params[NR_LUMA_KEEP] == 1 && settings.params[NR_CHROMA_KEEP] == 1 && !hasStages;
 }
 
 }  // namespace
@@ -113,7 +115,7 @@ DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, c
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
   const Light light = pictures::toLight(picture);
-  NoiseProfile noise = measure(picture, light, &control);
+  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, VNR_LINEAR) : measure(picture, light, &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
   const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
@@ -124,11 +126,13 @@ DenoisedHdr denoiseLinear(const HdrPicture& picture, const Settings& settings, c
   const Change change = changeOf(picture, planar);
   const std::optional<std::string> why = whyUnchanged(noise, change);
   return {std::move(planar),
-          {FilterWork{std::move(noise), settings.rule(), chosen.parameters()}, measuring, denoising, change, why}};
+          {FilterWork{std::move(noise), settings.rule(), chosen.parameters(), own}, measuring, denoising, change, why}};
 }
 
-NoiseProfile measureLight(const HdrPicture& picture) {
-  return measure(picture, pictures::toLight(picture), nullptr);
+NoiseProfile measureLight(const HdrPicture& picture, const Watch& watch) {
+  StripProgress progress{watch};
+  const vnr_control control = controlOf(watch.pool->threads(), progress);
+  return measure(picture, pictures::toLight(picture), &control);
 }
 
 }  // namespace tool::run

@@ -9,6 +9,6 @@ namespace tool::run {
 DenoisedHdr denoiseLinear(const pictures::HdrPicture& picture, const Settings& settings, const Watch& watch);
 
 // The noise of such a picture. Throws Failure.
-NoiseProfile measureLight(const pictures::HdrPicture& picture);
+NoiseProfile measureLight(const pictures::HdrPicture& picture, const Watch& watch);
 
 }  // namespace tool::run

@@ -68,13 +68,20 @@ class GreyFilter {
   Bytes strip_;
 };
 
+// What leaves floats as they are rounds integers as little as can be.
+vnr_settings forIntegers(vnr_settings settings) {
+  if (settings.rounding == VNR_ROUND_NONE) settings.rounding = VNR_ROUND_FINEST;
+  return settings;
+}
+
 }  // namespace
 
 bool isFilteredAsColour(const Photo& photo, const vnr_settings& settings) {
   return photo.grey && settings.rounding == VNR_ROUND_AUTO;
 }
 
-Bytes filterPhoto(const Photo& photo, const vnr_settings& settings, int threads, const Watch& watch) {
+Bytes filterPhoto(const Photo& photo, const vnr_settings& given, int threads, const Watch& watch) {
+  const vnr_settings settings = forIntegers(given);
   StripProgress progress{watch};
   const vnr_control control = controlOf(threads, progress);
   const Plan plan = beginPlan(photo.width, photo.height, settings);
@@ -90,15 +97,17 @@ Bytes filterPhoto(const Photo& photo, const vnr_settings& settings, int threads,
 DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
   const vnr_control control = controlOf(settings.threads, progress);
-  NoiseProfile noise = measureNoise(pictureOf(photo, photo.samples()), &control);
+  NoiseProfile noise = settings.noise ? givenNoise(*settings.noise, VNR_DISPLAY)
+                                      : measureNoise(pictureOf(photo, photo.samples()), &control);
   const Chosen chosen = settings.chosenFor(noise.noise);
+  const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
-  Bytes samples = filterPhoto(photo, chosen.forLibrary(settings.tile), settings.threads, watch);
+  Bytes samples = filterPhoto(photo, own, settings.threads, watch);
   const double denoising = timer.seconds(), measuring = noise.seconds;
   const Change change = changeOf(photo, samples);
   const std::optional<std::string> why = whyUnchanged(photo, chosen.parameters(), noise, settings.rule(), change);
   return {std::move(samples),
-          {FilterWork{std::move(noise), settings.rule(), chosen.parameters()}, measuring, denoising, change, why}};
+          {FilterWork{std::move(noise), settings.rule(), chosen.parameters(), own}, measuring, denoising, change, why}};
 }
 
 }  // namespace tool::run

@@ -17,6 +17,7 @@ struct FilterWork {
   NoiseProfile noise;
   Rule rule;
   Parameters parameters;  // as they were used
+  vnr_settings settings;  // likewise, all that the library was told
 };
 
 // Of denoise1.

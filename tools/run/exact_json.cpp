@@ -27,31 +27,35 @@ float finite(const std::string& name, const Json& json) {
   return number;
 }
 
-// A list of so many; one value is its own list.
-std::vector<Json> listOf(const std::string& name, const Json& json, std::size_t count) {
-  if (count == 0) return {json};
-  if (!json.is_array() || json.size() != count) refuse(name, json);
-  return std::vector<Json>(json.begin(), json.end());
+using Shape = std::vector<std::size_t>;
+
+Json nested(const float*& from, Shape::const_iterator shape, Shape::const_iterator end) {
+  if (shape == end) return static_cast<double>(*from++);
+  Json all = Json::array();
+  for (std::size_t i = 0; i < *shape; ++i) all.push_back(nested(from, shape + 1, end));
+  return all;
+}
+
+void takeNested(const std::string& name, const Json& json, float*& to, Shape::const_iterator shape,
+                Shape::const_iterator end) {
+  if (shape == end) {
+    *to++ = finite(name, json);
+    return;
+  }
+  if (!json.is_array() || json.size() != *shape) refuse(name, json);
+  for (const Json& part : json) takeNested(name, part, to, shape + 1, end);
 }
 
 }  // namespace
 
 Json FloatField::json() const {
-  const auto rowFrom = [&](const float* from) -> Json {
-    if (count == 1) return static_cast<double>(*from);
-    return std::vector<double>(from, from + count);
-  };
-  if (rows == 0) return rowFrom(first);
-  Json all = Json::array();
-  for (std::size_t row = 0; row < rows; ++row) all.push_back(rowFrom(first + row * count));
-  return all;
+  const float* from = first;
+  return nested(from, shape.begin(), shape.end());
 }
 
 void FloatField::take(const Json& json) const {
   float* to = first;
-  for (const Json& row : listOf(name, json, rows)) {
-    for (const Json& value : listOf(name, row, count == 1 ? 0 : count)) *to++ = finite(name, value);
-  }
+  takeNested(name, json, to, shape.begin(), shape.end());
 }
 
 std::int64_t wholeNumber(const std::string& name, const Json& json, std::int64_t least, std::int64_t most) {

@@ -3,16 +3,17 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 namespace tool::run {
 
 using Json = nlohmann::ordered_json;
 
-// A field of floats: one, or rows of several.
+// A field of floats: one, or as many as its shape says, in nested arrays.
 struct FloatField {
   std::string name;
   float* first;
-  std::size_t count = 1, rows = 0;  // rows: 0 when there is only one, which needs no brackets of its own
+  std::vector<std::size_t> shape = {};
 
   Json json() const;
   // Throws Failure unless these are so many finite numbers.
@@ -25,7 +26,7 @@ std::int64_t wholeNumber(const std::string& name, const Json& json, std::int64_t
 // The object that a text holds, no member there twice. what: "this is no ..."; throws Failure.
 Json parsedOnce(const std::string& text, const std::string& what);
 
-// Calls take(name, value) for each member; throws Failure when the object has others than these, or lacks one.
+// Throws Failure when the object has others than these, or lacks one.
 void requireMembers(const Json& object, const std::vector<std::string>& names, const std::string& what);
 
 }  // namespace tool::run

@@ -16,7 +16,8 @@ float initialThreshold(int strength) {
 
 void requireEnoughPixels(int width, int height) {
   if (width < 32 || height < 32) {
-    throw Failure(fmt::format("{} x {} pixels are too few (denoise1 takes at least 32 x 32)", width, height));
+    throw Failure(Kind::kUnsupported,
+                  fmt::format("{} x {} pixels are too few (denoise1 takes at least 32 x 32)", width, height));
   }
 }
 
@@ -24,9 +25,10 @@ void requireEnoughPixels(int width, int height) {
 
 void requireSuccess(int code) {
   if (code == NR_ERROR_STATISTICS) {
-    throw Failure("the picture has no range of brightness to measure (all of it black or of one colour)");
+    throw Failure(Kind::kUnsupported,
+                  "the picture has no range of brightness to measure (all of it black or of one colour)");
   }
-  if (code == NR_ERROR_MEMORY) throw Failure("memory exhausted");
+  if (code == NR_ERROR_MEMORY) throw Failure(Kind::kNoMemory, "memory exhausted");
   if (code <= 0) throw Failure(fmt::format("the library refused the picture (code {})", code));
 }
 

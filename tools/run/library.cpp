@@ -14,6 +14,11 @@ int tell(void* host, std::int64_t done, std::int64_t total) {
   return 0;
 }
 
+int runInPool(void* host, std::int32_t count, void (*job)(void* argument, std::int32_t index), void* argument) {
+  static_cast<const StripProgress*>(host)->watch.pool->run(count, job, argument);
+  return 0;
+}
+
 }  // namespace
 
 vnr_picture pictureOf(const pictures::Photo& photo, const std::uint8_t* samples) {
@@ -34,6 +39,7 @@ vnr_control controlOf(int threads, StripProgress& progress) {
   vnr_control control{};
   control.struct_size = sizeof control;
   control.threads = threads;
+  control.run = progress.watch.pool != nullptr ? runInPool : nullptr;
   control.progress = tell;
   control.cancel = progress.watch.cancel;
   control.host = &progress;
@@ -42,7 +48,7 @@ vnr_control controlOf(int threads, StripProgress& progress) {
 
 void requireDone(int result) {
   if (result == VNR_CANCELLED) throw Interrupted{};
-  if (result == VNR_ERROR_MEMORY) throw Failure("memory exhausted");
+  if (result == VNR_ERROR_MEMORY) throw Failure(Kind::kNoMemory, "memory exhausted");
   if (result != VNR_OK) throw Failure(fmt::format("the library refused the picture: {}", vnr_result_text(result)));
 }
 

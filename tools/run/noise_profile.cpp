@@ -1,8 +1,11 @@
 #include "run/noise_profile.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <memory>
 
+#include "base/failure.h"
 #include "base/timer.h"
 #include "run/library.h"
 
@@ -53,6 +56,15 @@ const char* NoiseProfile::grain() const {
     default:
       return "unknown";
   }
+}
+
+NoiseProfile givenNoise(const vnr_noise& noise, std::int32_t encoding) {
+  if (noise.encoding != encoding) {
+    const char* const from[] = {"as it is displayed", "proportional to light"};
+    throw Failure(Kind::kUnsupported, fmt::format("the given noise is that of a picture {}, and this one is {}",
+                                                  from[noise.encoding], from[encoding]));
+  }
+  return {noise, {}, 0};
 }
 
 NoiseProfile measureNoise(const vnr_picture& picture, const vnr_control* control) {

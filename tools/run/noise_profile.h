@@ -20,6 +20,9 @@ struct NoiseProfile {
   const char* grain() const;
 };
 
+// One that was measured in another picture. Throws Failure when that related otherwise to light.
+NoiseProfile givenNoise(const vnr_noise& noise, std::int32_t encoding);
+
 // Throws Failure, or Interrupted.
 NoiseProfile measureNoise(const vnr_picture& picture, const vnr_control* control);
 

@@ -39,10 +39,14 @@ struct Outcome {
   double megapixelsPerSecond() const { return done.seconds > 0 ? decoded.layout.megapixels() / done.seconds : 0; }
 };
 
-// The end of one file's way. The output has no name yet when the way ended before its input was known.
+// The result was there already; or nothing was to be done but saying what would be.
+struct Skipped {};
+struct Planned {};
+
+// The end of one file's way. The output has no name when the way ended before its input was known.
 struct FileResult {
   std::string input, output;
-  std::variant<Outcome, Failure> end;
+  std::variant<Failure, Outcome, Skipped, Planned> end;
 
   const Outcome* outcome() const { return std::get_if<Outcome>(&end); }
   const Failure* failure() const { return std::get_if<Failure>(&end); }

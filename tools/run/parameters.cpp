@@ -4,14 +4,15 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 
 #include "run/library.h"
 
 namespace tool::run {
 namespace {
 
-// Whose values follow from the measurement.
-enum MeasuredBy { kNone = 0, kByClassic = 1, kByBest = 2, kByBoth = 3 };
+// Whose values follow from the measurement; "best" has the stages beside the filters.
+enum MeasuredBy { kNone = 0, kByClassic = 1, kByBest = 2, kByBoth = 3, kByStages = 4 };
 
 struct Description {
   const char* name;
@@ -46,6 +47,11 @@ constexpr std::array<Description, kParameterCount> kDescriptions = {{
     {"chroma-sharpening", "chroma sharpening", kSharpness, kByBest},
     {"recon-similarity-threshold", "colour distance that counts as equal between levels", kDistance},
     {"recon-similarity-rolloff", "further distance over which similarity falls to 0", kDistance},
+    {"patch", "share of 3 x 3 neighbours in the finest level's distances", {0, 1}, kByStages},
+    {"dots-luma", "luminance dots go where neighbours differ by less", kDistance, kByStages},
+    {"dots-chroma", "chroma dots go where neighbours differ by less", kDistance, kByStages},
+    {"shrink-luma", "factor on the noise that luminance blocks lose", kFactor, kByStages},
+    {"shrink-chroma", "factor on the noise that chroma blocks lose", kFactor, kByStages},
 }};
 
 constexpr float kReconThresholdDefault = 10.0f, kReconRolloffDefault = 50.0f;
@@ -56,26 +62,51 @@ std::string normalised(std::string name) {
 }
 
 bool wasMeasured(Rule rule, const vnr_noise& noise) {
-  return rule == Rule::kBest ? noise.luma > 0 : noise.reason == VNR_MEASURED;
+  return takesGrain(rule) ? noise.luma > 0 : noise.reason == VNR_MEASURED;
 }
 
 vnr_settings settingsBy(Rule rule, const vnr_noise& noise, float strength) {
   vnr_settings settings{};
   settings.struct_size = sizeof settings;
-  const auto choose = rule == Rule::kBest ? vnr_settings_best : vnr_settings_classic;
+  const auto choose = rule == Rule::kBest   ? vnr_settings_best
+                      : rule == Rule::kFast ? vnr_settings_fast
+                                            : vnr_settings_classic;
   requireDone(choose(&noise, strength, &settings));
   return settings;
 }
 
-float valueIn(const vnr_settings& settings, std::size_t parameter) {
-  if (parameter == kReconThreshold) return settings.recon_threshold;
-  if (parameter == kReconRolloff) return settings.recon_rolloff;
+// What shrinking blocks takes beside its factors, at hand where they are set with a rule that has none.
+void takeSpectrum(const vnr_noise& noise, vnr_settings& settings) {
+  const vnr_settings best = settingsBy(Rule::kBest, noise, 1);
+  std::copy(std::begin(best.residual_luma), std::end(best.residual_luma), settings.residual_luma);
+  std::copy(std::begin(best.residual_chroma), std::end(best.residual_chroma), settings.residual_chroma);
+  for (std::size_t c = 0; c < std::size(best.spectrum); ++c)
+    std::copy(std::begin(best.spectrum[c]), std::end(best.spectrum[c]), settings.spectrum[c]);
+}
+
+struct Field {
+  std::size_t parameter;
+  float vnr_settings::*value;
+};
+constexpr Field kFields[] = {{kReconThreshold, &vnr_settings::recon_threshold},
+                             {kReconRolloff, &vnr_settings::recon_rolloff},
+                             {kPatch, &vnr_settings::patch},
+                             {kDotsLuma, &vnr_settings::dots_luma},
+                             {kDotsChroma, &vnr_settings::dots_chroma},
+                             {kShrinkLuma, &vnr_settings::shrink_luma},
+                             {kShrinkChroma, &vnr_settings::shrink_chroma}};
+
+float& valueIn(vnr_settings& settings, std::size_t parameter) {
+  for (const Field& field : kFields) {
+    if (field.parameter == parameter) return settings.*field.value;
+  }
   return settings.params[parameter];
 }
 
 float defaultOf(std::size_t parameter) {
   if (parameter == kReconThreshold) return kReconThresholdDefault;
   if (parameter == kReconRolloff) return kReconRolloffDefault;
+  if (parameter > kReconRolloff) return 0;
   float vector[NR_PARAM_COUNT];
   nr_def(vector);
   return vector[parameter];
@@ -99,6 +130,8 @@ const char* nameOf(Origin origin) {
       return "set";
     case Origin::kMeasured:
       return "measured";
+    case Origin::kRecipe:
+      return "recipe";
   }
   return "";
 }
@@ -127,12 +160,22 @@ Range rangeOf(std::size_t parameter) {
 
 Chosen::Chosen(Rule rule, const vnr_noise& noise, int strength)
     : rule_(settingsBy(rule, noise, static_cast<float>(strength) / 100.0f)) {
-  const MeasuredBy by = !wasMeasured(rule, noise) ? kNone : rule == Rule::kBest ? kByBest : kByClassic;
+  const int by = !wasMeasured(rule, noise) ? kNone
+                 : rule == Rule::kBest     ? kByBest | kByStages
+                 : rule == Rule::kFast     ? kByBest
+                                           : kByClassic;
   for (std::size_t i = 0; i < kParameterCount; ++i) {
     const Description& about = kDescriptions[i];
     parameters_[i] = {about.name, about.meaning, defaultOf(i), valueIn(rule_, i), Origin::kDefault};
     parameters_[i].origin = originOf(parameters_[i], (about.measured & by) != 0);
   }
+  takeSpectrum(noise, rule_);
+}
+
+Chosen::Chosen(const vnr_settings& recipe) : rule_(recipe) {
+  for (std::size_t i = 0; i < kParameterCount; ++i)
+    parameters_[i] = {kDescriptions[i].name, kDescriptions[i].meaning, defaultOf(i), valueIn(rule_, i),
+                      Origin::kRecipe};
 }
 
 void Chosen::set(const std::vector<Setting>& settings, Origin origin) {
@@ -144,9 +187,7 @@ void Chosen::set(const std::vector<Setting>& settings, Origin origin) {
 
 vnr_settings Chosen::forLibrary(int tile) const {
   vnr_settings settings = rule_;
-  for (std::size_t i = 0; i < NR_RESERVED; ++i) settings.params[i] = parameters_[i].value;
-  settings.recon_threshold = parameters_[kReconThreshold].value;
-  settings.recon_rolloff = parameters_[kReconRolloff].value;
+  for (std::size_t i = 0; i < kParameterCount; ++i) valueIn(settings, i) = parameters_[i].value;
   settings.tile = tile;
   return settings;
 }

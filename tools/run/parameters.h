@@ -11,13 +11,27 @@
 namespace tool::run {
 
 // The entries of the parameter vector (all but the last, which nothing reads) come first, by their index; those of
-// reconstruction follow.
-enum : std::size_t { kReconThreshold = NR_RESERVED, kReconRolloff, kParameterCount };
+// reconstruction and of the stages beyond denoise2's filters follow.
+enum : std::size_t {
+  kReconThreshold = NR_RESERVED,
+  kReconRolloff,
+  kPatch,
+  kDotsLuma,
+  kDotsChroma,
+  kShrinkLuma,
+  kShrinkChroma,
+  kParameterCount
+};
 
 // How a measurement becomes settings.
-enum class Rule { kBest, kClassic };
+enum class Rule { kBest, kFast, kClassic };
 
-enum class Origin { kDefault, kPreset, kSet, kMeasured };
+// Whether a rule works with the second measurement, by scale, instead of the noise level.
+inline bool takesGrain(Rule rule) {
+  return rule != Rule::kClassic;
+}
+
+enum class Origin { kDefault, kPreset, kSet, kMeasured, kRecipe };
 
 // The word for it, wherever a parameter is told of.
 const char* nameOf(Origin origin);
@@ -55,6 +69,8 @@ class Chosen {
  public:
   // As the rule has it, at a strength in percent that it takes. Throws Failure.
   Chosen(Rule rule, const vnr_noise& noise, int strength);
+  // As a recipe has it.
+  explicit Chosen(const vnr_settings& recipe);
 
   void set(const std::vector<Setting>& settings, Origin origin);
 

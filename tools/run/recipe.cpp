@@ -30,9 +30,9 @@ std::vector<FloatField> floatsOf(vnr_settings& s) {
                                {"dots_chroma", &s.dots_chroma},
                                {"shrink_luma", &s.shrink_luma},
                                {"shrink_chroma", &s.shrink_chroma},
-                               {"residual_luma", s.residual_luma, 8},
-                               {"residual_chroma", s.residual_chroma, 8},
-                               {"spectrum", s.spectrum[0], 64, 3}};
+                               {"residual_luma", s.residual_luma, {8}},
+                               {"residual_chroma", s.residual_chroma, {8}},
+                               {"spectrum", s.spectrum[0], {3, 8, 8}}};
   fields.insert(fields.end(), std::begin(others), std::end(others));
   return fields;
 }

@@ -47,8 +47,8 @@ const std::vector<Preset>& presets() {
   static const std::vector<Preset> all = {
       // What gains most.
       {"best", Rule::kBest, {}},
-      // The same, and as quick as the filters alone whatever else "best" comes to do.
-      {"fast", Rule::kBest, {}},
+      // The filters alone, at twice the speed.
+      {"fast", Rule::kFast, {}},
       // What a host gets from denoise2.
       {"classic", Rule::kClassic, {}},
       // Colour blotches only; luminance stays as it is.
@@ -76,13 +76,13 @@ const Preset& findPreset(const std::string& name) {
 }
 
 bool Settings::keepsLuminance() const {
-  return chromaOnly || preset == "chroma-only";
+  return chromaOnly || (!recipe && preset == "chroma-only");
 }
 
-Chosen Settings::chosenFor(const vnr_noise& noise) const {
-  Chosen chosen(rule(), noise, strength);
-  chosen.set(findPreset(preset).settings, Origin::kPreset);
-  if (chromaOnly) chosen.set({{NR_LUMA_KEEP, 1.0f}}, Origin::kSet);
+Chosen Settings::chosenFor(const vnr_noise& measured) const {
+  Chosen chosen = recipe ? Chosen(*recipe) : Chosen(rule(), measured, strength);
+  if (!recipe) chosen.set(findPreset(preset).settings, Origin::kPreset);
+  if (chromaOnly) chosen.set({{NR_LUMA_KEEP, 1.0f}, {kDotsLuma, 0.0f}, {kShrinkLuma, 0.0f}}, Origin::kSet);
   chosen.set(settings, Origin::kSet);
   return chosen;
 }

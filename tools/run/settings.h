@@ -1,6 +1,7 @@
 // What the user asks of the denoisers: strength, presets, single parameters.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,7 +15,7 @@ struct Preset {
   Rule rule;
   std::vector<Setting> settings;
 
-  int leastStrength() const { return rule == Rule::kBest ? 60 : 50; }
+  int leastStrength() const { return takesGrain(rule) ? 60 : 50; }
 };
 
 const std::vector<Preset>& presets();
@@ -33,11 +34,14 @@ struct Settings {
   int threads = 1;
   int tile = 256;
 
-  Rule rule() const { return findPreset(preset).rule; }
+  std::shared_ptr<const vnr_noise> noise;      // to denoise by, instead of the picture's own
+  std::shared_ptr<const vnr_settings> recipe;  // instead of preset, strength and noise
+
+  Rule rule() const { return recipe ? Rule::kBest : findPreset(preset).rule; }
   // True when luminance is to stay as it is, by option or preset.
   bool keepsLuminance() const;
   // The parameters for this noise: the rule's, then the preset's own, then what was set.
-  Chosen chosenFor(const vnr_noise& noise) const;
+  Chosen chosenFor(const vnr_noise& measured) const;
   // Throws Failure with a sentence that says what is wrong.
   void check() const;
 };

@@ -4,11 +4,14 @@
 #include <cstdint>
 #include <functional>
 
+#include "run/pool.h"
+
 namespace tool::run {
 
 struct Watch {
   std::function<void(double share)> progress;  // called from any thread, by one at a time
   const std::int32_t* cancel = nullptr;        // stops when not 0
+  Pool* pool = nullptr;                        // whose threads do it; the library's own without one
 };
 
 }  // namespace tool::run

@@ -1,5 +1,8 @@
 #include "tell/describe.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cmath>
 
 #include "tell/versions.h"
@@ -29,9 +32,9 @@ void addWork(const run::FilterWork& work, const run::Settings& settings, Json& j
   json["defaults_used"] = usesDefaults;
   if (usesDefaults) json["defaults_reason"] = work.noise.whyNoLevel();
   json["strength"] = settings.strength;
-  json["preset"] = settings.preset;
+  json["preset"] = settings.recipe ? "recipe" : settings.preset;
   json["threads"] = settings.threads;
-  json["tile"] = settings.tile;
+  json["tile"] = work.settings.tile;
   json["parameters"] = parametersOf(work.parameters);
 }
 
@@ -87,6 +90,28 @@ void addOutcome(const run::Outcome& outcome, const run::Settings& settings, Json
   for (const auto& [name, version] : versions()) json["versions"][name] = version;
 }
 
+bool isContinued(const std::string& text, std::size_t at, std::size_t length) {
+  if (at + length > text.size()) return false;
+  return std::all_of(&text[at + 1], &text[at] + length, [](char c) { return (c & 0xc0) == 0x80; });
+}
+
+// Of the places that stand for bytes: U+10FF80 and up.
+bool isStandIn(const std::string& text, std::size_t at) {
+  return text.compare(at, 2, "\xf4\x8f") == 0 && at + 3 < text.size() && (text[at + 2] & 0xfe) == 0xbe;
+}
+
+// Bytes of the UTF-8 character there; 0 when there is none, or one that must not be.
+std::size_t lengthOfCharacter(const std::string& text, std::size_t at) {
+  const auto first = static_cast<unsigned char>(text[at]);
+  if (first < 0x80) return 1;
+  const std::size_t length = first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
+  if (first < 0xc2 || first > 0xf4 || !isContinued(text, at, length) || isStandIn(text, at)) return 0;
+  const auto second = static_cast<unsigned char>(text[at + 1]);
+  const bool isTooLong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
+  const bool isNone = (first == 0xed && second > 0x9f) || (first == 0xf4 && second > 0x8f);
+  return isTooLong || isNone ? 0 : length;
+}
+
 }  // namespace
 
 void addNoise(const run::NoiseProfile& profile, Json& json) {
@@ -98,7 +123,7 @@ void addNoise(const run::NoiseProfile& profile, Json& json) {
     json["noise_blotches"] = rounded(noise.blotches, 1e5);
   }
   json["noise_measured"] = profile.measured();
-  json["blocks_usable"] = profile.blocks.size();
+  json["blocks_usable"] = noise.blocks_usable;
   if (!profile.measured()) return;
   json["noise_level"] = rounded(noise.level, 1e5);
   json["noise_statistic"] = rounded(noise.statistic);
@@ -113,17 +138,41 @@ Json describe(const run::HdrStatistics& statistics) {
 }
 
 Json describe(const run::FileResult& file, const run::Settings& settings) {
-  Json json = {{"input", file.input}, {"output", file.output}};
+  Json json = {{"input", nameAsText(file.input)}, {"output", nameAsText(file.output)}};
   if (const Failure* failure = file.failure()) {
-    json["error"] = failure->what();
-  } else {
+    json["error"] = nameAsText(failure->what());
+    json["kind"] = nameOf(failure->kind);
+  } else if (file.outcome() != nullptr) {
     addOutcome(*file.outcome(), settings, json);
+  } else {
+    json[std::holds_alternative<run::Skipped>(file.end) ? "skipped" : "dry_run"] = true;
   }
   return json;
 }
 
+// Each byte that is no part of a character becomes one of the last 128 places of Unicode, which no name has but by
+// such bytes: those of a name that uses these places are taken apart in the same way.
+std::string nameAsText(const std::string& bytes) {
+  std::string text;
+  for (std::size_t at = 0; at < bytes.size();) {
+    const std::size_t length = lengthOfCharacter(bytes, at);
+    if (length > 0)
+      text.append(bytes, at, length);
+    else
+      text += {'\xf4', '\x8f', static_cast<char>(0xbe | (bytes[at] >> 6 & 1)),
+               static_cast<char>(0x80 | (bytes[at] & 0x3f))};
+    at += std::max<std::size_t>(1, length);
+  }
+  return text;
+}
+
 std::string oneLine(const Json& value) {
-  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+  for (std::size_t at = 0; (at = text.find("\xf4\x8f", at)) != std::string::npos; ++at) {
+    if (isStandIn(text, at))
+      text.replace(at, 4, fmt::format("\\udc{:02x}", 0x80 | (text[at + 2] & 1) << 6 | (text[at + 3] & 0x3f)));
+  }
+  return text;
 }
 
 }  // namespace tool::tell

@@ -19,7 +19,10 @@ void addNoise(const run::NoiseProfile& profile, Json& json);
 // The six statistics of a high-dynamic-range picture by name.
 Json describe(const run::HdrStatistics& statistics);
 
-// JSON on one line; bytes of file names that are no UTF-8 are replaced.
+// A file's name, or a message with one, so that it can be in JSON whatever its bytes are.
+std::string nameAsText(const std::string& bytes);
+
+// JSON on one line. A byte of a name that is no UTF-8 is written as Python reads such names: 0xff as \udcff.
 std::string oneLine(const Json& value);
 
 }  // namespace tool::tell

@@ -28,13 +28,17 @@ std::string summaryOf(const HdrWork& work, const Settings&) {
                      work.strength);
 }
 
+std::string presetOf(const Settings& settings) {
+  return settings.recipe ? "by a recipe" : settings.preset;
+}
+
 std::string levelOf(const run::NoiseProfile& profile) {
   return profile.measured() ? fmt::format("noise level {:.1f}", profile.noise.level) : "noise level not measurable";
 }
 
 std::string summaryOf(const FilterWork& work, const Settings& settings) {
   const bool isKnown = work.noise.noise.grain != VNR_GRAIN_UNKNOWN;
-  return fmt::format("{}, {}{}, {} thread{}", settings.preset, isKnown ? "sigma " + sigmaOf(work.noise) + ", " : "",
+  return fmt::format("{}, {}{}, {} thread{}", presetOf(settings), isKnown ? "sigma " + sigmaOf(work.noise) + ", " : "",
                      levelOf(work.noise), settings.threads, settings.threads == 1 ? "" : "s");
 }
 
@@ -50,7 +54,7 @@ std::string grainLine(const run::NoiseProfile& profile) {
 std::string levelLine(const FilterWork& work) {
   if (work.noise.measured()) {
     return fmt::format("  noise level {:.1f}: {:.2f} a neighbour pair over the smoothest of {} usable blocks\n",
-                       work.noise.noise.level, work.noise.noise.statistic, work.noise.blocks.size());
+                       work.noise.noise.level, work.noise.noise.statistic, work.noise.noise.blocks_usable);
   }
   const char* what = work.rule == run::Rule::kClassic ? "the library's defaults were used" : "no noise level";
   return fmt::format("  {}: {}\n", what, work.noise.whyNoLevel());
@@ -62,7 +66,8 @@ std::string parameterLine(const run::Parameter& parameter) {
 }
 
 std::string workDetails(const FilterWork& work, const Settings& settings) {
-  std::string text = fmt::format("  preset {}, strength {}\n", settings.preset, settings.strength);
+  std::string text = settings.recipe ? "  by a recipe\n"
+                                     : fmt::format("  preset {}, strength {}\n", settings.preset, settings.strength);
   text += grainLine(work.noise) + levelLine(work);
   for (const run::Parameter& parameter : work.parameters) text += parameterLine(parameter);
   return text;

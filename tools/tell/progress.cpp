@@ -33,35 +33,44 @@ std::string lastPart(const std::string& path) {
 
 }  // namespace
 
-Progress::Progress(std::size_t files, std::uintmax_t bytes, bool wanted)
-    : shown_(wanted && isatty(STDERR_FILENO) != 0), files_(files), bytes_(std::max<std::uintmax_t>(bytes, 1)) {}
+Progress::Progress(std::size_t files, std::uintmax_t bytes, std::size_t places, bool wanted)
+    : shown_(wanted && isatty(STDERR_FILENO) != 0),
+      files_(files),
+      bytes_(static_cast<double>(std::max<std::uintmax_t>(bytes, 1))),
+      atWork_(places) {}
 
 Progress::~Progress() {
   clear();
 }
 
-void Progress::begin(const std::string& name, std::uintmax_t bytes) {
+void Progress::begin(std::size_t place, const std::string& name, std::uintmax_t bytes) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   name_ = printable(pictures::isStandardStream(name) ? "standard input" : lastPart(name));
   // Of one picture the share itself is shown, so its bytes must not be 0 as those of a stream are.
-  bytesHere_ = isOne() ? bytes_ : bytes;
-  share_ = 0;
+  atWork_[place] = {isOne() ? bytes_ : static_cast<double>(bytes), 0};
   note();
   // One picture may be done before anybody looks.
   if (!isOne()) draw();
 }
 
-void Progress::advance(double share) {
+void Progress::advance(std::size_t place, double share) {
+  constexpr double kSeconds = 0.2;
+  const std::lock_guard<std::mutex> lock(mutex_);
   // What is left is the writing.
-  share_ = 0.99 * share;
-  note();
-  drawInTime();
+  atWork_[place].share = 0.99 * share;
+  if (isOne()) note();
+  if (!shown_ || sinceDrawn_.seconds() < kSeconds) return;
+  sinceDrawn_.lap();
+  draw();
 }
 
-void Progress::done(double megapixels) {
+void Progress::done(std::size_t place, double megapixels) {
+  const std::lock_guard<std::mutex> lock(mutex_);
   ++filesDone_;
-  bytesDone_ += bytesHere_;
-  bytesHere_ = 0;
+  bytesDone_ += atWork_[place].bytes;
+  atWork_[place] = {};
   megapixels_ += megapixels;
+  if (!isOne()) note();
 }
 
 void Progress::clear() {
@@ -70,21 +79,19 @@ void Progress::clear() {
 }
 
 void Progress::note() const {
-  noteHowFar(isOne() ? fmt::format("{} % of {}", static_cast<int>(100 * share_), name_)
-                     : fmt::format("{} of {} pictures", filesDone_, files_),
+  noteHowFar(isOne() ? fmt::format("after {} % of {}", static_cast<int>(100 * atWork_[0].share), name_)
+                     : fmt::format("after {} of {} pictures", filesDone_, files_),
              isDrawn_);
 }
 
-void Progress::drawInTime() {
-  constexpr double kSeconds = 0.2;
-  if (sinceDrawn_.seconds() < kSeconds) return;
-  sinceDrawn_.lap();
-  draw();
+double Progress::shareOfAll() const {
+  double done = bytesDone_;
+  for (const AtWork& file : atWork_) done += file.share * file.bytes;
+  return done / bytes_;
 }
 
 std::string Progress::figures() const {
-  const double share =
-      (static_cast<double>(bytesDone_) + share_ * static_cast<double>(bytesHere_)) / static_cast<double>(bytes_);
+  const double share = shareOfAll();
   std::string bar;
   for (int i = 0; i < kCells; ++i) bar += i < share * kCells ? "█" : "░";
   // Bytes of the files foretell the time well enough once the first files are done.
@@ -95,7 +102,10 @@ std::string Progress::figures() const {
 
 void Progress::draw() {
   if (!shown_) return;
-  isDrawn_ = true;
+  if (!isDrawn_) {
+    isDrawn_ = true;
+    note();
+  }
   const std::string before = figures();
   // A cell of the bar takes three bytes.
   const std::size_t width = terminalWidth(), used = before.size() - std::size_t{2} * kCells + 1;

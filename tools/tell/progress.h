@@ -1,8 +1,11 @@
 // How far the work is: a bar on the terminal, nothing when standard error is none; and the words for an interruption.
+// Several pictures may be at work, and each thread tells of its own.
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "base/timer.h"
 
@@ -10,31 +13,47 @@ namespace tool::tell {
 
 class Progress {
  public:
-  Progress(std::size_t files, std::uintmax_t bytes, bool wanted);
+  // places: how many pictures may be at work at once.
+  Progress(std::size_t files, std::uintmax_t bytes, std::size_t places, bool wanted);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void begin(const std::string& name, std::uintmax_t bytes);
-  // Of the file that was begun, from any thread, by one at a time.
-  void advance(double share);
-  void done(double megapixels);
-  // Takes the bar away, so that lines can be printed; the next step brings it back.
-  void clear();
+  void begin(std::size_t place, const std::string& name, std::uintmax_t bytes);
+  // Of the file that was begun there.
+  void advance(std::size_t place, double share);
+  void done(std::size_t place, double megapixels);
+
+  // Calls print while no bar is in the way of lines; the next step brings it back.
+  template <typename Print>
+  void without(Print print) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    clear();
+    print();
+  }
 
  private:
+  struct AtWork {
+    double bytes = 0, share = 0;
+  };
+
   bool isOne() const { return files_ == 1; }
+  void clear();
   void note() const;
-  void drawInTime();
   void draw();
+  double shareOfAll() const;
   std::string figures() const;
 
-  bool shown_, isDrawn_ = false;
-  std::size_t files_, filesDone_ = 0;
-  std::uintmax_t bytes_, bytesDone_ = 0, bytesHere_ = 0;
-  double share_ = 0;  // of the file at hand
-  double megapixels_ = 0;
-  std::string name_;
+  const bool shown_;
+  const std::size_t files_;
+  const double bytes_;
+
+  std::mutex mutex_;  // of all that follows
+  bool isDrawn_ = false;
+  std::size_t filesDone_ = 0;
+  double bytesDone_ = 0, megapixels_ = 0;
+  std::vector<AtWork> atWork_;
+  std::string name_;  // of the file that was begun last
   Timer timer_, sinceDrawn_;
 };
 

@@ -82,6 +82,8 @@ void Server::limit() {
   server_.set_payload_max_length(kMostBody);
   server_.set_read_timeout(kSeconds);
   server_.set_write_timeout(kSeconds);
+  // What is idle makes room soon, also for the end.
+  server_.set_keep_alive_timeout(1);
   server_.set_keep_alive_max_count(kMostRequestsEach);
   server_.set_tcp_nodelay(true);
   // No other process shares the port.

@@ -1,13 +1,12 @@
 // The exported level filters: whole levels, rectangles, and the bodies of worker threads.
 #include "filters/level_filter.h"
 
-#include <pthread.h>
-
 #include "VeskaroNRLib.h"
 #include "api/classic/variables.h"
 #include "filters/noise_reduce.h"
 #include "filters/sharpen.h"
 #include "platform/fp_environment.h"
+#include "platform/system.h"
 
 using namespace veskaro;
 
@@ -84,13 +83,13 @@ int sharpen_orig(int rang, int wImage, int /*hImage*/, int* startCoord, int spp,
 void* nr_threaded(void* threadData) {
   nr_data* const job = static_cast<nr_data*>(threadData);
   job->retour = reduceNoiseOfBand(*job);
-  pthread_exit(nullptr);
+  platform::endThread();
 }
 
 void* sharpen_threaded(void* threadData) {
   nr_data* const job = static_cast<nr_data*>(threadData);
   job->retour = sharpenBand(*job);
-  pthread_exit(nullptr);
+  platform::endThread();
 }
 
 }  // extern "C"

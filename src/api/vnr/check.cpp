@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "api/vnr/lattice.h"
-#include "platform/team.h"
+#include "platform/system.h"
 
 namespace veskaro::api {
 namespace {

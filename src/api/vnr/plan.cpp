@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -18,13 +19,36 @@ struct vnr_plan {
 namespace veskaro::api {
 namespace {
 
+params::ShrinkSettings shrinkSettings(const vnr_settings& s, float highlightReduction) {
+  constexpr float kMostPower = 1e30f;  // so that products stay numbers
+  constexpr float kWhite = 255.0f;
+  params::ShrinkSettings shrink;
+  shrink.slope = -highlightReduction / kWhite;
+  for (int c = 0; c < params::kShrunkChannels; ++c) {
+    const float factor = c == params::kShrunkY ? s.shrink_luma : s.shrink_chroma;
+    const float* const residual = c == params::kShrunkY ? s.residual_luma : s.residual_chroma;
+    shrink.isOn[c] = factor > 0.0f;
+    std::copy(residual, residual + params::kBlock, shrink.residual[c]);
+    for (int i = 0; i < params::kBlock * params::kBlock; ++i) {
+      shrink.power[c][i] = std::min(factor * s.spectrum[c][i], kMostPower);
+    }
+  }
+  return shrink;
+}
+
+params::TileSettings tileSettings(const vnr_settings& s) {
+  const params::Tuning tuning = params::deriveTuning(s.params);
+  params::TileSettings tile = params::tileSettings(tuning, {s.recon_threshold, s.recon_rolloff});
+  tile.noise[0].patch = s.patch;
+  tile.dots = {s.dots_luma, s.dots_chroma};
+  tile.shrink = shrinkSettings(s, tuning.highlightReduction);
+  return tile;
+}
+
 // The grid of two threads and more, whatever runs it.
 vnr_plan planOf(int width, int height, const vnr_settings& s) {
   constexpr int kSeveralThreads = 2;
-  vnr_plan p = {
-      {width, height, {}, params::tileSettings(params::deriveTuning(s.params), {s.recon_threshold, s.recon_rolloff})},
-      s.linear_scale,
-      s.rounding};
+  vnr_plan p = {{width, height, {}, tileSettings(s)}, s.linear_scale, s.rounding};
   tiled::tileGrid(width, height, s.tile, kSeveralThreads, tiled::kPadding, tiled::kOverlap, &p.plan.grid);
   return p;
 }
@@ -76,11 +100,11 @@ using namespace veskaro;
 
 int vnr_plan_begin(int32_t width, int32_t height, const vnr_settings* settings, vnr_plan** plan) {
   if (plan == nullptr) return VNR_ERROR_NULL;
+  const platform::DefaultFpEnvironment environment;
   vnr_settings own;
   int result = api::checkSettings(settings, &own);
   if (result == VNR_OK) result = api::checkSize(width, height);
   if (result != VNR_OK) return result;
-  const platform::DefaultFpEnvironment environment;
   void* const memory = std::malloc(sizeof(vnr_plan));
   if (memory == nullptr) return VNR_ERROR_MEMORY;
   *plan = new (memory) vnr_plan(api::planOf(width, height, own));
@@ -115,6 +139,7 @@ void vnr_plan_end(vnr_plan* plan) {
 
 int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_settings* settings,
                 const vnr_control* control) {
+  const platform::DefaultFpEnvironment environment;
   api::CheckedPicture ownIn, ownOut;
   platform::Control how;
   vnr_settings own;
@@ -124,7 +149,6 @@ int vnr_denoise(const vnr_picture* in, const vnr_picture* out, const vnr_setting
   if (result != VNR_OK) return result;
   const pixels::Region& whole = ownIn.view.region;
   if (whole.x0 != 0 || whole.y0 != 0 || ownOut.view.region != whole) return VNR_ERROR_RECTANGLE;
-  const platform::DefaultFpEnvironment environment;
   if (settings == nullptr) {
     vnr_noise noise = {};
     noise.struct_size = sizeof(noise);

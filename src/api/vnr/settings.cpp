@@ -1,10 +1,12 @@
 #include "api/vnr/settings.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "api/vnr/check.h"
 #include "params/best.h"
 #include "params/noise_level.h"
+#include "params/stages.h"
 #include "params/tuning.h"
 #include "platform/fp_environment.h"
 #include "tiled/tile_geometry.h"
@@ -67,6 +69,7 @@ void takeByScale(const measure::NoiseByScale& from, vnr_noise* noise) {
   noise->coarse_chroma = from.coarseChroma;
   noise->texture_guard = from.kept;
   noise->structure = from.structure;
+  std::memcpy(noise->spectrum, from.spectrum, sizeof(noise->spectrum));
 }
 
 vnr_settings usualSettings(float linearScale, int rounding) {
@@ -92,9 +95,9 @@ void evenOutLinear(const vnr_noise& noise, vnr_settings* settings) {
 // What a measurement may tell, whoever told it.
 bool isMeasurement(const vnr_noise& n) {
   const auto isShare = [](float v) { return v >= 0.0f && v <= 1.0f; };
-  return isNotNegative(n.luma) && isNotNegative(n.coarse_chroma) && isNotNegative(n.structure) &&
-         isShare(n.correlation) && isShare(n.blotches) && isShare(n.texture_guard) && isNumber(n.linear_scale) &&
-         arePowers(n.spectrum);
+  return isNotNegative(n.luma) && isNotNegative(n.chroma) && isNotNegative(n.coarse_chroma) &&
+         isNotNegative(n.structure) && isShare(n.correlation) && isShare(n.blotches) && isShare(n.texture_guard) &&
+         isNumber(n.linear_scale) && arePowers(n.spectrum);
 }
 
 }  // namespace
@@ -138,7 +141,19 @@ vnr_settings fastSettings(const vnr_noise& noise, float strength) {
 }
 
 vnr_settings bestSettings(const vnr_noise& noise, float strength) {
-  return fastSettings(noise, strength);
+  vnr_settings s = fastSettings(noise, strength);
+  const params::Stages stages = params::setStages({noise.luma, noise.chroma, noise.structure, noise.correlation,
+                                                   noise.blotches, noise.texture_guard, noise.encoding == VNR_LINEAR},
+                                                  strength, s.params);
+  s.patch = stages.patch;
+  s.dots_luma = stages.dotsLuma;
+  s.dots_chroma = stages.dotsChroma;
+  s.shrink_luma = stages.shrinkLuma;
+  s.shrink_chroma = stages.shrinkChroma;
+  std::memcpy(s.residual_luma, stages.residualLuma, sizeof(s.residual_luma));
+  std::memcpy(s.residual_chroma, stages.residualChroma, sizeof(s.residual_chroma));
+  std::memcpy(s.spectrum, noise.spectrum, sizeof(s.spectrum));
+  return s;
 }
 
 int checkSettings(const vnr_settings* given, vnr_settings* settings) {
@@ -157,8 +172,8 @@ int settingsByGrain(vnr_settings (*rule)(const vnr_noise&, float), const vnr_noi
   vnr_noise own;
   const int taken = takeStruct(noise, &own);
   if (taken != VNR_OK) return taken;
-  if (!isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
   const platform::DefaultFpEnvironment environment;
+  if (!isMeasurement(own) || !params::isBestStrength(strength)) return VNR_ERROR_SETTINGS;
   return giveStruct(rule(own, strength), settings);
 }
 

@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "hdr/detail/detail_levels.h"
 #include "hdr/detail/smooth_line.h"
 
@@ -17,8 +15,9 @@ void smoothLineOfPlane(const PlaneSample* from, PlaneSample* to, std::ptrdiff_t 
 }  // namespace
 
 float noiseCoefficient(int level) {
-  const double factor = level == 0 ? 1.0 : std::exp(2.6 - 2.6 * std::sqrt(level + 1.0));
-  return static_cast<float>(0.8002 * factor);
+  static constexpr float kCoefficients[kDetailLevels] = {0.800199986f, 0.272572994f, 0.119286671f, 0.0594337173f,
+                                                         0.0321716294f};
+  return kCoefficients[level];
 }
 
 void smoothPlane(const LevelPlanes& planes, const PlaneSample* from, PlaneSample* to, int spacing) {

@@ -1,5 +1,5 @@
 // Per-target: natural logarithm and exponential of whole vectors, evaluated in double and rounded once. The results are
-// those of the platform's logf and expf for every float in the stated ranges, on every instruction set.
+// those of platform/log_exp.h for every float in the stated ranges, on every instruction set.
 #if defined(VESKARO_HDR_LUMINANCE_LOG_EXP_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef VESKARO_HDR_LUMINANCE_LOG_EXP_VECTORS_INL_H
 #undef VESKARO_HDR_LUMINANCE_LOG_EXP_VECTORS_INL_H
@@ -7,7 +7,7 @@
 #define VESKARO_HDR_LUMINANCE_LOG_EXP_VECTORS_INL_H
 #endif
 
-#include "hdr/luminance/log_exp_constants.h"
+#include "platform/log_exp_constants.h"
 #include "simd/vectors-inl.h"
 #include "simd/x86-inl.h"
 
@@ -15,6 +15,8 @@ HWY_BEFORE_NAMESPACE();
 namespace veskaro::hdr {
 namespace HWY_NAMESPACE {
 using namespace simd::HWY_NAMESPACE;
+using platform::ExpConstants;
+using platform::LogConstants;
 #if VESKARO_HAS_VECTORS
 
 // Doubles from their low and high words. The lanes come in the order that interleaving gives: the first of each half
@@ -87,9 +89,8 @@ HWY_INLINE VD fractionOfStep(VD x, VD steps) {
 #if HWY_NATIVE_FMA
   return hn::MulSub(x, hn::Set(d, ExpConstants::kStepsPerLn2), steps);
 #else
-  constexpr double kLeading = 0x1.715476p+0 * ExpConstants::kSteps;  // the first 27 bits
-  constexpr double kTrailing = ExpConstants::kStepsPerLn2 - kLeading;
-  return hn::Add(hn::Sub(hn::Mul(x, hn::Set(d, kLeading)), steps), hn::Mul(x, hn::Set(d, kTrailing)));
+  return hn::Add(hn::Sub(hn::Mul(x, hn::Set(d, ExpConstants::kLeading)), steps),
+                 hn::Mul(x, hn::Set(d, ExpConstants::kTrailing)));
 #endif
 }
 

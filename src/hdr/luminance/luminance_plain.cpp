@@ -4,6 +4,7 @@
 #include "hdr/luminance/luminance_forms.h"
 #include "hdr/luminance/threshold_curve.h"
 #include "hdr/rgbe/ybr.h"
+#include "platform/log_exp.h"
 
 namespace veskaro::hdr {
 
@@ -49,7 +50,7 @@ class LuminanceStage {
 
 void plain::writePixel(const ExponentTable& table, const ConstRgbeRow& in, int i, float logLuma, const RgbeRow& out) {
   Ybr ybr = toYbr(decode(in, i, table));
-  ybr.y = std::exp(logLuma);
+  ybr.y = platform::expOf(logLuma);
   const Rgb colour = toRgb(ybr);
   if (!std::isfinite(logLuma) || !std::isfinite(ybr.y) || !isEncodable(colour)) {
     copyPixel(in, out, i);

@@ -1,6 +1,6 @@
 #include "hdr/rgbe/ybr.h"
 
-#include <cmath>
+#include "platform/log_exp.h"
 
 namespace veskaro::hdr {
 
@@ -39,7 +39,7 @@ Rgb toRgb(const Ybr& colour) {
 }
 
 float logOrZero(float value) {
-  return value > 0.0f ? std::log(value) : 0.0f;
+  return value > 0.0f ? platform::logOf(value) : 0.0f;
 }
 
 float logLuminance(const Rgb& colour) {

@@ -8,6 +8,7 @@
 #include "hdr/statistics/log_percentiles.h"
 #include "hdr/statistics/percentile.h"
 #include "platform/heap_array.h"
+#include "platform/log_exp.h"
 #include "simd/rows.h"
 
 namespace veskaro::hdr {
@@ -47,8 +48,8 @@ class PercentileSearch {
 
   LogScale scaleOf(int quantity) const {
     LogScale scale;
-    scale.extend(std::log(valueOf(counts_[quantity].smallest)));
-    scale.extend(std::log(valueOf(counts_[quantity].largest)));
+    scale.extend(platform::logOf(valueOf(counts_[quantity].smallest)));
+    scale.extend(platform::logOf(valueOf(counts_[quantity].largest)));
     return scale;
   }
 
@@ -74,8 +75,8 @@ class PercentileSearch {
     const std::int32_t first = firstOfCell(quantity, percentile);
     const std::int32_t last = first + ((1 << counts.brackets[percentile].shift) - 1);
     const float perUnit = scale.binsPerUnit();
-    const int bin = scale.binOf(std::log(valueOf(std::max(first, counts.smallest))), perUnit);
-    return bin == scale.binOf(std::log(valueOf(std::min(last, counts.largest))), perUnit) ? bin : -1;
+    const int bin = scale.binOf(platform::logOf(valueOf(std::max(first, counts.smallest))), perUnit);
+    return bin == scale.binOf(platform::logOf(valueOf(std::min(last, counts.largest))), perUnit) ? bin : -1;
   }
 
   // Counts again with each bracket on the cell found, one float to a cell.

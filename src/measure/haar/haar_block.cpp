@@ -2,42 +2,17 @@
 
 #include <cmath>
 
+#include "measure/haar/measured_row.h"
+
 namespace veskaro::measure {
 namespace {
 
 template <int kSize>
 using Plane = float[kSize][kSize];
 
-// A value that noise and structure are measured in.
-template <typename Sample>
-float measuredValue(const unsigned char* at, const pixels::SampleScale& scale) {
-  const float v = static_cast<float>(pixels::loadSample<Sample>(at));
-  if (sizeof(Sample) < sizeof(float)) return (v < scale.white ? v : scale.white) * scale.toWorking;
-  if (scale.encoding == pixels::Encoding::kLinear) return std::copysign(std::sqrt(std::fabs(v)), v);
-  return v * scale.toWorking;
-}
-
-struct Row {
-  float v[3][kHaarBlock];
-};
-
-// False when a value is not finite.
-template <typename Sample>
-bool loadRow(const pixels::PictureView& picture, const pixels::SampleScale& scale, int x, int y, Row* row) {
-  float zero = 0.0f;
-  for (int k = 0; k < 3; ++k) {
-    const unsigned char* at = picture.at(k, x, y);
-    for (int i = 0; i < kHaarBlock; ++i, at += picture.pixelStride) {
-      const float value = row->v[k][i] = measuredValue<Sample>(at, scale);
-      zero += value * 0.0f;
-    }
-  }
-  return zero == 0.0f;
-}
-
 // Clipped noise is less noise. Values are clipped where rounding may have put them at either end; what is linear has no
 // white that clips.
-int clippedPixels(const Row& row, pixels::Encoding encoding) {
+int clippedPixels(const MeasuredRow& row, pixels::Encoding encoding) {
   const float low = encoding == pixels::Encoding::kLinear ? 0.0f : 1.0f;
   const float high = encoding == pixels::Encoding::kLinear ? HUGE_VALF : 254.0f;
   int clipped = 0;
@@ -49,12 +24,11 @@ int clippedPixels(const Row& row, pixels::Encoding encoding) {
   return clipped;
 }
 
-void toYcc(const Row& row, float* y, float* cb, float* cr) {
+void toYcc(const MeasuredRow& row, float* y, float* cb, float* cr) {
+  toDifferences(row, y, cb, cr);
   for (int i = 0; i < kHaarBlock; ++i) {
-    const float r = row.v[0][i], g = row.v[1][i], b = row.v[2][i];
-    y[i] = 0.299f * r + 0.587f * g + 0.114f * b;
-    cb[i] = (b - y[i]) * (1.0f / 1.772f);
-    cr[i] = (r - y[i]) * (1.0f / 1.402f);
+    cb[i] *= 1.0f / 1.772f;
+    cr[i] *= 1.0f / 1.402f;
   }
 }
 
@@ -134,7 +108,7 @@ bool measureSamples(const pixels::PictureView& picture, const pixels::SampleScal
   Plane<2> eighths[kChannels];
   int clipped = 0;
   for (int i = 0; i < kHaarBlock; ++i) {
-    Row row;
+    MeasuredRow row;
     if (!loadRow<Sample>(picture, scale, x, y + i, &row)) return false;
     clipped += clippedPixels(row, scale.encoding);
     toYcc(row, pixels[kY][i], pixels[kCb][i], pixels[kCr][i]);

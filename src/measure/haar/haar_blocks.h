@@ -8,6 +8,8 @@
 #include "measure/fragments.h"
 #include "measure/haar/haar_block.h"
 #include "measure/result.h"
+#include "measure/spectrum/block_spectrum.h"
+#include "measure/spectrum/smoothest_bounds.h"
 #include "platform/heap_array.h"
 #include "platform/loop.h"
 
@@ -39,17 +41,31 @@ struct HaarRecord {
   std::uint32_t isSeen;
 };
 
+// Of a block that may be among the smoothest.
+struct SpectrumRecord {
+  std::int64_t block;
+  std::uint32_t isMeasured;  // not so after a call that failed
+  BlockSpectrum spectrum;
+};
+
 using HaarFragment = FragmentOf<kHaarBlock>;
 
 class HaarBlocks {
  public:
   HaarBlocks(int width, int height)
-      : grid_(width, height), records_(static_cast<std::size_t>(grid_.count()), platform::Fill::kZeros) {}
+      : grid_(width, height),
+        records_(static_cast<std::size_t>(grid_.count()), platform::Fill::kZeros),
+        bounds_(grid_.count()) {}
 
   explicit operator bool() const { return static_cast<bool>(records_); }
   const HaarGrid& grid() const { return grid_; }
   const HaarRecord& operator[](std::int64_t block) const { return records_[static_cast<std::size_t>(block)]; }
   const FragmentsOf<kHaarBlock>& fragments() const { return fragments_; }
+  const ByBlock<SpectrumRecord>& spectra() const { return spectra_; }
+  const BlockSpectrum* spectrumOf(std::int64_t block) const {  // null when it has none
+    const SpectrumRecord* const known = spectra_.find(block);
+    return known != nullptr && known->isMeasured != 0 ? &known->spectrum : nullptr;
+  }
 
   // Blocks seen before are left out, so that pieces may overlap.
   Result add(const pixels::PictureView& piece, const pixels::SampleScale& scale, const platform::Control& control);
@@ -59,16 +75,25 @@ class HaarBlocks {
   // For one that comes from bytes.
   void restore(std::int64_t block, const HaarRecord& record);
   Result restore(const HaarFragment& fragment, pixels::Encoding encoding);
+  Result restore(const SpectrumRecord& spectrum, pixels::Encoding encoding);
 
  private:
   HaarRecord& record(std::int64_t block) { return records_[static_cast<std::size_t>(block)]; }
   bool measure(const pixels::PictureView& picture, const pixels::SampleScale& scale, int column, int row);
   Result addToFragment(const pixels::PictureView& piece, const pixels::SampleScale& scale, int column, int row);
-  void completeWhenFull(HaarFragment* fragment, pixels::Encoding encoding);
+  Result completeWhenFull(HaarFragment* fragment, pixels::Encoding encoding);
+
+  bool maySpeak(std::int64_t block, pixels::Encoding encoding) const;
+  Result addSpectra(const pixels::PictureView& piece, const pixels::SampleScale& scale, const pixels::Region& blocks,
+                    const platform::Control& control);
+  bool measureSpectrumOf(const pixels::PictureView& picture, const pixels::SampleScale& scale, std::int64_t block);
+  bool settleBounds(pixels::Encoding encoding);
 
   HaarGrid grid_;
   platform::HeapArray<HaarRecord> records_;
   FragmentsOf<kHaarBlock> fragments_;
+  ByBlock<SpectrumRecord> spectra_;
+  SmoothestBounds bounds_;
 };
 
 }  // namespace veskaro::measure

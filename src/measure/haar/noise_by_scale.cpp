@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "measure/haar/structure.h"
+#include "measure/spectrum/noise_spectrum.h"
+
 namespace veskaro::measure {
 namespace {
 
@@ -29,9 +32,6 @@ constexpr std::size_t kFewestDeciding = 6;
 constexpr double kSigmaShare = 0.02;
 constexpr std::size_t kFewestOfSigma = 32;
 
-// Structure shows in luminance first.
-constexpr double kStructureWeight[kChannels] = {0.5, 0.125, 0.125};
-
 double clampedTo01(double v) {
   return v > 0.0 ? (v < 1.0 ? v : 1.0) : 0.0;
 }
@@ -51,26 +51,13 @@ struct EvenBlock {
   const HaarBlock* block;
   double factor;  // on its energies
   double structure;
+  std::int64_t index;
 };
 
 struct Selection {
   EvenBlock* blocks;
   std::size_t count;
 };
-
-double structureOf(const HaarBlock& b) {
-  double structure = 0.0;
-  for (int c = 0; c < kChannels; ++c) {
-    for (int s = 0; s < kStructureScales; ++s) structure += kStructureWeight[c] * static_cast<double>(b.straight[s][c]);
-  }
-  return structure;
-}
-
-double evenFactor(const HaarBlock& b, pixels::Encoding encoding) {
-  if (encoding == pixels::Encoding::kLinear) return 1.0;
-  const double model = 1.0 - static_cast<double>(kHighlightFall) * clampedTo01(static_cast<double>(b.luma) / 255.0);
-  return 1.0 / (model * model);
-}
 
 // The blocks of a picture that have noise as it was, in row-major order.
 class PassingBlocks {
@@ -88,20 +75,24 @@ class PassingBlocks {
       const HaarBlock& b = blocks[i].block;
       if (blocks[i].isSeen == 0 || !(b.clipped <= most)) continue;
       const double factor = evenFactor(b, encoding);
-      passing_[count_++] = {&b, factor, structureOf(b) * factor};
+      passing_[count_++] = {&b, factor, structureOf(b) * factor, i};
     }
   }
 
   // The smoothest share of them, so many at least (or all), smoothest first; records lie in row-major order.
   Selection smoothest(double share, std::size_t atLeast) {
     const auto shared = static_cast<std::size_t>(std::ceil(share * static_cast<double>(count_)));
-    const std::size_t n = std::min(count_, std::max(shared, atLeast));
+    return smoothest(std::max(shared, atLeast));
+  }
+  Selection smoothest(std::size_t most) {
+    const std::size_t n = std::min(count_, most);
     const auto isSmoother = [](const EvenBlock& a, const EvenBlock& b) {
       return a.structure != b.structure ? a.structure < b.structure : a.block < b.block;
     };
     std::partial_sort(passing_.data(), passing_.data() + n, passing_.data() + count_, isSmoother);
     return {passing_.data(), n};
   }
+  std::int64_t count() const { return static_cast<std::int64_t>(count_); }
   // Deviation of the median block's straight luminance details at the second scale.
   double structure() {
     for (std::size_t i = 0; i < count_; ++i) {
@@ -299,9 +290,21 @@ class Reader {
 
   void take(const Readings& of, NoiseByScale* noise) {
     judge(of, mayBeJpeg(), noise);
+    takeSpectrum(passing_.smoothest(spectrumBlocks(passing_.count())), noise);
     takeSigma(nearestToGrey(passing_.smoothest(kSigmaShare, kFewestOfSigma), toWorking_), toWorking_, noise);
     passing_.select(blocks_, encoding_, kDarkBlocks[1].clippedShare);
     noise->structure = asFloat(passing_.structure() * toWorking_);
+  }
+
+  // A block is without a spectrum only if adding it failed.
+  void takeSpectrum(const Selection& of, NoiseByScale* noise) const {
+    NoiseSpectrum mean;
+    for (std::size_t i = 0; i < of.count; ++i) {
+      const BlockSpectrum* const spectrum = blocks_.spectrumOf(of.blocks[i].index);
+      if (spectrum != nullptr) mean.add(*spectrum, of.blocks[i].factor);
+    }
+    const auto kept = static_cast<double>(noise->kept);
+    mean.finish(toWorking_ * toWorking_, kept * kept, noise->spectrum);
   }
 
   const HaarBlocks& blocks_;

@@ -4,6 +4,7 @@
 #define VESKARO_MEASURE_HAAR_NOISE_BY_SCALE_H
 
 #include "measure/haar/haar_blocks.h"
+#include "measure/spectrum/block_spectrum.h"
 
 namespace veskaro::measure {
 
@@ -21,10 +22,9 @@ struct NoiseByScale {
   float kept = 1.0f;          // share of the luminance reading that is noise and no texture
   float structure = 0.0f;     // deviation of the median block's middle details, noise and picture
   float sigma[3] = {};        // of red, green and blue at mid grey
+  // Of Y, B - Y and R - Y, by frequency: mean squares of an orthonormal cosine transform's coefficients.
+  float spectrum[kSpectrumChannels][kFrequencies * kFrequencies] = {};
 };
-
-// How much less noise white has than black in what is displayed; square roots of linear light have the same everywhere.
-constexpr float kHighlightFall = 0.3f;
 
 // Linear blocks are brought to the working scale by toWorking, others by 1. False when memory is refused.
 bool noiseByScale(const HaarBlocks& blocks, pixels::Encoding encoding, float toWorking, NoiseByScale* noise);

@@ -37,6 +37,7 @@ Metadata readMetadata(const Bytes& file, Format format, const vips::VImage& open
     }
     case Format::kPng:
       metadata.blocks = pngBlocks(file);
+      metadata.iptc = pngIptc(file);
       break;
     case Format::kWebp:
       metadata.blocks = webpBlocks(file);

@@ -25,6 +25,9 @@ struct Metadata {
   std::shared_ptr<const TiffTags> tiff;  // of a TIFF file that Exiv2 can read
 };
 
+// Makes the library of tags ready for several threads. Call once, before there are others.
+void startTags();
+
 // opened is the same file as libvips opened it.
 Metadata readMetadata(const Bytes& file, Format format, const vips::VImage& opened);
 

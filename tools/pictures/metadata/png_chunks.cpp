@@ -1,6 +1,7 @@
 // PNG: chunks of length, type, data and check sum.
 #include <zlib.h>
 
+#include <cctype>
 #include <cstring>
 #include <set>
 #include <string>
@@ -69,12 +70,14 @@ Bytes xmpChunk(const Bytes& xmp) {
   return chunk("iTXt", data);
 }
 
-// PNG has no place of its own for IPTC; this is where every reader of it looks.
+// PNG has no place of its own for IPTC; this is where every reader of it looks, and every writer puts it.
+constexpr char kIptcKey[] = "Raw profile type iptc";
+
 Bytes iptcChunk(const Bytes& iptc) {
   const Bytes block = photoshopBlockOfIptc(iptc);
   const std::string count = std::to_string(block.size());
-  std::string text = std::string("Raw profile type iptc") + '\0' + "\niptc\n" +
-                     std::string(8 - std::min<std::size_t>(8, count.size()), ' ') + count;
+  std::string text =
+      std::string(kIptcKey) + '\0' + "\niptc\n" + std::string(8 - std::min<std::size_t>(8, count.size()), ' ') + count;
   constexpr char kDigits[] = "0123456789abcdef";
   for (std::size_t i = 0; i < block.size(); ++i) {
     if (i % 36 == 0) text += '\n';
@@ -83,6 +86,46 @@ Bytes iptcChunk(const Bytes& iptc) {
   }
   text += '\n';
   return chunk("tEXt", Bytes(text.begin(), text.end()));
+}
+
+// What a deflated text holds, as far as it is of a size that makes sense.
+std::string inflated(const std::uint8_t* data, std::size_t size) {
+  constexpr std::size_t kMost = std::size_t{4} << 20;
+  std::string text(kMost, '\0');
+  uLongf length = kMost;
+  const int result = uncompress(reinterpret_cast<Bytef*>(text.data()), &length, data, static_cast<uLong>(size));
+  text.resize(result == Z_OK ? length : 0);
+  return text;
+}
+
+// The words of a text chunk with a key; empty for another.
+std::string textUnder(const char* key, const std::string& type, const std::uint8_t* data, std::size_t size) {
+  const std::size_t head = std::strlen(key) + 1;
+  if ((type != "tEXt" && type != "zTXt") || size <= head || std::memcmp(data, key, head) != 0) return "";
+  if (type == "zTXt") return inflated(data + head + 1, size - head - 1);
+  return std::string(data + head, data + size);
+}
+
+int digitOf(char c) {
+  const char* const all = "0123456789abcdef";
+  const char* const found = c == '\0' ? nullptr : std::strchr(all, std::tolower(static_cast<unsigned char>(c)));
+  return found == nullptr ? -1 : static_cast<int>(found - all);
+}
+
+// Behind the profile's name and its length in lines of their own come digits and white space.
+Bytes bytesOfProfile(const std::string& text) {
+  const std::size_t name = text.find_first_not_of('\n'), length = text.find('\n', name);
+  const std::size_t digits = length == std::string::npos ? length : text.find('\n', length + 1);
+  Bytes bytes;
+  if (digits == std::string::npos) return bytes;
+  int high = -1;
+  for (const char c : text.substr(digits)) {
+    const int digit = digitOf(c);
+    if (digit < 0) continue;
+    if (high >= 0) bytes.push_back(static_cast<std::uint8_t>(high << 4 | digit));
+    high = high >= 0 ? -1 : digit;
+  }
+  return bytes;
 }
 
 std::vector<Bytes> blocksFromOtherFormats(const Metadata& metadata) {
@@ -111,6 +154,16 @@ std::vector<Bytes> pngBlocks(const Bytes& file) {
     }
   });
   return blocks;
+}
+
+Bytes pngIptc(const Bytes& file) {
+  Bytes iptc;
+  forEachChunk(file, [&](const std::string& type, std::size_t begin, std::size_t end) {
+    const std::string text = textUnder(kIptcKey, type, file.data() + begin + 8, end - begin - kFrame);
+    const Bytes block = bytesOfProfile(text);
+    if (!block.empty()) iptc = iptcOfPhotoshopBlock(block.data(), block.size());
+  });
+  return iptc;
 }
 
 Bytes pngWithMetadata(const Bytes& encoded, const Metadata& metadata) {

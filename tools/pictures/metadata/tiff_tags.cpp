@@ -1,6 +1,7 @@
 // TIFF: the tags of the first directory and what hangs on it, through Exiv2, which knows maker notes and nested
 // directories. Exiv2 leaves the tags that describe the result's own pixels alone.
 #include <exiv2/exiv2.hpp>
+#include <mutex>
 
 #include "base/failure.h"
 #include "pictures/metadata/containers.h"
@@ -17,7 +18,6 @@ namespace {
 using ImagePtr = Exiv2::Image::AutoPtr;
 
 ImagePtr open(const Bytes& file) {
-  Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
   ImagePtr image = Exiv2::ImageFactory::open(file.data(), static_cast<long>(file.size()));
   image->readMetadata();
   return image;
@@ -102,7 +102,19 @@ void takeWritten(Exiv2::BasicIo& io, std::size_t roomAfter, Bytes& file) {
   io.close();
 }
 
+// Only one thread at a time may word XMP.
+void lockXmp(void* mutex, bool lock) {
+  auto& xmp = *static_cast<std::mutex*>(mutex);
+  lock ? xmp.lock() : xmp.unlock();
+}
+
 }  // namespace
+
+void startTags() {
+  static std::mutex xmp;
+  Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+  Exiv2::XmpParser::initialize(lockXmp, &xmp);
+}
 
 Bytes iptcOfPhotoshopBlock(const std::uint8_t* block, std::size_t size) {
   static constexpr char kName[] = "Photoshop 3.0";
@@ -111,6 +123,8 @@ Bytes iptcOfPhotoshopBlock(const std::uint8_t* block, std::size_t size) {
     size -= sizeof kName;
   }
   if (size == 0) return {};
+  constexpr std::uint8_t kRecord = 0x1c;
+  if (block[0] == kRecord) return Bytes(block, block + size);
   const Exiv2::byte* record = nullptr;
   std::uint32_t header = 0, length = 0;
   if (Exiv2::Photoshop::locateIptcIrb(block, static_cast<long>(size), &record, &header, &length) != 0) return {};

@@ -1,12 +1,11 @@
 // Constants of the single-precision logarithm and exponential in double arithmetic, as published with the Arm Optimized
-// Routines (MIT licence) and used by the C libraries of today: with them the vector forms give the very floats that the
-// platform's logf and expf give.
-#ifndef VESKARO_HDR_LUMINANCE_LOG_EXP_CONSTANTS_H
-#define VESKARO_HDR_LUMINANCE_LOG_EXP_CONSTANTS_H
+// Routines (MIT licence): what the plain form (log_exp.cpp) and the vectors calculate with.
+#ifndef VESKARO_PLATFORM_LOG_EXP_CONSTANTS_H
+#define VESKARO_PLATFORM_LOG_EXP_CONSTANTS_H
 
 #include <cstdint>
 
-namespace veskaro::hdr {
+namespace veskaro::platform {
 
 // A table of doubles as two tables of words, which is how vectors look them up.
 template <int kSize>
@@ -39,6 +38,8 @@ struct LogConstants {
 struct ExpConstants {
   static constexpr int kSteps = 32;
   static constexpr double kStepsPerLn2 = 0x1.71547652b82fep+0 * kSteps;
+  static constexpr double kLeading = 0x1.715476p+0 * kSteps;  // the first 27 bits of the factor: exact times a float
+  static constexpr double kTrailing = kStepsPerLn2 - kLeading;
   static constexpr double kShift = 0x1.8p+52;  // adding it rounds to an integer, which the low bits then hold
   static constexpr double kPoly[3] = {0x1.c6af84b912394p-5 / kSteps / kSteps / kSteps,
                                       0x1.ebfce50fac4f3p-3 / kSteps / kSteps, 0x1.62e42ff0c52d6p-1 / kSteps};
@@ -53,6 +54,6 @@ struct ExpConstants {
        0x3feee89fu, 0x3feeff76u, 0x3fef199bu, 0x3fef3720u, 0x3fef5818u, 0x3fef7c97u, 0x3fefa4afu, 0x3fefd076u}};
 };
 
-}  // namespace veskaro::hdr
+}  // namespace veskaro::platform
 
-#endif  // VESKARO_HDR_LUMINANCE_LOG_EXP_CONSTANTS_H
+#endif  // VESKARO_PLATFORM_LOG_EXP_CONSTANTS_H

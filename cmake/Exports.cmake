@@ -1,0 +1,42 @@
+# veskaro_exports(target): of all its symbols the target exports those that src/VeskaroNRLib.map lists, and once loaded
+# it stays: its threads must not find it unmapped under them (where the linker has no word for that, src/platform/ sees
+# to it).
+file(STRINGS ${PROJECT_SOURCE_DIR}/src/VeskaroNRLib.map exported_names REGEX "^    [A-Za-z0-9_]+;")
+list(TRANSFORM exported_names REPLACE "[ ;]" "")
+
+if(WIN32)
+  # Importing programs have to know what is data.
+  function(veskaro_exports target)
+    file(STRINGS ${PROJECT_SOURCE_DIR}/include/VeskaroNRLib.h variables REGEX "^extern ")
+    list(TRANSFORM variables REPLACE "^[^;]* ([A-Za-z0-9_]+);.*" "\\1")
+    set(lines EXPORTS)
+    foreach(name IN LISTS exported_names)
+      if(name IN_LIST variables)
+        string(APPEND name " DATA")
+      endif()
+      list(APPEND lines "  ${name}")
+    endforeach()
+    list(JOIN lines "\n" lines)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/VeskaroNRLib.def CONTENT "${lines}\n")
+    target_sources(${target} PRIVATE ${PROJECT_BINARY_DIR}/VeskaroNRLib.def)
+    # Runs by itself: the compiler's libraries are inside.
+    target_link_options(${target} PRIVATE -static)
+  endfunction()
+elseif(APPLE)
+  function(veskaro_exports target)
+    list(TRANSFORM exported_names PREPEND _)
+    list(JOIN exported_names "\n" lines)
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/VeskaroNRLib.exports CONTENT "${lines}\n")
+    target_link_options(${target} PRIVATE LINKER:-exported_symbols_list,${PROJECT_BINARY_DIR}/VeskaroNRLib.exports)
+    set_target_properties(${target} PROPERTIES INSTALL_NAME_DIR @rpath MACOSX_RPATH ON)
+  endfunction()
+else()
+  function(veskaro_exports target)
+    set(map ${PROJECT_SOURCE_DIR}/src/VeskaroNRLib.map)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${map} LINKER:-z,nodelete)
+    if(NOT CMAKE_CXX_FLAGS MATCHES -fsanitize)  # whose runtime is the program's
+      target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+  endfunction()
+endif()
