@@ -119,8 +119,9 @@ function drawCurves(plot, curves) {
     plot.append(svg("polyline", { points, class: `curve ${kind}` }));
   }
   curves.forEach(({ name, kind }, k) => {
-    plot.append(svg("line", { x1: 60 + 84 * k, x2: 74 + 84 * k, y1: 145, y2: 145, class: `curve ${kind}` }));
-    plot.append(svg("text", { x: 78 + 84 * k, y: 149 }, name));
+    const at = [84, 166, 218][k];
+    plot.append(svg("line", { x1: at, x2: at + 16, y1: 136, y2: 136, class: `curve ${kind}` }));
+    plot.append(svg("text", { x: at + 20, y: 140 }, name));
   });
 }
 

@@ -1,6 +1,6 @@
 /** Settings as the library has them and as a recipe names them, and what the page lets a photographer turn. */
 
-/** @typedef {Record<string, number | string | number[] | number[][]>} Settings the members of a recipe */
+/** @typedef {Record<string, number | string | number[] | number[][][]>} Settings the members of a recipe */
 
 /**
  * The library's struct after its size, in its order: a name and how many numbers of four bytes it has. The glue's
@@ -22,7 +22,7 @@ export const FIELDS = [
 ];
 
 const ROUNDINGS = ["auto", "truncate", "nearest", "none", "finest"];
-const FREQUENCIES = 64;
+const EDGE = 8; // frequencies of a block each way
 
 /** Settings from the library's memory. @param {ArrayBuffer} memory @param {number} at @returns {Settings} */
 export function readSettings(memory, at) {
@@ -32,8 +32,7 @@ export function readSettings(memory, at) {
     const floats = new Float32Array(memory, at, count);
     if (name === "tile") settings[name] = new Int32Array(memory, at, 1)[0];
     else if (name === "rounding") settings[name] = ROUNDINGS[new Int32Array(memory, at, 1)[0]];
-    else if (name === "spectrum")
-      settings[name] = [0, 1, 2].map((c) => numbersOf(floats, c * FREQUENCIES, FREQUENCIES));
+    else if (name === "spectrum") settings[name] = [0, 1, 2].map((channel) => blockOf(floats, channel * EDGE * EDGE));
     else settings[name] = count === 1 ? floats[0] : numbersOf(floats, 0, count);
     at += 4 * count;
   }
@@ -45,13 +44,18 @@ function numbersOf(floats, from, count) {
   return Array.from(floats.subarray(from, from + count));
 }
 
+/** @param {Float32Array} floats @param {number} from */
+function blockOf(floats, from) {
+  return Array.from({ length: EDGE }, (_, row) => numbersOf(floats, from + row * EDGE, EDGE));
+}
+
 /** Settings into the library's memory. @param {ArrayBuffer} memory @param {number} at @param {Settings} settings */
 export function writeSettings(memory, at, settings) {
   for (const [name, count] of FIELDS) {
     const value = settings[name];
     if (name === "tile") new Int32Array(memory, at, 1)[0] = Number(value);
     else if (name === "rounding") new Int32Array(memory, at, 1)[0] = ROUNDINGS.indexOf(String(value));
-    else new Float32Array(memory, at, count).set(/** @type {number[]} */ ([value].flat(2)));
+    else new Float32Array(memory, at, count).set(/** @type {number[]} */ ([value].flat(3)));
     at += 4 * count;
   }
 }
