@@ -12,6 +12,7 @@
 #include "command/denoise.h"
 #include "command/profile.h"
 #include "command/selftest.h"
+#include "command/tune.h"
 #include "pictures/libvips.h"
 #include "pictures/metadata/metadata.h"
 
@@ -34,8 +35,8 @@ struct Run {
 
   template <typename OnPictures>
   int operator()(const OnPictures& command) const {
-    // Signals end the other command at once: it writes nothing.
-    if (std::is_same_v<OnPictures, tool::command::Denoise>) tool::watchForSignals();
+    // Signals end profile at once: it writes nothing.
+    if (!std::is_same_v<OnPictures, tool::command::Profile>) tool::watchForSignals();
     startLibvips(name);
     return execute(command);
   }

@@ -26,6 +26,7 @@ LIBRARY = {  # folder of src/: what it may include beside itself
 LIBRARY["api"] = PUBLIC.union(LIBRARY)
 TOOLS = {"base": set(), "pictures": {"base"}, "find": {"base", "pictures"}, "run": {"base", "pictures"}}
 TOOLS["tell"] = {"base", "pictures", "run"}
+TOOLS["tune"] = {"find", "tell"} | TOOLS["tell"]
 TOOLS["command"] = TOOLS["main.cpp"] = {"command"}.union(TOOLS)
 
 PLUGINS = ("common", "frei0r", "gegl", "gimp", "vips")

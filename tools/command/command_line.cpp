@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "base/failure.h"
+#include "base/machine.h"
 #include "tell/versions.h"
 
 namespace tool::command {
@@ -17,6 +18,7 @@ namespace {
 constexpr char kFooter[] =
     "\nveskaro-nr INPUT OUTPUT denoises one file. Otherwise results are named by --output, --output-dir or --suffix.\n"
     "veskaro-nr profile FILE... prints the noise of pictures and writes nothing (veskaro-nr profile --help).\n"
+    "veskaro-nr tune PICTURE opens a page to turn the dials on it in a browser (veskaro-nr tune --help).\n"
     "veskaro-nr selftest checks that the library computes on this machine what it computes on every other.\n"
     "\nExit status: 0 all done, 1 some files failed, 2 the command line is wrong.";
 
@@ -252,6 +254,25 @@ CLI::App* addProfile(CLI::App& app, Profile& profile) {
   return command;
 }
 
+CLI::App* addTune(CLI::App& app, Tune& tune) {
+  CLI::App* command =
+      addCommand(app, "tune",
+                 "Opens a page in the browser on a photograph: before and after, every dial, the noise, and what the "
+                 "same is on the command line. Only that browser is let in. The page saves to the names given here, or "
+                 "the browser downloads.");
+  tune.threads = processors();
+  command->add_option("picture", tune.input, "A photograph")->required()->type_name("PICTURE");
+  command->add_option("-o,--output", tune.output, "Where the page may save the result")->type_name("FILE");
+  command->add_option("--save-recipe", tune.recipe, "Where it may save the recipe")->type_name("FILE.json");
+  command->add_flag("-f,--force", tune.force, "Replace files that exist");
+  command->add_flag("!--no-browser", tune.opensBrowser, "Only print the file that leads a browser there");
+  command->add_option("--linger", tune.linger, "Minutes to wait after the page went [10]")
+      ->type_name("N")
+      ->check(CLI::Range(0.0, 1440.0));
+  command->add_option("--threads", tune.threads, "Threads [one a processor]")->check(CLI::Range(1, 1024));
+  return command;
+}
+
 }  // namespace
 
 std::vector<std::string> Denoise::beside() const {
@@ -267,6 +288,8 @@ Command parseCommandLine(int argc, const char* const* argv) {
   DenoiseOptions options(app);
   Profile profile;
   const CLI::App* profileCommand = addProfile(app, profile);
+  Tune tune;
+  const CLI::App* tuneCommand = addTune(app, tune);
   const CLI::App* selfTestCommand =
       addCommand(app, "selftest", "Checks that the library computes on this machine what it computes on every other.");
   // So that after a command's name further ones are files.
@@ -288,6 +311,7 @@ Command parseCommandLine(int argc, const char* const* argv) {
     requireInputs(profile.inputs, profileCommand->get_option("files"));
     return profile;
   }
+  if (tuneCommand->parsed()) return tune;
   if (selfTestCommand->parsed()) return SelfTest{};
   return options.denoise();
 }

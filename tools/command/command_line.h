@@ -45,12 +45,20 @@ struct Profile {
   bool reverse = false, json = false;
 };
 
+struct Tune {
+  std::string input;
+  std::optional<std::string> output, recipe;
+  int threads = 1;
+  double linger = 10;  // minutes after the page went
+  bool force = false, opensBrowser = true;
+};
+
 struct SelfTest {};
 
 // --help or --version: said already.
 struct Answered {};
 
-using Command = std::variant<Denoise, Profile, SelfTest, Answered>;
+using Command = std::variant<Denoise, Profile, Tune, SelfTest, Answered>;
 
 // A wrong command line; the text is the line to print. Ends with exit status 2.
 struct UsageError {

@@ -31,13 +31,15 @@ _veskaro_nr() {
     --set)
       compopt -o nospace 2> /dev/null
       _veskaro_nr_reply -S = -W "$_veskaro_nr_parameters" && return ;;
-    --suffix | --quality | --strength | --jobs | --threads | --memory | --tile) return ;;
+    --suffix | --quality | --strength | --jobs | --threads | --memory | --tile | --linger) return ;;
   esac
   if [[ $current != -* ]]; then
     _veskaro_nr_files -f
-    [ "$COMP_CWORD" -eq 1 ] && mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W "profile selftest" -- "$current")
+    [ "$COMP_CWORD" -eq 1 ] && mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W "profile tune selftest" -- "$current")
   elif [ "${COMP_WORDS[1]}" = profile ]; then
     _veskaro_nr_reply -W "--help --sort --reverse --json --files-from --null --jobs --threads --memory"
+  elif [ "${COMP_WORDS[1]}" = tune ]; then
+    _veskaro_nr_reply -W "--help --output --save-recipe --force --no-browser --linger --threads"
   else
     _veskaro_nr_reply -W "--help --version --output --output-dir --suffix --force --format --quality --strength
       --preset --set --chroma-only --display-referred --tile --noise-from --recipe --save-recipe --files-from --null --skip-existing

@@ -7,6 +7,10 @@ set -l parameters (string replace -r '$' = -- \
   recon-similarity-rolloff patch dots-luma dots-chroma shrink-luma shrink-chroma)
 
 complete -c veskaro-nr -n __fish_use_subcommand -a profile -d "print the noise of pictures"
+complete -c veskaro-nr -n __fish_use_subcommand -a tune -d "turn the dials on a picture in a browser"
+complete -c veskaro-nr -n "__fish_seen_subcommand_from tune" -l save-recipe -r -F -d "where the page may save the recipe"
+complete -c veskaro-nr -n "__fish_seen_subcommand_from tune" -l no-browser -d "only print the file to open"
+complete -c veskaro-nr -n "__fish_seen_subcommand_from tune" -l linger -x -d "minutes to wait after the page went"
 complete -c veskaro-nr -n __fish_use_subcommand -a selftest -d "print a digest of what the library computes"
 complete -c veskaro-nr -n $denoises -l version -d "print the versions"
 complete -c veskaro-nr -n $denoises -s o -l output -r -F -d "name of the result"

@@ -74,18 +74,25 @@ vnr_settings forIntegers(vnr_settings settings) {
   return settings;
 }
 
-Bytes filtered(const Photo& photo, const vnr_settings& settings, const vnr_control& control, StripProgress& progress) {
+}  // namespace
+
+bool isFilteredAsColour(const Photo& photo, const vnr_settings& settings) {
+  return photo.grey && settings.rounding == VNR_ROUND_AUTO;
+}
+
+Bytes filterPhoto(const Photo& photo, const vnr_settings& given, int threads, const Watch& watch) {
+  const vnr_settings settings = forIntegers(given);
+  StripProgress progress{watch};
+  const vnr_control control = controlOf(threads, progress);
   const Plan plan = beginPlan(photo.width, photo.height, settings);
   Bytes samples(photo.samples(), photo.samples() + photo.decoded.bytes);
-  if (photo.grey && settings.rounding == VNR_ROUND_AUTO) {
+  if (isFilteredAsColour(photo, settings)) {
     GreyFilter(photo, plan.get(), samples).filter(control, progress);
   } else {
     filterWhole(photo, plan.get(), control, samples);
   }
   return samples;
 }
-
-}  // namespace
 
 DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const Watch& watch) {
   StripProgress progress{watch};
@@ -95,7 +102,7 @@ DenoisedPhoto denoisePhoto(const Photo& photo, const Settings& settings, const W
   const Chosen chosen = settings.chosenFor(noise.noise);
   const vnr_settings own = chosen.forLibrary(settings.tile);
   const Timer timer;
-  Bytes samples = filtered(photo, forIntegers(own), control, progress);
+  Bytes samples = filterPhoto(photo, own, settings.threads, watch);
   const double denoising = timer.seconds(), measuring = noise.seconds;
   const Change change = changeOf(photo, samples);
   const std::optional<std::string> why = whyUnchanged(photo, chosen.parameters(), noise, settings.rule(), change);

@@ -1,6 +1,8 @@
 // A photograph, measured and denoised.
 #pragma once
 
+#include <veskaronr.h>
+
 #include "pictures/photo.h"
 #include "run/done.h"
 #include "run/settings.h"
@@ -15,5 +17,12 @@ struct DenoisedPhoto {
 
 // Throws Failure, or Interrupted.
 DenoisedPhoto denoisePhoto(const pictures::Photo& photo, const Settings& settings, const Watch& watch);
+
+// The samples after, with these settings. Throws Failure, or Interrupted.
+pictures::Bytes filterPhoto(const pictures::Photo& photo, const vnr_settings& settings, int threads,
+                            const Watch& watch);
+
+// Whether a grey photograph is filtered as three channels, of which red is kept.
+bool isFilteredAsColour(const pictures::Photo& photo, const vnr_settings& settings);
 
 }  // namespace tool::run

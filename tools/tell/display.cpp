@@ -12,12 +12,13 @@ using pictures::HdrPicture;
 using pictures::Photo;
 using vips::VImage;
 
-VImage asImage(const Photo& photo, const std::uint8_t* samples) {
+VImage asImage(const Photo& photo, const std::uint8_t* samples, int width, int height) {
   const bool isDeep = photo.bits == 16;
-  const VImage image =
-      VImage::new_from_memory(const_cast<std::uint8_t*>(samples), photo.decoded.bytes, photo.width, photo.height,
-                              photo.bands(), isDeep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
-          .extract_band(0, VImage::option()->set("n", photo.colourBands()));
+  const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                            static_cast<std::size_t>(photo.bands() * photo.bits / 8);
+  const VImage image = VImage::new_from_memory(const_cast<std::uint8_t*>(samples), bytes, width, height, photo.bands(),
+                                               isDeep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
+                           .extract_band(0, VImage::option()->set("n", photo.colourBands()));
   return (photo.grey ? image.bandjoin({image, image}) : image)
       .copy(VImage::option()->set("interpretation", isDeep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
 }
@@ -46,12 +47,6 @@ VImage upright(const VImage& image, int orientation) {
   VImage turned = image.copy();
   turned.set(VIPS_META_ORIENTATION, orientation);
   return turned.autorot();
-}
-
-VImage display(const Photo& photo, const std::uint8_t* samples) {
-  const VImage image =
-      eightBits(photo, asImage(photo, samples)).copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-  return upright(image, photo.coding.orientation).copy_memory();
 }
 
 VImage linear(const HdrPicture& picture, const Bytes& planar) {
@@ -95,8 +90,16 @@ VImage toned(const VImage& picture, double exposure) {
 
 }  // namespace
 
+VImage colourOnScreen(const Photo& photo, const std::uint8_t* samples, int width, int height) {
+  return eightBits(photo, asImage(photo, samples, width, height))
+      .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
 DisplayPair displayPair(const Photo& photo, const Bytes& after) {
-  return {display(photo, photo.samples()), display(photo, after.data())};
+  const auto display = [&](const std::uint8_t* samples) {
+    return upright(colourOnScreen(photo, samples, photo.width, photo.height), photo.coding.orientation).copy_memory();
+  };
+  return {display(photo.samples()), display(after.data())};
 }
 
 DisplayPair displayPair(const HdrPicture& picture, const Bytes& after) {

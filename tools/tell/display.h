@@ -14,6 +14,8 @@ struct DisplayPair {
 };
 
 DisplayPair displayPair(const pictures::Photo& photo, const pictures::Bytes& after);
+// Samples of so many of the photograph's pixels in sRGB, by its profile and as the file has them turned.
+vips::VImage colourOnScreen(const pictures::Photo& photo, const std::uint8_t* samples, int width, int height);
 // Both toned by the brightness of the picture before.
 DisplayPair displayPair(const pictures::HdrPicture& picture, const pictures::Bytes& after);
 DisplayPair displayPair(const pictures::LightPicture& picture, const pictures::Light& after, bool displayReferred);

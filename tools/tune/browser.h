@@ -1,0 +1,27 @@
+// Shows the user's browser the way to the page without telling it to others on this computer.
+#pragma once
+
+#include <string>
+
+namespace tool::tune {
+
+// A file that only its owner may read and that leads to an address; it goes with this object, or before.
+class Signpost {
+ public:
+  // Throws Failure.
+  explicit Signpost(const std::string& address);
+  ~Signpost() { remove(); }
+  Signpost(const Signpost&) = delete;
+  Signpost& operator=(const Signpost&) = delete;
+
+  const std::string& path() const { return path_; }
+  void remove();
+
+ private:
+  std::string path_;
+};
+
+// False when there is no browser to be started.
+bool startBrowser(const std::string& path);
+
+}  // namespace tool::tune
