@@ -162,7 +162,7 @@ def main():
     parser.add_argument("--markdown", type=pathlib.Path, help="write the tables to a file, too")
     parser.add_argument("--photographs", type=int, help="so many of the folder, not all")
     options = parser.parse_args()
-    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})  # one thread for all, whatever starts it
+    os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})  # one thread for all, whatever starts it
     cv2.setNumThreads(1)
     cv2.ocl.setUseOpenCL(False)
     contest, photographs = Contest(options.shared_object), quality.photographs_in(options.folder)[: options.photographs]

@@ -18,7 +18,7 @@ SOURCE = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(SOURCE / "tests/tools"))
 from support import command, pixels, save  # noqa: E402
 
-PRESETS = ("best", "classic", "chroma-only")
+PRESETS = ("best", "fast", "classic", "chroma-only")
 NOISES = ("gauss 10", "gauss 20", "soft 5", "soft 10", "soft 20", "blotches")
 LUMA = numpy.array([0.299, 0.587, 0.114])
 

@@ -65,6 +65,11 @@ def noisy(photograph):
     return (photograph + fine + coarse).clip(0, 255).astype(np.uint8)
 
 
+def grainy(photograph):
+    noise = np.random.default_rng(6).normal(0, 24, photograph.shape)
+    return (photograph + noise).round().clip(0, 255).astype(np.uint8)
+
+
 def crop(photograph, place, settings=None):
     box = veskaronr.Box(place[0], place[0] + SIZE[0], place[1], place[1] + SIZE[1])
     if settings is None:
@@ -102,6 +107,7 @@ def main():
         )
         print(f"{entry}: {low:g}, {values[1]:g}, {high:g}")
 
+    photograph = grainy(np.asarray(Image.open(TOP / "samples/indoor-iso382.jpg").convert("RGB")))
     best = veskaronr.measure(photograph).settings()
     for entry, (place, *factors) in STAGES.items():
         settings = [dataclasses.replace(best, **{entry: times(getattr(best, entry), factor)}) for factor in (factors[0], 1, factors[1])]

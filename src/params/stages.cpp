@@ -23,7 +23,8 @@ constexpr ByKind kBusyFrom = {6.0, 9.0, 9.0}, kBusyTo = {11.0, 16.0, 16.0};
 
 // Factors on the similarity rolloffs: patch distances scatter less, and what a gentler filter leaves is left to the
 // blocks, which lose less of the picture with it; the more so the stronger white noise is.
-constexpr double kStrongFrom = 8.0, kStrongTo = 20.0;
+// Grey noise has 1.5 times the luminance of noise as strong in each of three colours.
+constexpr double kStrongFrom = 8.0, kStrongTo = 20.0, kStrengthOfGrey = 0.67, kLeastChroma = 0.3;
 constexpr ByKind kRolloff = {0.76, 0.8, 0.9}, kRolloffOfStrong = {0.58, 0.8, 0.9};
 constexpr ByKind kLevel1 = {0.72, 0.8, 0.8};
 constexpr ByKind kLevel2 = {1.4, 0.64, 1.1};
@@ -53,7 +54,7 @@ constexpr double kShrinkMoreFrom = 4.0, kShrinkMostFrom = 9.0, kShrinkMore = 0.6
 
 // JPEG has taken fine noise from colour, so that luminance has more than other noise has; its own quantisation makes
 // the smoothest blocks read more noise than there is in others.
-constexpr double kJpegFrom = 2.2, kJpegTo = 3.2, kShrinkOfJpeg = 0.65, kLeastChroma = 0.3;
+constexpr double kJpegFrom = 2.2, kJpegTo = 3.2, kShrinkOfJpeg = 0.65;
 
 // What may come back of a coefficient that the pilot took too little of, by frequency, lowest first. Where the noise is
 // coarse, the lowest stay as the pyramid left them: blocks of 8 pixels see too little of coarse noise to tell it, so it
@@ -86,7 +87,7 @@ class Rule {
         blotches_(static_cast<double>(noise.blotches)),
         luma_(static_cast<double>(noise.luma)),
         busy_(noise.isLinear ? 0.0 : static_cast<double>(noise.structure) / luma_),
-        strong_(noise.isLinear ? 0.0 : share(luma_, kStrongFrom, kStrongTo)),
+        strong_(noise.isLinear ? 0.0 : share(luma_ * (isColour() ? 1.0 : kStrengthOfGrey), kStrongFrom, kStrongTo)),
         shown_(noise.isLinear ? 1.0 : share(luma_, kFaintFrom, kFaintTo)) {}
 
   double rolloff() const {
@@ -116,9 +117,10 @@ class Rule {
     const double more = kShrinkMore * share(busy_, kShrinkMoreFrom, kShrinkMostFrom) * (1.0 - blotches_);
     return lerp(change(kShrink), change(kShrinkOfStrong), strong_) * (1.0 + more) * lerp(1.0, kShrinkOfJpeg, jpeg());
   }
+  bool isColour() const { return static_cast<double>(noise_.chroma) > kLeastChroma; }
   double jpeg() const {
     const double chroma = static_cast<double>(noise_.chroma);
-    return noise_.isLinear || !(chroma > kLeastChroma) ? 0.0 : share(luma_ / chroma, kJpegFrom, kJpegTo);
+    return noise_.isLinear || !isColour() ? 0.0 : share(luma_ / chroma, kJpegFrom, kJpegTo);
   }
 
   const NoiseForStages& noise_;
