@@ -100,7 +100,7 @@ void callDenoise2(Call& call) {
       known && w >= 1 && h >= 1 && rowsFit && threads >= 1 && tile >= (threads == 1 ? 48 : 56) && !nothing;
   const int expected = !right ? NR_ERROR_ARGUMENT : tooMuch ? NR_ERROR_MEMORY : NR_OK;
 
-  for (unsigned char* samples : {in, out}) Call::turnSamples(samples, p.extent(), p.sampleBytes);
+  for (unsigned char* picture : {in, out}) Call::turnSamples(picture, p.extent(), p.sampleBytes);
   const std::vector<unsigned char> outBefore(out, out + p.extent());
   const auto run = [&] {
     return denoise2(w, h, samples, stride, bits, tile, threads, refuse == 7 ? nullptr : params, work,

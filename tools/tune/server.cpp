@@ -162,20 +162,22 @@ std::string Server::about() const {
   return about.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+pictures::Writing Server::writing() const {
+  return {saving_.force, {saving_.input}};
+}
+
 std::string Server::save(const vnr_settings& settings) const {
   if (!saving_.output) throw Failure("no --output was given");
   find::Naming naming;
   naming.force = saving_.force;
   find::requireWritable(*saving_.output, naming);
-  pictures::writeWhole(*saving_.output, session_.result(settings, saving_.outputFormat), saving_.force);
+  pictures::writeWhole(*saving_.output, session_.result(settings, saving_.outputFormat), writing());
   return *saving_.output + " is written.";
 }
 
 std::string Server::saveRecipe(const std::string& recipe) const {
   if (!saving_.recipe) throw Failure("no --save-recipe was given");
-  const std::string text = run::recipeOf(run::settingsOfRecipe(recipe));
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  pictures::writeWhole(*saving_.recipe, bytes, text.size(), saving_.force);
+  pictures::writeWhole(*saving_.recipe, run::recipeOf(run::settingsOfRecipe(recipe)), writing());
   return *saving_.recipe + " is written.";
 }
 

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "pictures/file_io.h"
 #include "tune/guard.h"
 #include "tune/session.h"
 
@@ -46,6 +47,7 @@ class Server {
   void post(const std::string& path, const Handler& answer);
   bool admit(const httplib::Request& request, httplib::Response& response);
   void open(const httplib::Request& request, httplib::Response& response);
+  pictures::Writing writing() const;
   std::string save(const vnr_settings& settings) const;
   std::string saveRecipe(const std::string& recipe) const;
   std::string about() const;
