@@ -130,6 +130,11 @@ class Rule {
   double shown_;   // 0: noise that is not seen
 };
 
+// Whatever a host says was measured.
+float asFloat(double v) {
+  constexpr double kMost = 1e30;
+  return static_cast<float>(v < kMost ? v : kMost);
+}
 void scale(float* entry, double factor) {
   *entry = static_cast<float>(static_cast<double>(*entry) * factor);
 }
@@ -158,8 +163,8 @@ Stages setStages(const NoiseForStages& noise, float strength, float* vector) {
   const Rule rule(noise);
   setFilters(rule, vector);
   stages.patch = static_cast<float>(rule.patch());
-  stages.dotsLuma = static_cast<float>(rule.dotsLuma());
-  stages.dotsChroma = static_cast<float>(rule.dotsChroma());
+  stages.dotsLuma = asFloat(rule.dotsLuma());
+  stages.dotsChroma = asFloat(rule.dotsChroma());
   // Power goes with the square of a deviation.
   const double power = static_cast<double>(strength) * static_cast<double>(strength);
   stages.shrinkLuma = static_cast<float>(rule.shrinkLuma() * power);

@@ -72,7 +72,7 @@ class Photographs(ToolTest):
                 self.assertEqual(told["preset"], preset or "best")
                 numpy.testing.assert_allclose(told["noise_sigma"], 10, rtol=0.1)
             numpy.testing.assert_array_equal(after["best"], after[None])
-            self.assertLess(error["best"], (0.97 if bands == 3 else 1.1) * error["fast"])  # flat, where little is to gain
+            self.assertLess(error["best"], (0.97 if bands == 3 else 1.2) * error["fast"], "squares without structure are best for fast, in grey")
             self.assertLess(error["fast"], 0.5 * error["none"])
             self.assertLess(error["best"], 0.75 * error["classic"])
             self.assertLess(abs(after["best"].mean() - noisy.mean()), 0.05, "rounded, so nothing darkens")
