@@ -6,6 +6,7 @@
 
 #include "base/failure.h"
 #include "base/interruption.h"
+#include "base/own_words.h"
 #include "find/naming.h"
 #include "pictures/file_io.h"
 #include "tell/printable.h"
@@ -75,7 +76,7 @@ int execute(const Tune& command) try {
 } catch (const Interrupted&) {
   return 0;
 } catch (const std::exception& failure) {
-  fmt::print(stderr, "veskaro-nr: {}: {}\n", tell::printable(command.input), tell::printable(failure.what()));
+  fmt::print(standardError(), "veskaro-nr: {}: {}\n", tell::printable(command.input), tell::printable(failure.what()));
   return 1;
 }
 
