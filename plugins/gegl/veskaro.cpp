@@ -49,7 +49,7 @@ namespace {
 
 // ---- Properties
 
-void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* property) {
   VeskaroDenoise& self = *denoise(object);
   switch (id) {
     case kPreset:
@@ -75,11 +75,11 @@ void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
       self.held = g_value_dup_string(value);
       break;
     default:
-      G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+      G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, property);
   }
 }
 
-void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void getProperty(GObject* object, guint id, GValue* value, GParamSpec* property) {
   const VeskaroDenoise& self = *denoise(object);
   switch (id) {
     case kPreset:
@@ -107,7 +107,7 @@ void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
       g_value_set_string(value, self.picture->measured().c_str());
       break;
     default:
-      G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+      G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, property);
   }
 }
 

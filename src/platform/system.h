@@ -14,7 +14,8 @@ bool startThread(void* (*body)(void*));
 // Ends the calling thread, as the body that pthread_create was given may.
 [[noreturn]] void endThread();
 
-// Has a function called in every child of a fork, which has none of its parent's threads. False when that cannot be had.
+// Has a function called in every child of a fork, which has none of its parent's threads. False when that cannot be
+// had.
 bool callInForkedChildren(void (*function)());
 
 }  // namespace veskaro::platform

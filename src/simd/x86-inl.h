@@ -36,8 +36,8 @@ HWY_INLINE V limitMagnitude(V value, V limit) {
 #endif
 }
 
-// Toward zero. What is below all ints becomes the smallest int, which is what processors do by themselves; what is above
-// them or no number becomes what each makes of it.
+// Toward zero. What is below all ints becomes the smallest int, which is what processors do by themselves; what is
+// above them or no number becomes what each makes of it.
 HWY_INLINE VI truncated(V v) {
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
   return VI{_mm512_cvttps_epi32(v.raw)};
