@@ -43,10 +43,12 @@ tune::Saving savingOf(const Tune& command, pictures::Format format) {
 }
 
 void show(const Tune& command, const tune::Signpost& signpost) {
-  fmt::print("file://{}\n", tell::printable(signpost.path()));
-  if (command.opensBrowser && !tune::startBrowser(signpost.path())) fmt::print("Open this file in a browser.\n");
-  fmt::print("Ctrl-C ends.\n");
+  fmt::print("file://{}\nCtrl-C ends.\n", tell::printable(signpost.path()));
   std::fflush(stdout);
+  const auto onFailure = [] {
+    fmt::print(standardError(), "veskaro-nr: no browser was found; open this file in one\n");
+  };
+  if (command.opensBrowser) tune::startBrowser(signpost.path(), onFailure);
 }
 
 void serve(const Tune& command) {

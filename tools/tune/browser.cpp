@@ -1,5 +1,6 @@
 #include "tune/browser.h"
 
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 
 #include "base/failure.h"
 
@@ -28,6 +30,23 @@ bool writeAll(int fd, const std::string& text) {
   return write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
+// In a process group of its own and with no signal held back, so that Ctrl-C here ends no browser.
+bool spawn(const std::string& path, pid_t* child) {
+  char command[] = "xdg-open";
+  std::string file = path;
+  char* arguments[] = {command, file.data(), nullptr};
+  posix_spawnattr_t attributes;
+  if (posix_spawnattr_init(&attributes) != 0) return false;
+  sigset_t none;
+  sigemptyset(&none);
+  posix_spawnattr_setsigmask(&attributes, &none);
+  posix_spawnattr_setpgroup(&attributes, 0);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+  const bool spawned = posix_spawnp(child, command, nullptr, &attributes, arguments, environ) == 0;
+  posix_spawnattr_destroy(&attributes);
+  return spawned;
+}
+
 }  // namespace
 
 Signpost::Signpost(const std::string& address) : path_((folder() / "veskaro-nr-XXXXXX.html").string()) {
@@ -46,14 +65,14 @@ void Signpost::remove() {
   path_.clear();
 }
 
-bool startBrowser(const std::string& path) {
-  char command[] = "xdg-open";
-  std::string file = path;
-  char* arguments[] = {command, file.data(), nullptr};
+void startBrowser(const std::string& path, const std::function<void()>& onFailure) {
   pid_t child = 0;
-  if (posix_spawnp(&child, command, nullptr, nullptr, arguments, environ) != 0) return false;
-  int status = 0;
-  return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  if (!spawn(path, &child)) return onFailure();
+  // Some browsers stay in the foreground: who waits is a thread of its own.
+  std::thread([child, onFailure] {
+    int status = 0;
+    if (waitpid(child, &status, 0) == child && !(WIFEXITED(status) && WEXITSTATUS(status) == 0)) onFailure();
+  }).detach();
 }
 
 }  // namespace tool::tune

@@ -1,6 +1,7 @@
 // Shows the user's browser the way to the page without telling it to others on this computer.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace tool::tune {
@@ -21,7 +22,7 @@ class Signpost {
   std::string path_;
 };
 
-// False when there is no browser to be started.
-bool startBrowser(const std::string& path);
+// Returns at once; onFailure is called, perhaps on another thread and later, when there is no browser to be started.
+void startBrowser(const std::string& path, const std::function<void()>& onFailure);
 
 }  // namespace tool::tune
